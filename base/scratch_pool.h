@@ -1,0 +1,50 @@
+// The process's pool of scratch buffers of 8000 bytes, for formatting and debug output.
+//
+//   qv::ScratchBlock block;
+//   if (!block.data()) return 0;         // none to be had
+//   FormatTextN(block.data(), 7999, ...)
+//
+// Buffers are reused, not cleared, and never freed while the process lives. The pool starts with
+// room for 256 buffers and grows by 256. Threads: any.
+#pragma once
+
+#include <cstdint>
+
+constexpr uint32_t kScratchBufferSize = 8000;
+constexpr uint32_t kNoBufferIndex = 0xFFFFFFFF;
+
+// The first free buffer and its index in the pool, or null and kNoBufferIndex when memory for it,
+// or for a larger table, is not to be had (memory comes through the allocation hook).
+char* ZRBufferGet(uint32_t* index);
+
+// Gives a buffer back; an index that is invalid or not in use is ignored.
+void ZRBufferPut(uint32_t* index);
+
+namespace qv {
+
+// A scratch buffer for the length of a scope. A thread keeps its last few buffers for itself, so a
+// block inside a block costs no lock.
+class ScratchBlock {
+ public:
+  ScratchBlock();
+  ~ScratchBlock();
+  ScratchBlock(const ScratchBlock&) = delete;
+  ScratchBlock& operator=(const ScratchBlock&) = delete;
+  // kScratchBufferSize bytes, not cleared; null when none could be had.
+  char* data() const { return data_; }
+
+ private:
+  char* data_ = nullptr;
+  uint32_t index_ = kNoBufferIndex;
+};
+
+struct ScratchPoolFigures {
+  uint32_t capacity;  // entries of the table
+  uint32_t free;      // entries not in use (buffers that a thread keeps count as in use)
+};
+ScratchPoolFigures GetScratchPoolFigures();
+
+// Frees every buffer, those kept by the calling thread included; nothing may be in use.
+void ResetScratchPoolForTest();
+
+}  // namespace qv

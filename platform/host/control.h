@@ -1,0 +1,58 @@
+// Tests only: faults, time, boxes and system settings of the stand-in.
+//
+// Not available on Windows. All state belongs to the process, whoever loaded the stand-in.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/host/types.h"
+
+#define QV_HOST_CONTROL __attribute__((visibility("default")))
+
+namespace host {
+
+// Makes the n-th next call (1 is the next one) of the named function fail with `error`, as that
+// function reports errors. With `from_then_on` every later call fails too. One rule per function;
+// a second one replaces the first.
+QV_HOST_CONTROL void FailCall(const char* function, uint32_t nth, DWORD error,
+                              bool from_then_on = false);
+QV_HOST_CONTROL void ClearFaults();
+// How often a fault set by FailCall struck since the last ClearFaults.
+QV_HOST_CONTROL uint32_t FaultsStruck();
+// Calls of the named function since the last ResetCallCounts; 0 for one never called.
+QV_HOST_CONTROL uint32_t CallsMade(const char* function);
+QV_HOST_CONTROL void ResetCallCounts();
+
+// The tick count stands at `ticks` until ThawTicks; Sleep, and the wait of a connect that nobody
+// answers, then move it on instead of waiting. `step` is added at each reading.
+QV_HOST_CONTROL void FreezeTicks(DWORD ticks, DWORD step = 0);
+QV_HOST_CONTROL void AdvanceTicks(DWORD milliseconds);
+QV_HOST_CONTROL void ThawTicks();
+
+struct MessageBoxRecord {
+  std::string text, caption;
+  UINT type;
+};
+// From here on boxes are recorded and answered with `answer` instead of being shown.
+QV_HOST_CONTROL void RecordMessageBoxes(int answer = 1);
+QV_HOST_CONTROL std::vector<MessageBoxRecord> TakeMessageBoxes();
+
+// From here on debugger output is kept (and still written to debug.txt).
+QV_HOST_CONTROL std::vector<std::string> TakeDebugOutput();
+
+// The value that the registry's "ACP" has; the narrow calls and GetACP follow it.
+QV_HOST_CONTROL void SetAnsiCodePage(UINT code_page);
+// Font character sets that CreateFontA finds; {} restores the default set.
+QV_HOST_CONTROL void SetFontCharsets(const std::vector<BYTE>& char_sets);
+
+// Open handles of all kinds (files, keys, modules' resources, DDE instances and strings, fonts).
+QV_HOST_CONTROL uint32_t OpenHandles();
+
+// The state directory (made when missing), a native path; SetStateDirectory closes nothing.
+QV_HOST_CONTROL std::string StateDirectory();
+// Empties the state directory and gives it what a fresh system holds; clears faults, ticks, boxes.
+QV_HOST_CONTROL void ResetState();
+
+}  // namespace host

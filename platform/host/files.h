@@ -1,0 +1,54 @@
+// Files and folders. Drive C: is a folder of the state directory, Z: is the root of the machine's
+// file system; names match without regard to letter case.
+#pragma once
+
+#include "platform/host/registry.h"
+#include "platform/host/types.h"
+
+#define GENERIC_READ 0x80000000u
+#define GENERIC_WRITE 0x40000000u
+#define FILE_SHARE_READ 1
+#define FILE_SHARE_WRITE 2
+#define FILE_SHARE_DELETE 4
+#define CREATE_NEW 1
+#define CREATE_ALWAYS 2
+#define OPEN_EXISTING 3
+#define OPEN_ALWAYS 4
+#define FILE_ATTRIBUTE_READONLY 0x01
+#define FILE_ATTRIBUTE_DIRECTORY 0x10
+#define FILE_ATTRIBUTE_ARCHIVE 0x20
+#define FILE_ATTRIBUTE_NORMAL 0x80
+#define FILE_ATTRIBUTE_REPARSE_POINT 0x400
+#define INVALID_FILE_ATTRIBUTES 0xFFFFFFFFu
+#define MOVEFILE_REPLACE_EXISTING 1
+#define CSIDL_PERSONAL 0x05
+#define CSIDL_APPDATA 0x1A
+#define CSIDL_LOCAL_APPDATA 0x1C
+#define CSIDL_COMMON_APPDATA 0x23
+#define S_OK 0
+
+struct OVERLAPPED;
+
+QV_HOST_API HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share,
+                               LPSECURITY_ATTRIBUTES security, DWORD disposition, DWORD flags,
+                               HANDLE template_file);
+QV_HOST_API HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share,
+                               LPSECURITY_ATTRIBUTES security, DWORD disposition, DWORD flags,
+                               HANDLE template_file);
+QV_HOST_API BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at);
+QV_HOST_API BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at);
+QV_HOST_API BOOL FlushFileBuffers(HANDLE file);
+QV_HOST_API BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size);
+QV_HOST_API BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists);
+QV_HOST_API BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES security);
+QV_HOST_API BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security);
+QV_HOST_API BOOL RemoveDirectoryA(LPCSTR path);
+QV_HOST_API BOOL DeleteFileA(LPCSTR path);
+QV_HOST_API BOOL DeleteFileW(LPCWSTR path);
+QV_HOST_API BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
+QV_HOST_API DWORD GetFileAttributesA(LPCSTR path);
+QV_HOST_API DWORD GetFileAttributesW(LPCWSTR path);
+QV_HOST_API DWORD GetFullPathNameW(LPCWSTR path, DWORD size, LPWSTR buffer, LPWSTR* name_part);
+QV_HOST_API DWORD GetTempPathA(DWORD size, LPSTR buffer);
+QV_HOST_API DWORD GetTempPathW(DWORD size, LPWSTR buffer);
+QV_HOST_API HRESULT SHGetFolderPathA(HWND owner, int folder, HANDLE token, DWORD flags, LPSTR path);

@@ -1,0 +1,43 @@
+// Processes, the last error, ticks, environment and debugger output.
+#pragma once
+
+#include "platform/host/registry.h"
+#include "platform/host/types.h"
+
+#define CREATE_NEW_PROCESS_GROUP 0x200
+#define CTRL_C_EVENT 0
+#define CTRL_BREAK_EVENT 1
+#define CTRL_CLOSE_EVENT 2
+#define STILL_ACTIVE 259
+
+struct STARTUPINFOA {
+  DWORD cb;
+  LPSTR lpReserved, lpDesktop, lpTitle;
+  DWORD dwX, dwY, dwXSize, dwYSize, dwXCountChars, dwYCountChars, dwFillAttribute, dwFlags;
+  WORD wShowWindow, cbReserved2;
+  LPBYTE lpReserved2;
+  HANDLE hStdInput, hStdOutput, hStdError;
+};
+struct PROCESS_INFORMATION {
+  HANDLE hProcess, hThread;
+  DWORD dwProcessId, dwThreadId;
+};
+using PHANDLER_ROUTINE = BOOL (*)(DWORD event);
+
+QV_HOST_API DWORD GetLastError(void);
+QV_HOST_API void SetLastError(DWORD error);
+QV_HOST_API DWORD GetTickCount(void);
+QV_HOST_API void Sleep(DWORD milliseconds);
+QV_HOST_API void OutputDebugStringA(LPCSTR text);
+QV_HOST_API BOOL CreateProcessA(LPCSTR application, LPSTR command_line,
+                                LPSECURITY_ATTRIBUTES process_security,
+                                LPSECURITY_ATTRIBUTES thread_security, BOOL inherit, DWORD flags,
+                                LPVOID environment, LPCSTR folder, STARTUPINFOA* startup,
+                                PROCESS_INFORMATION* process);
+QV_HOST_API BOOL GetExitCodeProcess(HANDLE process, LPDWORD code);
+QV_HOST_API BOOL TerminateProcess(HANDLE process, UINT code);
+QV_HOST_API DWORD GetCurrentProcessId(void);
+QV_HOST_API DWORD GetCurrentThreadId(void);
+QV_HOST_API DWORD GetEnvironmentVariableA(LPCSTR name, LPSTR buffer, DWORD size);
+QV_HOST_API BOOL SetEnvironmentVariableA(LPCSTR name, LPCSTR value);
+QV_HOST_API BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);

@@ -1,0 +1,82 @@
+// The engines that convert text from, to and between the Unicode code pages.
+//
+// An engine reads characters with the reader of the source code page, maps them through the tables
+// of the registry, and writes them with the writer of the target, until the input ends or the next
+// whole character (or line end) finds no room. There are readers and writers for UTF-8 (sequences
+// of 1 to 6 bytes are read, 1 to 4 written), UTF-16 and UTF-32 in both byte orders, and every code
+// page whose bytes are characters.
+//
+// Unreadable bytes: a stray continuation byte, 0xFF, and a sequence that another byte breaks off
+// are read as 26; a sequence (or unit) that the end of the input cuts stays unconsumed.
+// Unmapped: 26 in a code page; a byte without a character is written as U+0000.
+//
+// The loop is chosen once per call by reader and writer; runs of ASCII are copied or widened
+// sixteen bytes at a time.
+#pragma once
+
+#include <cstdint>
+
+#include "text/code_pages.h"
+
+namespace qv {
+
+// What a conversion is asked to do besides mapping.
+struct ConversionOptions {
+  int line_end_mode = kNativeTo;  // kNativeTo and kNativeFrom are resolved to a line end first
+  uint32_t flags = 0;             // kConvertByteOrderMark
+};
+
+struct ConversionResult {
+  uint32_t consumed = 0;  // input bytes
+  uint32_t written = 0;   // output bytes, the terminator included where one was asked for
+};
+
+// Converts input_bytes bytes (kMeasure: NUL-terminated text, and a terminator of the target's unit
+// width is appended) into at most output_bytes. At least one code page is a Unicode one, else, and
+// where a table is missing, the result is {0, 0}. A *to of 0 or 20000 asks the engine to choose the
+// code page whose table loses the fewest characters; the choice is stored there.
+ConversionResult ConvertThroughUnicode(const char* input, uint32_t input_bytes, CodePage from,
+                                       char* output, uint32_t output_bytes, CodePage* to,
+                                       const ConversionOptions& options);
+
+// From one code page through Unicode to another in one pass; both have tables.
+ConversionResult ConvertBetweenCodePages(const char* input, uint32_t input_bytes, CodePage from,
+                                         char* output, uint32_t output_bytes, CodePage to,
+                                         const ConversionOptions& options);
+
+// Converts a text that arrives in chunks: any way of splitting it gives the same bytes.
+//
+//   StreamConverter converter(1252, kUtf8, {kKeep});
+//   while (read chunk) { converter.Convert(chunk, out, &written) ... }
+//   converter.Finish(...)
+class StreamConverter {
+ public:
+  StreamConverter(CodePage from, CodePage to, const ConversionOptions& options);
+
+  // False when a table, a reader or a writer is missing: nothing can be converted.
+  bool usable() const { return usable_; }
+
+  // Converts as much of the chunk as fits; the caller offers the rest again. A character cut by the
+  // end of the chunk, and a CR whose LF may follow, are kept and count as consumed.
+  ConversionResult Convert(const char* input, uint32_t input_bytes, char* output,
+                           uint32_t output_bytes);
+  // Call at the end of the input, until it has written nothing more: what was kept is written (an
+  // unfinished character as the reader rules say: dropped, and counted by cut_bytes()).
+  ConversionResult Finish(char* output, uint32_t output_bytes);
+  // Bytes of an unfinished character that the end of the input cut.
+  uint32_t cut_bytes() const { return cut_bytes_; }
+
+ private:
+  ConversionResult Run(const char* input, uint32_t input_bytes, char* output,
+                       uint32_t output_bytes, bool at_end);
+
+  CodePage from_, to_;
+  ConversionOptions options_;
+  bool usable_ = false;
+  bool mark_written_ = false;
+  char kept_[8] = {};  // bytes of the input not yet converted
+  uint32_t kept_bytes_ = 0;
+  uint32_t cut_bytes_ = 0;
+};
+
+}  // namespace qv

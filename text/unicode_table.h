@@ -1,0 +1,61 @@
+// Tables between one code page and Unicode, and the registry of them.
+//
+// The bodies are those of the module's "CHUC" resources (big-endian):
+//   kind 0       128 entries of 2 bytes: Unicode of the bytes 0x80 to 0xFF; lower bytes are ASCII
+//   kind 2       256 entries of 2 bytes: Unicode of every byte
+//   kind 0x8000  rows of 18 bytes: code point / 16, then 16 bytes of the code page; ascending,
+//                none below row 8
+//   kind 0x8002  the same, from row 0
+// A kind with the top bit maps from Unicode. An entry of 0 means "no character".
+// Registry: built before a second thread converts text, then only read.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "base/big_endian.h"
+#include "text/code_pages.h"
+
+namespace qv {
+
+constexpr uint16_t kFromUnicodeBit = 0x8000;
+
+class UnicodeTable {
+ public:
+  virtual ~UnicodeTable() = default;
+  UnicodeTable(const UnicodeTable&) = delete;
+  UnicodeTable& operator=(const UnicodeTable&) = delete;
+
+  // Takes the body behind the 4-byte header. False when it breaks its kind's rules: the table is
+  // then unusable and must be dropped.
+  virtual bool Load(Bytes body) = 0;
+  // The mapped value; 26 outside the table and, from Unicode, without an entry; to Unicode 0 for a
+  // code that has no character.
+  virtual uint32_t Map(uint32_t value) const = 0;
+
+  CodePage code_page() const { return code_page_; }
+  bool from_unicode() const { return (kind_ & kFromUnicodeBit) != 0; }
+  uint16_t kind() const { return kind_; }
+
+ protected:
+  UnicodeTable(uint16_t kind, CodePage cp) : kind_(kind), code_page_(cp) {}
+
+ private:
+  uint16_t kind_;
+  CodePage code_page_;
+};
+
+// A table object of that kind, not loaded; null for an unknown kind or without memory.
+std::unique_ptr<UnicodeTable> NewUnicodeTable(uint16_t kind, CodePage cp);
+
+// Builds the registry from whole "CHUC" resources (header and body) and the two built-in tables of
+// 20005; a table that fails to load is left out. False without memory (the registry is then empty).
+bool BuildUnicodeTables(std::span<const Bytes> resources);
+void ReleaseUnicodeTables();
+
+}  // namespace qv
+
+// The table of cp in the wanted direction, or null; 20001 is looked up as 20002, 20014 as 936.
+// Valid until ReleaseUnicodeTables.
+const qv::UnicodeTable* FindUnicodeTable(CodePage cp, bool from_unicode);
