@@ -17,6 +17,7 @@
 #include <cstdint>
 
 #include "text/code_pages.h"
+#include "text/process_code_pages.h"
 
 // --- Characters ---
 
@@ -101,7 +102,7 @@ uint32_t CPLStrCopy(uint8_t* dst, const uint8_t* src, uint32_t max, CodePage cp)
 // Shortens in place to at most min(max, 255) bytes; returns the new length.
 uint32_t CPLStrTruncate(uint8_t* str, uint32_t max, CodePage cp);
 
-// --- Conversion and the process's code pages ---
+// --- Conversion ---
 
 // Converts NUL-terminated text in place, at least one of the code pages being Unicode; every line
 // end becomes CR LF; no byte-order mark. Returns the bytes of the result, terminator included. The
@@ -110,21 +111,3 @@ uint32_t CPLStrTruncate(uint8_t* str, uint32_t max, CodePage cp);
 // Returns 0 and leaves the buffer as it was when neither is Unicode, a table is missing, or there
 // is no memory for a work area (needed when limit is above 4096).
 uint32_t CPConvert(char* buffer, CodePage from, CodePage to, uint32_t limit);
-
-// The system's ANSI code page (registry value "ACP"), read at each call; the application code page
-// when it cannot be read.
-CodePage GetSystemCodePage();
-
-// Stores the default code page (initially 1252) and returns the previous one; 20000 only asks.
-CodePage SetDefaultCodePage(CodePage cp);
-
-// The code page of the module's text (initially 1252); set by the start-up.
-CodePage GetApplicationCodePage();
-void SetApplicationCodePage(CodePage cp);
-
-// 65001, the code page in which text travels inside the library.
-constexpr CodePage GetInterchangeCodePage() { return kUtf8; }
-
-namespace qv {
-void ResetCodePagesForTest();
-}
