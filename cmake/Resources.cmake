@@ -2,8 +2,11 @@
 # platforms, from the descriptions (data/module_resources.txt shows the form).
 #
 # The resource tool checks the data and writes, into the build folder, either the .rc and the binary
-# files that windres links, or the pack and the assembler source that puts it into the section
+# files that windres compiles, or the pack and the assembler source that puts it into the section
 # ".qvres". It runs on the building machine, so it is built with that machine's compiler.
+#
+# The object is made here and not by CMake's own rules, so that neither warning nor sanitizer flags
+# of the target reach it, and every caller's folder works alike.
 find_program(QV_BUILD_CXX NAMES g++ c++ clang++ REQUIRED)
 set(QV_RESOURCE_TOOL ${CMAKE_BINARY_DIR}/tools/qvresource)
 
@@ -14,25 +17,23 @@ function(qv_add_resources target)
     get_filename_component(description ${description} ABSOLUTE)
     list(APPEND descriptions ${description})
   endforeach()
+  set(object ${folder}/resources.o)
   if(WIN32)
-    set(output ${folder}/resources.rc)
     set(form rc)
+    set(source ${folder}/resources.rc)
+    set(compile ${CMAKE_RC_COMPILER} -O coff ${source} ${object})
   else()
-    set(output ${folder}/resources.S)
     set(form pack)
+    set(source ${folder}/resources.S)
+    set(compile ${CMAKE_C_COMPILER} -c ${source} -o ${object})
   endif()
-  add_custom_command(OUTPUT ${output}
+  add_custom_command(OUTPUT ${object}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-    COMMAND ${QV_RESOURCE_TOOL} --form ${form} --depend ${folder}/resources.d --output ${output}
-            ${descriptions}
+    COMMAND ${QV_RESOURCE_TOOL} --form ${form} --depend ${folder}/resources.d --target ${object}
+            --output ${source} ${descriptions}
+    COMMAND ${compile}
     DEPENDS ${descriptions} ${QV_RESOURCE_TOOL}
     DEPFILE ${folder}/resources.d
     COMMENT "Resources of ${target}" VERBATIM)
-  target_sources(${target} PRIVATE ${output})
-  if(WIN32)
-    set_source_files_properties(${output} PROPERTIES LANGUAGE RC)
-  else()
-    set_source_files_properties(${output} PROPERTIES LANGUAGE C
-      COMPILE_OPTIONS "-x;assembler-with-cpp")
-  endif()
+  target_sources(${target} PRIVATE ${object})
 endfunction()

@@ -1,0 +1,183 @@
+#include "tools/resource_tool/description.h"
+
+#include <filesystem>
+
+#include "tools/resource_tool/charset_tables.h"
+#include "tools/resource_tool/version_record.h"
+
+namespace qvresource {
+namespace {
+
+constexpr uint32_t kStringsOfList = 16;
+constexpr uint32_t kMostNumber = 0xFFFF;
+
+struct Context {
+  std::filesystem::path folder;
+  SourceReader& reader;
+  ResourceSet& set;
+  Problem& problem;
+
+  // The number in field `index`.
+  bool Number(const Line& line, size_t index, uint32_t& value) {
+    if (index >= line.fields.size()) return problem.Set(line.place, "a number is missing");
+    return ParseDecimal(line.place, line.fields[index].text, kMostNumber, value, problem);
+  }
+  bool Quoted(const Line& line, size_t index, std::string& text) {
+    if (index >= line.fields.size() || !line.fields[index].quoted) {
+      return problem.Set(line.place, "a string in quotation marks is missing");
+    }
+    text = line.fields[index].text;
+    return true;
+  }
+  bool CountIs(const Line& line, size_t least, size_t most) {
+    const size_t count = line.fields.size() - 1;
+    if (count >= least && count <= most) return true;
+    return problem.Set(line.place, line.fields[0].text + (count < least ? " needs more fields"
+                                                                        : " takes fewer fields"));
+  }
+};
+
+// string NUMBER "TEXT"
+bool ReadString(Context& context, const Line& line) {
+  uint32_t number = 0;
+  std::string text;
+  return context.CountIs(line, 2, 2) && context.Number(line, 1, number) &&
+         context.Quoted(line, 2, text) &&
+         context.set.AddString(line.place, number, text, context.problem);
+}
+
+// list LIST "TEXT" ...
+bool ReadList(Context& context, const Line& line) {
+  uint32_t list = 0;
+  if (!context.CountIs(line, 2, 1 + kStringsOfList) || !context.Number(line, 1, list)) return false;
+  if (list > kMostNumber / kStringsOfList) {
+    return context.problem.Set(line.place, "the list's number is out of range");
+  }
+  for (size_t i = 2; i < line.fields.size(); ++i) {
+    const uint32_t number = list * kStringsOfList + static_cast<uint32_t>(i) - 2;
+    std::string text;
+    if (!context.Quoted(line, i, text)) return false;
+    if (!context.set.AddString(line.place, number, text, context.problem)) return false;
+  }
+  return true;
+}
+
+// chst FIRST COUNT FILE
+bool ReadByteMapFile(Context& context, const Line& line) {
+  uint32_t number = 0, count = 0;
+  if (!context.CountIs(line, 3, 3) || !context.Number(line, 1, number) ||
+      !context.Number(line, 2, count)) {
+    return false;
+  }
+  const std::string path = (context.folder / line.fields[3].text).string();
+  std::vector<Line> lines;
+  std::vector<ByteVector> maps;
+  if (!context.reader.Read(path, Quotes::kPlain, lines, context.problem) ||
+      !EncodeByteMaps({path, 0}, lines, count, maps, context.problem)) {
+    return false;
+  }
+  for (ByteVector& map : maps) {
+    if (!context.set.Add(line.place, {"CHST", 0}, number++, std::move(map), context.problem)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool AddPage(Context& context, const Line& line, uint32_t page, uint32_t number) {
+  const std::string path =
+      (context.folder / line.fields[2].text / (std::to_string(page) + ".txt")).string();
+  std::vector<Line> lines;
+  PageTables tables;
+  return context.reader.Read(path, Quotes::kPlain, lines, context.problem) &&
+         EncodeSingleBytePage({path, 0}, lines, page, tables, context.problem) &&
+         context.set.Add(line.place, {"CHUC", 0}, number, std::move(tables.to_unicode),
+                         context.problem) &&
+         context.set.Add(line.place, {"CHUC", 0}, number + 1, std::move(tables.from_unicode),
+                         context.problem);
+}
+
+// chuc FIRST FOLDER PAGE ...
+bool ReadPages(Context& context, const Line& line) {
+  uint32_t number = 0;
+  if (!context.CountIs(line, 3, kMostNumber) || !context.Number(line, 1, number)) return false;
+  for (size_t i = 3; i < line.fields.size(); ++i, number += 2) {
+    uint32_t page = 0;
+    if (!context.Number(line, i, page) || !AddPage(context, line, page, number)) return false;
+  }
+  return true;
+}
+
+// zrcs NUMBER PAGE
+bool ReadCodePage(Context& context, const Line& line) {
+  uint32_t number = 0, page = 0;
+  if (!context.CountIs(line, 2, 2) || !context.Number(line, 1, number) ||
+      !context.Number(line, 2, page)) {
+    return false;
+  }
+  ByteVector bytes;
+  AppendBig(bytes, page, 2);
+  return context.set.Add(line.place, {"ZRCS", 0}, number, std::move(bytes), context.problem);
+}
+
+bool ParseVersionNumber(const Place& place, std::string_view text, VersionRecord& record,
+                        Problem& problem) {
+  for (size_t i = 0; i < record.number.size(); ++i) {
+    const size_t dot = text.find('.');
+    if ((dot == std::string_view::npos) != (i + 1 == record.number.size())) {
+      return problem.Set(place, "a version has four numbers");
+    }
+    uint32_t value = 0;
+    if (!ParseDecimal(place, text.substr(0, dot), kMostNumber, value, problem)) return false;
+    record.number[i] = static_cast<uint16_t>(value);
+    text.remove_prefix(dot == std::string_view::npos ? text.size() : dot + 1);
+  }
+  return true;
+}
+
+// version A.B.C.D KEY "TEXT" ...
+bool ReadVersion(Context& context, const Line& line) {
+  VersionRecord record;
+  if (!context.CountIs(line, 1, kMostNumber) ||
+      !ParseVersionNumber(line.place, line.fields[1].text, record, context.problem)) {
+    return false;
+  }
+  for (size_t i = 2; i < line.fields.size(); i += 2) {
+    std::string text;
+    if (!context.Quoted(line, i + 1, text)) return false;
+    record.texts.emplace_back(line.fields[i].text, text);
+  }
+  return context.set.Add(line.place, {"", kVersionType}, 1, EncodeVersionRecord(record),
+                         context.problem);
+}
+
+struct Directive {
+  const char* word;
+  bool (*read)(Context&, const Line&);
+};
+constexpr Directive kDirectives[] = {
+    {"string", ReadString}, {"list", ReadList},     {"chst", ReadByteMapFile},
+    {"chuc", ReadPages},    {"zrcs", ReadCodePage}, {"version", ReadVersion},
+};
+
+}  // namespace
+
+bool ReadDescription(const std::string& path, SourceReader& reader, ResourceSet& set,
+                     Problem& problem) {
+  std::vector<Line> lines;
+  if (!reader.Read(path, Quotes::kString, lines, problem)) return false;
+  Context context{std::filesystem::path(path).parent_path(), reader, set, problem};
+  for (const Line& line : lines) {
+    const Directive* found = nullptr;
+    for (const Directive& directive : kDirectives) {
+      if (line.fields[0].text == directive.word) found = &directive;
+    }
+    if (found == nullptr) {
+      return problem.Set(line.place, "no kind of resource: " + line.fields[0].text);
+    }
+    if (!found->read(context, line)) return false;
+  }
+  return true;
+}
+
+}  // namespace qvresource

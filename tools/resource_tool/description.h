@@ -1,0 +1,26 @@
+// The description language: what a module's resources are, one per line.
+//
+//   string 2578 "C:\Temp\x.ini"          one string of the platform's table
+//   list 999 "Ctrl+" "Alt+" "Shift+"     strings 999 * 16 and up, at most 16
+//   chst 128 13 codepages/bytemaps.txt   a file of 13 byte maps, numbers 128 and up
+//   chuc 128 codepages/single 437 737    FOLDER/PAGE.txt; each page takes two numbers, one for the
+//                                        table to Unicode, one for the table from Unicode
+//   zrcs 1 1252                          a code page
+//   version 1.0.0.0 ProductName "QVSMAPI" DataVersion "202606"   keys and texts of the string block
+//
+// '#' starts a comment. Strings stand in quotation marks: a backslash is itself, "" is one mark.
+// Paths are relative to the description. All is ASCII; numbers are decimal.
+#pragma once
+
+#include <string>
+
+#include "tools/resource_tool/resource_set.h"
+#include "tools/resource_tool/source_text.h"
+
+namespace qvresource {
+
+// Reads one description, and the data that it names, into the set.
+bool ReadDescription(const std::string& path, SourceReader& reader, ResourceSet& set,
+                     Problem& problem);
+
+}  // namespace qvresource
