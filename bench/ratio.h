@@ -1,0 +1,32 @@
+// Measures jobs of ours beside a peer in one run and prints the ratio of the medians.
+//
+//   bench::Add({"1252 to UTF-8, ASCII, 4 KiB", "iconv", 0.05, Ours, Theirs});
+//   return bench::Run(argc, argv);
+//
+// Repetitions are interleaved at random; arguments are Google Benchmark's.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <string>
+
+namespace bench {
+
+struct Job {
+  std::string name;
+  std::string peer;   // "" for a job without one
+  double target = 0;  // our time divided by the peer's, at most
+  std::function<void(benchmark::State&)> ours;
+  std::function<void(benchmark::State&)> theirs;
+  // Processor time of this process instead of elapsed time.
+  bool processor_time = false;
+};
+
+void Add(Job job);
+
+// Runs everything added and prints a table. 0, also where a target is missed: a measurement is not
+// a test.
+int Run(int argc, char** argv);
+
+}  // namespace bench
