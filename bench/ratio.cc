@@ -67,6 +67,8 @@ int Run(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n%-44s %15s %15s  %7s\n", "job", "ours", "peer", "ratio");
   for (const Job& job : Jobs()) Print(job, reporter);
+  Jobs().clear();
+  benchmark::ClearRegisteredBenchmarks();
   return 0;
 }
 

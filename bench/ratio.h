@@ -25,8 +25,8 @@ struct Job {
 
 void Add(Job job);
 
-// Runs everything added and prints a table. 0, also where a target is missed: a measurement is not
-// a test.
+// Runs everything added since the last run and prints a table. 0, also where a target is missed: a
+// measurement is not a test.
 int Run(int argc, char** argv);
 
 }  // namespace bench
