@@ -6,15 +6,22 @@
 // Differences from the C runtime:
 //   %#s            a length-prefixed string (length byte, then bytes)
 //   %s             null prints "(null)", also with "#"
-//   %ld %lu %lx    32 bits;  %lld %I64d 64 bits;  %Id %zd %td the size of a pointer
+//   %ld %lu %lx    32 bits (an int or a long may be passed);  %lld %I64d 64 bits;
+//                  %Id %zd %td the size of a pointer
 //   %hd %hhd %wd %I8d %I16d   16 bits
 //   %p             upper-case hexadecimal, as many digits as a pointer has
-//   %e %g          exponents of two digits at least, everywhere
-//   %n             stores the bytes produced so far into an int; prints nothing
-// Size letters may stand before the width ("%l08X").
+//   %e %g          exponents of two digits at least, a decimal point, "inf" and "nan", everywhere
+//   %S %C          as %s and %c
+//   %n             stores the bytes produced so far into an int (or the size that size letters
+//                  say); prints nothing
+// Size letters may stand before the width ("%l08X"). Texts are never padded with zeros. Every other
+// conversion character, and a specification that the end of the format cuts off, is printed as it
+// stands and takes no argument (a "*" in it does).
 //
-// The whole result is cut at 7999 bytes, whatever the limit. Threads: any.
-// Errors: without scratch memory dst becomes empty and 0 is returned.
+// The whole result is cut at 7999 bytes, whatever the limit and the widths. dst may also be an
+// argument: the text is put together in a scratch block. Threads: any.
+// Errors: without scratch memory, or without a format, dst becomes empty and 0 is returned; a null
+// dst gives 0.
 #pragma once
 
 #include <cstdarg>
