@@ -14,7 +14,7 @@ namespace {
 // Hosts pass the published structures: in a 32-bit process the layout is a contract.
 constexpr bool kIs32Bit = sizeof(void*) == 4;
 static_assert(!kIs32Bit || (sizeof(QvCmcRecipient) == 24 && sizeof(QvCmcAttachment) == 20 &&
-                            sizeof(QvCmcMessage) == 44 && sizeof(QvCmcTime) == 10));
+                            sizeof(QvCmcMessage) == 44 && sizeof(QvCmcTime) == 12));
 static_assert(!kIs32Bit ||
               (offsetof(QvCmcRecipient, address) == 8 && offsetof(QvCmcRecipient, role) == 12 &&
                offsetof(QvCmcRecipient, recip_flags) == 16));

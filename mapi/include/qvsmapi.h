@@ -88,7 +88,7 @@ enum { QVCMC_SUCCESS = 0, QVCMC_NOT_SUPPORTED = 21 };
 
 typedef struct QvCmcTime {
   int8_t second, minute, hour, day, month, year, isdst, unused1;
-  int16_t tmzone;
+  int16_t tmzone, unused2;
 } QvCmcTime;
 
 typedef struct QvCmcRecipient {

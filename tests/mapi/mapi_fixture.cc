@@ -1,0 +1,172 @@
+#include "tests/mapi/mapi_fixture.h"
+
+#include <cstring>
+
+#include "mapi/module_startup.h"
+
+namespace mapi_test {
+namespace {
+
+constexpr char kCodePageKey[] = "System\\CurrentControlSet\\Control\\Nls\\CodePage";
+constexpr char kOutputName[] = "qv_server_output.txt";
+constexpr DWORD kReadyMilliseconds = 10000;
+
+std::string OutputPath() { return TempFolder() + kOutputName; }
+
+HKEY OpenCodePageKey() {
+  HKEY key = nullptr;
+  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kCodePageKey, 0, KEY_ALL_ACCESS, &key), 0);
+  return key;
+}
+
+void SetAcp(const std::string& number) {
+  HKEY key = OpenCodePageKey();
+  EXPECT_EQ(RegSetValueExA(key, "ACP", 0, REG_SZ, reinterpret_cast<const BYTE*>(number.c_str()),
+                           static_cast<DWORD>(number.size() + 1)),
+            0);
+  RegCloseKey(key);
+}
+
+std::string GetAcp() {
+  HKEY key = OpenCodePageKey();
+  char text[100] = {};
+  DWORD size = sizeof text - 1;
+  RegQueryValueExA(key, "ACP", nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
+  RegCloseKey(key);
+  return text;
+}
+
+HANDLE Start(const std::string& program) {
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  EXPECT_TRUE(CreateProcessA(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                             &startup, &process));
+  CloseHandle(process.hThread);
+  return process.hProcess;
+}
+
+}  // namespace
+
+std::string ProgramFolder() {
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(nullptr, path, MAX_PATH);
+  return std::string(path, static_cast<size_t>(std::strrchr(path, '\\') - path) + 1);
+}
+
+std::string ServerPath() { return ProgramFolder() + QV_SERVER_FILE; }
+
+HMODULE Library() {
+  static HMODULE library = LoadLibraryA((ProgramFolder() + QV_LIBRARY_FILE).c_str());
+  EXPECT_NE(library, nullptr) << QV_LIBRARY_FILE;
+  return library;
+}
+
+std::string TempFolder() {
+  char path[MAX_PATH] = {};
+  GetTempPathA(MAX_PATH, path);
+  return path;
+}
+
+std::string StagingFolder() { return TempFolder() + "Quorvantis"; }
+
+std::string WriteTempFile(const std::string& name, const std::string& text) {
+  const std::string path = TempFolder() + name;
+  HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  EXPECT_NE(file, INVALID_HANDLE_VALUE) << path;
+  DWORD done = 0;
+  WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &done, nullptr);
+  CloseHandle(file);
+  return path;
+}
+
+std::string ReadWholeFile(const std::string& path) {
+  HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return "";
+  std::string text(100000, '\0');
+  DWORD done = 0;
+  ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &done, nullptr);
+  CloseHandle(file);
+  text.resize(done);
+  return text;
+}
+
+bool FileExists(const std::string& path) {
+  return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+void PrepareServer(const ServerSettings& settings) {
+  DeleteFileA(OutputPath().c_str());
+  DeleteFileA((OutputPath() + ".ready").c_str());
+  const std::string text = settings.behaviour + " " + std::to_string(settings.delay) + " " +
+                           std::to_string(settings.wait) + " " + OutputPath();
+  SetEnvironmentVariableA("QV_TEST_SERVER", text.c_str());
+}
+
+std::string ReceivedRequest() { return ReadWholeFile(OutputPath()); }
+
+RunningServer::RunningServer(const ServerSettings& settings) {
+  PrepareServer(settings);
+  process_ = Start(ServerPath());
+  const std::string ready = OutputPath() + ".ready";
+  DWORD waited = 0;
+  for (; !FileExists(ready) && waited < kReadyMilliseconds; waited += 5) Sleep(5);
+  EXPECT_LT(waited, kReadyMilliseconds) << "the server does not register its service";
+}
+
+RunningServer::~RunningServer() {
+  TerminateProcess(process_, 0);
+  WaitForSingleObject(process_, INFINITE);
+  CloseHandle(process_);
+}
+
+RegisteredCommand::RegisteredCommand(const std::string& command) {
+  HKEY key = nullptr;
+  EXPECT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, "qvp\\shell\\open\\command", 0, nullptr,
+                            REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+            0);
+  EXPECT_EQ(RegSetValueExA(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
+                           static_cast<DWORD>(command.size() + 1)),
+            0);
+  RegCloseKey(key);
+}
+
+RegisteredCommand::~RegisteredCommand() { RegDeleteTreeA(HKEY_CLASSES_ROOT, "qvp"); }
+
+MailClientKey::MailClientKey() {
+  HKEY key = nullptr;
+  for (const char* path : {"SOFTWARE\\Clients\\Mail", "SOFTWARE\\Microsoft\\Windows"}) {
+    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              0);
+    RegCloseKey(key);
+  }
+}
+
+MailClientKey::~MailClientKey() {
+  RegDeleteTreeA(HKEY_CURRENT_USER, "SOFTWARE\\Clients");
+  RegDeleteTreeA(HKEY_CURRENT_USER, "SOFTWARE\\Microsoft\\Windows\\Shell\\Associations");
+}
+
+SystemCodePage::SystemCodePage(const std::string& number) : before_(GetAcp()) { SetAcp(number); }
+
+SystemCodePage::~SystemCodePage() { SetAcp(before_); }
+
+std::string Escaped(const std::string& text) {
+  std::string out;
+  for (const unsigned char c : text) {
+    char hex[4];
+    std::snprintf(hex, sizeof hex, "%%%02X", c);
+    out += std::strchr(":<>\"|;',()[]{} %#~^`\r", c) ? std::string(hex) : std::string(1, c);
+  }
+  return out;
+}
+
+void MapiTest::SetUpTestSuite() {
+  static const int started = ModuleStartup(GetModuleHandleA(nullptr), DLL_PROCESS_ATTACH);
+  EXPECT_EQ(started, 1);
+}
+
+}  // namespace mapi_test

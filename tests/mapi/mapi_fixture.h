@@ -1,0 +1,97 @@
+// What the tests of the surface share: the loaded library, files of the temporary folder, the
+// client's registration, and a real DDE server in a process of its own.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "mapi/include/qvsmapi.h"
+#include "platform/windows_api.h"
+
+namespace mapi_test {
+
+// Folder of the test executable, where the library and the server lie too, with its "\".
+std::string ProgramFolder();
+std::string ServerPath();
+
+// The real library, loaded once as a host does it.
+HMODULE Library();
+template <typename Function>
+Function Export(const char* name) {
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(Library(), name)));
+}
+
+// The temporary folder with its "\", and the staging folder without.
+std::string TempFolder();
+std::string StagingFolder();
+std::string WriteTempFile(const std::string& name, const std::string& text);
+std::string ReadWholeFile(const std::string& path);  // "" when there is none
+bool FileExists(const std::string& path);
+
+// Behaviour of the server, as dde_test_server.cc lists it.
+struct ServerSettings {
+  std::string behaviour = "accept";
+  DWORD delay = 0, wait = 0;  // milliseconds
+};
+
+// Leaves the settings where servers that are started from now on find them, and forgets what the
+// last one received.
+void PrepareServer(const ServerSettings& settings);
+// What the server was sent since PrepareServer.
+std::string ReceivedRequest();
+
+// A server that runs until it has served one conversation.
+class RunningServer {
+ public:
+  explicit RunningServer(const ServerSettings& settings = {});
+  ~RunningServer();
+  RunningServer(const RunningServer&) = delete;
+  RunningServer& operator=(const RunningServer&) = delete;
+
+ private:
+  HANDLE process_ = nullptr;
+};
+
+// Registers a launch command for the client's URL scheme; the end removes it.
+class RegisteredCommand {
+ public:
+  explicit RegisteredCommand(const std::string& command);
+  ~RegisteredCommand();
+  RegisteredCommand(const RegisteredCommand&) = delete;
+  RegisteredCommand& operator=(const RegisteredCommand&) = delete;
+};
+
+// SOFTWARE\Clients\Mail of the user, which registration never makes itself; the end removes it and
+// what registration wrote.
+class MailClientKey {
+ public:
+  MailClientKey();
+  ~MailClientKey();
+  MailClientKey(const MailClientKey&) = delete;
+  MailClientKey& operator=(const MailClientKey&) = delete;
+};
+
+// The registry's "ACP" for the length of a scope.
+class SystemCodePage {
+ public:
+  explicit SystemCodePage(const std::string& number);
+  ~SystemCodePage();
+  SystemCodePage(const SystemCodePage&) = delete;
+  SystemCodePage& operator=(const SystemCodePage&) = delete;
+
+ private:
+  std::string before_;
+};
+
+// Escapes by the rule, in a way of its own.
+std::string Escaped(const std::string& text);
+
+// The functions of the library linked into the test: its start-up has run once, so the character
+// set tables are there.
+class MapiTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite();
+};
+
+}  // namespace mapi_test
