@@ -1,0 +1,177 @@
+#include "platform/host/paths.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <vector>
+
+#include "platform/host/control.h"
+#include "platform/host/native_names.h"
+#include "platform/host/state_directory.h"
+#include "platform/host/text.h"
+
+namespace host {
+namespace {
+
+constexpr DWORD kBadNetPath = 53;
+
+bool IsSeparator(char16_t c) { return c == u'\\' || c == u'/'; }
+
+bool IsLetter(char16_t c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
+
+bool HasDrive(std::u16string_view path) {
+  return path.size() >= 2 && IsLetter(path[0]) && path[1] == u':';
+}
+
+std::string DriveFolder() { return StateDirectory() + "/drive_c"; }
+
+std::u16string CurrentFolder() {
+  std::error_code error;
+  std::string folder = std::filesystem::current_path(error).string();
+  std::string platform = error ? "" : PlatformFromNative(folder);
+  return platform.empty() ? u"Z:\\" : WideFromUtf8(platform);
+}
+
+// Drive and folder that a path starts from, and what of the path is left.
+std::u16string StartOf(std::u16string_view* path) {
+  std::u16string current = CurrentFolder();
+  if (HasDrive(*path)) {
+    std::u16string drive(path->substr(0, 2));
+    path->remove_prefix(2);
+    bool absolute = !path->empty() && IsSeparator((*path)[0]);
+    bool here = UpperCase(drive) == UpperCase(current.substr(0, 2));
+    return absolute || !here ? drive : current;
+  }
+  return !path->empty() && IsSeparator((*path)[0]) ? current.substr(0, 2) : current;
+}
+
+std::vector<std::u16string_view> Parts(std::u16string_view path) {
+  std::vector<std::u16string_view> parts;
+  for (size_t at = 0; at < path.size();) {
+    size_t end = at;
+    while (end < path.size() && !IsSeparator(path[end])) ++end;
+    if (end > at) parts.push_back(path.substr(at, end - at));
+    at = end + 1;
+  }
+  return parts;
+}
+
+bool MayBeName(std::u16string_view part) {
+  for (char16_t c : part) {
+    if (c < 0x20 || std::u16string_view(u"<>:\"|?*").find(c) != std::u16string_view::npos) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool Exists(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0;
+}
+
+bool IsFolder(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The entry of a folder that differs from `name` in letter case only; "" when there is none.
+std::string FindIgnoringCase(const std::string& folder, const std::string& name) {
+  DIR* list = opendir(folder.empty() ? "/" : folder.c_str());
+  if (!list) return "";
+  std::string wanted = UpperCaseUtf8(name), found;
+  while (const dirent* entry = readdir(list)) {
+    if (UpperCaseUtf8(entry->d_name) == wanted) {
+      found = entry->d_name;
+      break;
+    }
+  }
+  closedir(list);
+  return found;
+}
+
+}  // namespace
+
+std::u16string FullPath(std::u16string_view path, DWORD* error) {
+  auto fail = [error](DWORD number) {
+    if (error) *error = number;
+    return std::u16string();
+  };
+  if (path.substr(0, 4) == u"\\\\?\\") path.remove_prefix(4);
+  if (path.empty()) return fail(ERROR_PATH_NOT_FOUND);
+  if (path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1])) return fail(kBadNetPath);
+  bool folder_form = IsSeparator(path.back());
+  std::u16string start = StartOf(&path);
+  std::vector<std::u16string_view> parts = Parts(std::u16string_view(start).substr(2));
+  for (std::u16string_view part : Parts(path)) {
+    if (part == u"..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (part != u".") {
+      parts.push_back(part);
+    }
+  }
+  std::u16string full(start, 0, 2);
+  for (std::u16string_view part : parts) (full += u'\\') += part;
+  while (!folder_form && parts.size() > 0 && (full.back() == u'.' || full.back() == u' ')) {
+    full.pop_back();
+  }
+  if (parts.empty() || (folder_form && full.back() != u'\\')) full += u'\\';
+  return full;
+}
+
+FoundName FindNative(std::u16string_view path) {
+  FoundName name;
+  std::u16string full = FullPath(path, &name.error);
+  if (full.empty()) return name;
+  char16_t drive = UpperCase(full)[0];
+  if (drive != u'C' && drive != u'Z') return {"", ERROR_PATH_NOT_FOUND};
+  if (drive == u'C') name.path = DriveFolder();
+  std::vector<std::u16string_view> parts = Parts(std::u16string_view(full).substr(2));
+  for (size_t i = 0; i < parts.size(); ++i) {
+    bool malformed = false;
+    std::string part = Utf8FromWide(parts[i], &malformed);
+    if (malformed || !MayBeName(parts[i])) return {"", ERROR_INVALID_NAME};
+    if (!Exists(name.path + "/" + part)) {
+      std::string other = FindIgnoringCase(name.path, part);
+      if (!other.empty()) part = other;
+    }
+    name.path += "/" + part;
+    if (i + 1 < parts.size() && !IsFolder(name.path)) return {"", ERROR_PATH_NOT_FOUND};
+  }
+  if (name.path.empty()) name.path = "/";
+  return name;
+}
+
+FoundName FindNative(LPCSTR ansi_path) {
+  return FindNative(WideFromAnsi(ansi_path ? ansi_path : ""));
+}
+
+std::string PlatformFromNative(std::string_view native) {
+  std::error_code error;
+  std::filesystem::path absolute = std::filesystem::absolute(native, error);
+  if (native.empty() || error) return "";
+  std::string path = absolute.lexically_normal().string();
+  std::string drive_folder = DriveFolder();
+  std::string drive = "Z:";
+  if (path == drive_folder || path.starts_with(drive_folder + "/")) {
+    drive = "C:";
+    path.erase(0, drive_folder.size());
+  }
+  bool malformed = false;
+  std::u16string wide = WideFromUtf8(path, &malformed);
+  if (malformed || !MayBeName(wide) || path.find('\\') != std::string::npos) return "";
+  if (path.empty()) path = "/";
+  for (char& c : path) c = c == '/' ? '\\' : c;
+  return drive + path;
+}
+
+std::string PlatformName(const std::string& native) { return PlatformFromNative(native); }
+
+std::string NativeName(const std::string& platform_path) {
+  return FindNative(WideFromUtf8(platform_path)).path;
+}
+
+}  // namespace host
