@@ -1,0 +1,33 @@
+// Progress of long work: one line on standard error that is rewritten, only when that is a
+// terminal.
+//
+//   Progress progress("storing report.pdf", total_bytes);
+//   progress.Advance(chunk);           // the line vanishes with the object
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace program {
+
+class Progress {
+ public:
+  // `total` 0: only the label is shown.
+  Progress(std::string label, uint64_t total);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void Advance(uint64_t amount);
+
+ private:
+  void Show() const;
+
+  std::string label_;
+  uint64_t total_;
+  uint64_t done_ = 0;
+  int percent_ = 0;
+  bool shown_;
+};
+
+}  // namespace program

@@ -1,0 +1,203 @@
+// qvclient: a stand-in for the desktop client that the mail library delivers to.
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <cstdlib>
+
+#include "platform/native_files.h"
+#include "platform/state_folder.h"
+#include "platform/windows_api.h"
+#include "programs/common/command_line.h"
+#include "programs/common/file_names.h"
+#include "programs/common/files.h"
+#include "programs/common/program_settings.h"
+#include "programs/common/reporter.h"
+#include "programs/qvclient/mail_queue.h"
+#include "programs/qvclient/mailbox.h"
+#include "programs/qvclient/registration.h"
+#include "programs/qvclient/request_server.h"
+
+namespace qvclient {
+namespace {
+
+constexpr char kFolderSetting[] = "Folder", kCountSetting[] = "Count";
+
+constexpr char kExample[] =
+    "  qvclient --folder mail --count 1\n"
+    "  qvclient --register --folder mail\n"
+    "The library starts a registered client without arguments; folder and count then come from\n"
+    "the settings that --register wrote. Without a folder, messages go to \"mail\" in the state\n"
+    "directory.";
+
+struct Options {
+  std::string folder;  // as given on the command line
+  uint32_t count = 0;  // 0: no end
+  uint32_t acknowledge_after = 0;
+  bool keep_copies = false, quiet = false, show_request = false;
+  bool do_register = false, do_unregister = false, do_make_default = false;
+  std::string library;
+};
+
+void Describe(CLI::App& app, Options& options) {
+  app.add_option("--folder", options.folder, "Where the messages go")->type_name("DIR");
+  app.add_option("--count", options.count, "End after this many requests")->type_name("N");
+  app.add_flag("--keep-copies", options.keep_copies, "Leave the attachment copies where they are");
+  app.add_option("--acknowledge-after", options.acknowledge_after,
+                 "Wait before each acknowledgement, as a busy client does")
+      ->type_name("MS");
+  app.add_flag("--quiet", options.quiet, "No line for a message that was stored");
+  app.add_flag("--show-request", options.show_request, "Print each request as it came");
+  auto* enter = app.add_flag("--register", options.do_register,
+                             "Let the library start this program when no client runs");
+  auto* leave = app.add_flag("--unregister", options.do_unregister, "Take that back");
+  auto* make = app.add_flag("--make-default", options.do_make_default,
+                            "Make this the user's default mail client");
+  app.add_option("--library", options.library, "The mail library, for --make-default")
+      ->type_name("PATH");
+  enter->excludes(leave)->excludes(make);
+  leave->excludes(make);
+}
+
+int Failed(const program::Reporter& reporter, const std::string& what) {
+  reporter.Error(what);
+  return program::kFailed;
+}
+
+// --- Registration ---
+
+int Register(const Options& options, const program::Reporter& reporter) {
+  std::string folder = options.folder.empty() ? "" : platform::PlatformPath(options.folder);
+  std::string count = options.count == 0 ? "" : std::to_string(options.count);
+  bool kept = program::WriteProgramSetting(kFolderSetting, folder) &&
+              program::WriteProgramSetting(kCountSetting, count);
+  if (!kept) return Failed(reporter, "cannot write the settings: is the disk full?");
+  std::string trouble = RegisterCommand(program::ProgramPath());
+  if (!trouble.empty()) return Failed(reporter, trouble);
+  reporter.Line("registered: " + platform::NativePath(RegisteredCommand()));
+  return program::kDone;
+}
+
+int Unregister(const program::Reporter& reporter) {
+  std::string command = RegisteredCommand();
+  std::string trouble = UnregisterCommand();
+  if (!trouble.empty()) return Failed(reporter, trouble);
+  program::WriteProgramSetting(kFolderSetting, "");
+  program::WriteProgramSetting(kCountSetting, "");
+  reporter.Line(command.empty() ? "nothing was registered"
+                                : "no longer registered: " + platform::NativePath(command));
+  return program::kDone;
+}
+
+int MakeDefaultClientNow(const Options& options, const program::Reporter& reporter) {
+  std::string library = options.library.empty() ? "" : platform::PlatformPath(options.library);
+  std::string trouble = MakeDefaultClient(library);
+  if (!trouble.empty()) return Failed(reporter, trouble);
+  reporter.Line("Quorvantis is now the default mail client");
+  return program::kDone;
+}
+
+// --- Serving ---
+
+std::string MessageFolder(const Options& options) {
+  if (!options.folder.empty()) return platform::PlatformPath(options.folder);
+  std::string folder = program::ReadProgramSetting(kFolderSetting);
+  return folder.empty() ? program::Joined(platform::StateFolder(), "mail") : folder;
+}
+
+uint32_t MessageCount(const Options& options) {
+  if (options.count != 0) return options.count;
+  return static_cast<uint32_t>(std::atol(program::ReadProgramSetting(kCountSetting).c_str()));
+}
+
+BOOL WINAPI OnConsoleEvent(DWORD event) {
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
+  StopRequestServer();
+  return TRUE;
+}
+
+// Requests from the first to the last: every one that was accepted is stored before the program
+// ends, and no more are accepted than it is to take.
+class Service {
+ public:
+  Service(const MailboxOptions& mailbox, uint32_t count, const program::Reporter& reporter)
+      : reporter_(reporter),
+        count_(count),
+        mailbox_(mailbox, reporter),
+        queue_([this](const std::string& request) { Store(request); }) {}
+
+  int Run(uint32_t acknowledge_after) {
+    std::string trouble = StartRequestServer(
+        {[this](std::string request) { return Accept(std::move(request)); }, acknowledge_after});
+    if (trouble.empty()) {
+      SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+      reporter_.Line("ready");
+      RunRequestServer();
+    }
+    EndRequestServer();
+    queue_.Finish();
+    if (!trouble.empty()) {
+      return Failed(reporter_, "cannot serve requests: " + trouble + "; does another client run?");
+    }
+    return all_well_ ? program::kDone : program::kFailed;
+  }
+
+ private:
+  bool Accept(std::string request) {
+    if (count_ != 0 && accepted_ == count_) return false;
+    ++accepted_;
+    queue_.Add(std::move(request));
+    return true;
+  }
+
+  // On the queue's thread.
+  void Store(const std::string& request) {
+    if (!mailbox_.Take(request)) all_well_ = false;
+    if (++stored_ == count_) StopRequestServer();
+  }
+
+  const program::Reporter& reporter_;
+  const uint32_t count_;
+  uint32_t accepted_ = 0;
+  uint32_t stored_ = 0;
+  std::atomic<bool> all_well_{true};
+  Mailbox mailbox_;
+  MailQueue queue_;  // last: its thread uses all the others
+};
+
+int Serve(const Options& options, const program::Reporter& reporter) {
+  MailboxOptions mailbox;
+  mailbox.folder = MessageFolder(options);
+  mailbox.staging_folder = program::StagingFolder();
+  mailbox.keep_copies = options.keep_copies;
+  mailbox.quiet = options.quiet;
+  mailbox.show_requests = options.show_request;
+  DWORD error = program::MakeFolders(mailbox.folder);
+  if (error != ERROR_SUCCESS) {
+    return Failed(reporter, "cannot make the folder " + platform::NativePath(mailbox.folder) +
+                                ": " + program::ErrorText(error) +
+                                "; choose another with --folder");
+  }
+  return Service(mailbox, MessageCount(options), reporter).Run(options.acknowledge_after);
+}
+
+int Run(const std::vector<std::string>& arguments) {
+  program::Reporter reporter("qvclient");
+  CLI::App app("Receives the messages that the mail library delivers and stores them as files.",
+               "qvclient");
+  Options options;
+  Describe(app, options);
+  program::PrepareCommandLine(app, kExample);
+  if (auto end = program::ParseCommandLine(app, arguments, reporter)) return *end;
+  if (!program::UseProgramSettings()) reporter.Warn("there is no place for settings");
+  if (options.do_register) return Register(options, reporter);
+  if (options.do_unregister) return Unregister(reporter);
+  if (options.do_make_default) return MakeDefaultClientNow(options, reporter);
+  return Serve(options, reporter);
+}
+
+}  // namespace
+}  // namespace qvclient
+
+int main(int argc, char** argv) {
+  platform::UseBinaryStreams();
+  return qvclient::Run(platform::Utf8Arguments(argc, argv));
+}

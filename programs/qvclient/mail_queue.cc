@@ -1,0 +1,38 @@
+#include "programs/qvclient/mail_queue.h"
+
+namespace qvclient {
+
+MailQueue::MailQueue(Handler handler) : handler_(std::move(handler)), thread_([this] { Work(); }) {}
+
+void MailQueue::Add(std::string request) {
+  {
+    std::lock_guard lock(mutex_);
+    waiting_.push_back(std::move(request));
+  }
+  changed_.notify_one();
+}
+
+void MailQueue::Finish() {
+  {
+    std::lock_guard lock(mutex_);
+    finishing_ = true;
+  }
+  changed_.notify_one();
+  if (thread_.joinable()) thread_.join();
+}
+
+void MailQueue::Work() {
+  std::string request;
+  while (Next(&request)) handler_(request);
+}
+
+bool MailQueue::Next(std::string* request) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return finishing_ || !waiting_.empty(); });
+  if (waiting_.empty()) return false;
+  *request = std::move(waiting_.front());
+  waiting_.pop_front();
+  return true;
+}
+
+}  // namespace qvclient

@@ -1,0 +1,43 @@
+// Requests that were accepted and wait to be stored, and the thread that stores them: the server
+// acknowledges at once however large a message is.
+//
+//   MailQueue queue([&](const std::string& request) { mailbox.Take(request); });
+//   queue.Add(text);        // any thread
+//   queue.Finish();         // everything added is handled
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace qvclient {
+
+class MailQueue {
+ public:
+  using Handler = std::function<void(const std::string& request)>;
+
+  explicit MailQueue(Handler handler);
+  ~MailQueue() { Finish(); }
+  MailQueue(const MailQueue&) = delete;
+  MailQueue& operator=(const MailQueue&) = delete;
+
+  void Add(std::string request);
+  // Handles what is left and ends the thread; nothing may be added afterwards.
+  void Finish();
+
+ private:
+  void Work();
+  bool Next(std::string* request);
+
+  Handler handler_;
+  std::mutex mutex_;  // guards the two below
+  std::deque<std::string> waiting_;
+  bool finishing_ = false;
+  std::condition_variable changed_;
+  std::thread thread_;
+};
+
+}  // namespace qvclient

@@ -1,0 +1,28 @@
+#include "programs/qvclient/staged_copies.h"
+
+#include <string_view>
+
+#include "programs/common/file_names.h"
+#include "programs/common/files.h"
+#include "programs/common/text.h"
+
+namespace qvclient {
+
+CopyState StagedCopies::State(const std::string& path) const {
+  size_t length = folder_.size();
+  if (length == 0 || path.size() <= length || path[length] != '\\') return CopyState::kOutside;
+  bool inside = program::FoldCase(path.substr(0, length)) == program::FoldCase(folder_);
+  if (!inside || !program::IsPlainName(std::string_view(path).substr(length + 1))) {
+    return CopyState::kOutside;
+  }
+  if (program::IsOrdinaryFile(path)) return CopyState::kCopy;
+  return program::IsThere(path) ? CopyState::kOutside : CopyState::kMissing;
+}
+
+DWORD StagedCopies::Delete(const std::string& path) const {
+  CopyState state = State(path);
+  if (state == CopyState::kMissing) return ERROR_SUCCESS;
+  return state == CopyState::kCopy ? program::DeleteFileAt(path) : ERROR_INVALID_NAME;
+}
+
+}  // namespace qvclient
