@@ -1,6 +1,8 @@
 // Debug output to the system's debugger.
 //
-// Threads: any.
+//   DebugPrintf("ZRFile: %ld bytes\n", size);
+//
+// Threads: any. Errors: without scratch memory nothing is written.
 #pragma once
 
 // Formats (rules and limit of FormatText) and passes the text to OutputDebugStringA.

@@ -13,7 +13,8 @@
 
 #include <cstdint>
 
-// Reads a text of at most size - 1 characters into buffer; returns the characters stored.
+// Reads a text of at most size - 1 characters into buffer; returns the characters stored. A null
+// default is the empty text; without a buffer 0 is returned.
 uint32_t ReadSettingString(const char* section, const char* key, const char* default_text,
                            char* buffer, uint32_t size);
 int32_t ReadSettingInt(const char* section, const char* key, int32_t default_value);
@@ -28,7 +29,8 @@ constexpr uint32_t kSettingsPathString = 2578;
 constexpr uint32_t kDebugLogString = 2579;
 
 // Our own addition, for a program whose path is known only when it runs: from now on the file is
-// `path` (longer ones are refused: false).
+// `path` (null, or more than 254 characters, is refused: false). To be called before a second
+// thread reads settings.
 bool SetSettingsPath(const char* path);
 // The path in force; establishes it when that has not happened yet.
 const char* SettingsPath();

@@ -30,7 +30,8 @@ class CDiskFile {
   // True when something exists at the path (a folder too).
   virtual bool Exists() const;
 
-  // Makes the named folder; 0 when it was made or is a folder already.
+  // Makes the named folder; 0 when it was made or is a folder already. ZRErrParam without a name,
+  // ZRErrExists when something else has the name, else the translated platform error.
   virtual ZRError CreateFolder();
 
   // Folder and name joined. ZRErrTooLong, with an empty buffer, when the whole does not fit below
@@ -42,6 +43,7 @@ class CDiskFile {
 
  private:
   static constexpr uint32_t kFolderSize = 256, kNameSize = 64;  // bytes, terminators included
+  static constexpr uint32_t kPathSize = 276;  // what the platform is given at most
   char folder_[kFolderSize] = {};
   char name_[kNameSize] = {};
 };

@@ -9,8 +9,8 @@
 namespace qv {
 
 struct Accelerator {
-  uint8_t flags = 0;             // the platform's accelerator flags
-  uint8_t key = 0;               // virtual key code
+  uint8_t flags = 0;  // the platform's accelerator flags
+  uint8_t key = 0;    // virtual key code
   uint16_t command = 0;
   char* display_text = nullptr;  // owned, from the allocation hook; null when there is none
 };
