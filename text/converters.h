@@ -19,10 +19,15 @@ namespace qv {
 class Converter {
  public:
   virtual ~Converter() = default;
+  // False when it can convert nothing (its table is missing).
+  virtual bool usable() const = 0;
   // Returns the input bytes consumed and sets *output_bytes to the bytes written.
   virtual uint32_t Convert(const char* input, uint32_t input_bytes, char* output,
                            uint32_t* output_bytes, int line_end_mode) const = 0;
-  CodePage source = kDefaultCodePage, destination = kDefaultCodePage;
+  const CodePage source, destination;
+
+ protected:
+  Converter(CodePage from, CodePage to) : source(from), destination(to) {}
 };
 
 // Copies, changing line ends only. Null without memory (so for the two below).
@@ -31,7 +36,7 @@ std::unique_ptr<Converter> NewIdentityConverter(CodePage source, CodePage destin
 // a resource of another size gives a converter that converts nothing.
 std::unique_ptr<Converter> NewTableConverter(Bytes resource);
 // Between the forms of one East Asian family. Its arithmetic is not there yet: it converts nothing
-// (0 bytes), as any converter without its table does.
+// (0 bytes), as any converter without its table does. Equal code pages are copied as above.
 std::unique_ptr<Converter> NewPairConverter(CodePage source, CodePage destination);
 
 // Registry, in building order: add converters, then sort. AddConverter and SortConverters give
@@ -50,8 +55,9 @@ CodePage MapCodePage(CodePage cp);
 // A flag of ConvertText and of the Unicode engines: write a byte-order mark first.
 constexpr uint32_t kConvertByteOrderMark = 0x04;
 
-// Converts input_bytes bytes (0xFFFFFFFF: NUL-terminated text, and a terminator is appended) into at
-// most *output_bytes; a character is never split. Returns the input bytes consumed and sets
-// *output_bytes to the bytes written; both 0 when no converter or table can do it.
+// Converts input_bytes bytes (0xFFFFFFFF: NUL-terminated text, and a terminator is appended) into
+// at most *output_bytes; a character is never split. Returns the input bytes consumed and sets
+// *output_bytes to the bytes written; both 0 when no converter or table can do it, except that with
+// kKeep the bytes are then copied as they are. While the registry is empty that is all it does.
 uint32_t ConvertText(const char* input, uint32_t input_bytes, CodePage from, char* output,
                      uint32_t* output_bytes, CodePage to, int line_end_mode, uint32_t flags);

@@ -20,6 +20,8 @@
 
 namespace qv {
 
+struct EngineCursor;
+
 // What a conversion is asked to do besides mapping.
 struct ConversionOptions {
   int line_end_mode = kNativeTo;  // kNativeTo and kNativeFrom are resolved to a line end first
@@ -27,6 +29,7 @@ struct ConversionOptions {
 };
 
 struct ConversionResult {
+  bool possible = false;  // false when a table, a reader or a writer is missing
   uint32_t consumed = 0;  // input bytes
   uint32_t written = 0;   // output bytes, the terminator included where one was asked for
 };
@@ -46,14 +49,15 @@ ConversionResult ConvertBetweenCodePages(const char* input, uint32_t input_bytes
 
 // Converts a text that arrives in chunks: any way of splitting it gives the same bytes.
 //
-//   StreamConverter converter(1252, kUtf8, {kKeep});
+//   StreamConverter converter(1252, kUtf8, {kKeep, 0});
 //   while (read chunk) { converter.Convert(chunk, out, &written) ... }
 //   converter.Finish(...)
 class StreamConverter {
  public:
   StreamConverter(CodePage from, CodePage to, const ConversionOptions& options);
 
-  // False when a table, a reader or a writer is missing: nothing can be converted.
+  // False when a table, a reader or a writer is missing, or the target is left open (0, 20000):
+  // nothing can be converted.
   bool usable() const { return usable_; }
 
   // Converts as much of the chunk as fits; the caller offers the rest again. A character cut by the
@@ -67,14 +71,18 @@ class StreamConverter {
   uint32_t cut_bytes() const { return cut_bytes_; }
 
  private:
-  ConversionResult Run(const char* input, uint32_t input_bytes, char* output,
-                       uint32_t output_bytes, bool at_end);
+  ConversionResult Run(const char* input, uint32_t input_bytes, char* output, uint32_t output_bytes,
+                       bool at_end);
+  bool ConvertKept(EngineCursor& at, bool at_end);
+  void ConvertRest(EngineCursor& at, bool at_end);
+  void KeepOrDrop(EngineCursor& at, bool at_end);
+  LineEndMode LineEnds() const;
 
   CodePage from_, to_;
   ConversionOptions options_;
   bool usable_ = false;
   bool mark_written_ = false;
-  char kept_[8] = {};  // bytes of the input not yet converted
+  uint8_t kept_[8] = {};  // bytes of the input not yet converted
   uint32_t kept_bytes_ = 0;
   uint32_t cut_bytes_ = 0;
 };

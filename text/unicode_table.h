@@ -6,7 +6,8 @@
 //   kind 0x8000  rows of 18 bytes: code point / 16, then 16 bytes of the code page; ascending,
 //                none below row 8
 //   kind 0x8002  the same, from row 0
-// A kind with the top bit maps from Unicode. An entry of 0 means "no character".
+// A kind with the top bit maps from Unicode. An entry of 0 means "no character", except that byte 0
+// and U+0000 belong together. The decomposition kinds 0xF000 to 0xF003 are left out.
 // Registry: built before a second thread converts text, then only read.
 #pragma once
 
@@ -28,7 +29,7 @@ class UnicodeTable {
   UnicodeTable& operator=(const UnicodeTable&) = delete;
 
   // Takes the body behind the 4-byte header. False when it breaks its kind's rules: the table is
-  // then unusable and must be dropped.
+  // then unusable and must be dropped. May throw std::bad_alloc.
   virtual bool Load(Bytes body) = 0;
   // The mapped value; 26 outside the table and, from Unicode, without an entry; to Unicode 0 for a
   // code that has no character.
@@ -53,6 +54,9 @@ std::unique_ptr<UnicodeTable> NewUnicodeTable(uint16_t kind, CodePage cp);
 // 20005; a table that fails to load is left out. False without memory (the registry is then empty).
 bool BuildUnicodeTables(std::span<const Bytes> resources);
 void ReleaseUnicodeTables();
+
+// Every table, those to Unicode first, each direction by code page.
+std::span<const std::unique_ptr<UnicodeTable>> AllUnicodeTables();
 
 }  // namespace qv
 

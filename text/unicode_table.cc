@@ -1,0 +1,142 @@
+#include "text/unicode_table.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <vector>
+
+#include "text/byte_tables.h"
+#include "text/plain_ascii.h"
+
+namespace qv {
+namespace {
+
+constexpr Field kKind{0, 2}, kPage{2, 2};
+constexpr uint32_t kHeaderSize = 4;
+constexpr uint16_t kFirstDecomposition = 0xF000, kLastDecomposition = 0xF003;
+
+using TablePointer = std::unique_ptr<UnicodeTable>;
+
+// A hash index over the sorted tables: look-ups are part of every conversion.
+struct TableIndex {
+  static constexpr uint32_t kSlots = 1024;
+  std::array<uint16_t, kSlots> place{};  // index of a table + 1; 0 is a free slot
+
+  static uint32_t FirstSlot(CodePage cp, bool from_unicode) {
+    return (uint32_t{cp} * 2 + from_unicode) * 2654435761u >> 22;
+  }
+};
+
+struct UnicodeTableState {
+  // Written by BuildUnicodeTables and ReleaseUnicodeTables only; sorted by direction (to Unicode
+  // first), then code page.
+  std::vector<TablePointer> tables;
+  TableIndex index;
+};
+
+UnicodeTableState& State() {
+  static UnicodeTableState state;
+  return state;
+}
+
+bool ComesBefore(const TablePointer& a, const TablePointer& b) {
+  if (a->from_unicode() != b->from_unicode()) return b->from_unicode();
+  return a->code_page() < b->code_page();
+}
+
+// False without memory for the object; a table that does not load is left out.
+bool AddTable(std::vector<TablePointer>& tables, uint16_t kind, CodePage cp, Bytes body) {
+  const bool known = kind == kKindHighHalf || kind == kKindAllBytes ||
+                     kind == (kFromUnicodeBit | kKindHighHalf) ||
+                     kind == (kFromUnicodeBit | kKindAllBytes);
+  if (!known) return true;
+  TablePointer table = NewUnicodeTable(kind, cp);
+  if (!table) return false;
+  if (table->Load(body)) tables.push_back(std::move(table));
+  return true;
+}
+
+bool AddResource(std::vector<TablePointer>& tables, Bytes resource) {
+  if (resource.size() < kHeaderSize) return true;
+  const auto kind = static_cast<uint16_t>(ReadBigEndian(resource, kKind));
+  if (kind >= kFirstDecomposition && kind <= kLastDecomposition) return true;
+  const auto cp = static_cast<CodePage>(ReadBigEndian(resource, kPage));
+  return AddTable(tables, kind, cp, resource.subspan(kHeaderSize));
+}
+
+bool AddAllTables(std::vector<TablePointer>& tables, std::span<const Bytes> resources) {
+  tables.reserve(resources.size() + 2);
+  if (!AddTable(tables, kKindHighHalf, kPlainAscii, PlainAsciiToUnicode()) ||
+      !AddTable(tables, kFromUnicodeBit | kKindHighHalf, kPlainAscii, PlainAsciiFromUnicode())) {
+    return false;
+  }
+  return std::all_of(resources.begin(), resources.end(),
+                     [&tables](Bytes resource) { return AddResource(tables, resource); });
+}
+
+// Of two tables for one page and direction the first counts.
+void FillIndex(UnicodeTableState& state) {
+  state.index = {};
+  // Half of the slots stay free, so that every search ends soon.
+  const size_t count = std::min<size_t>(state.tables.size(), TableIndex::kSlots / 2);
+  for (size_t i = 0; i < count; ++i) {
+    const UnicodeTable& table = *state.tables[i];
+    uint32_t slot = TableIndex::FirstSlot(table.code_page(), table.from_unicode());
+    while (state.index.place[slot] != 0) slot = (slot + 1) % TableIndex::kSlots;
+    state.index.place[slot] = static_cast<uint16_t>(i + 1);
+  }
+}
+
+CodePage TablePage(CodePage cp) {
+  if (cp == 20001) return 20002;
+  if (cp == 20014) return 936;
+  return cp;
+}
+
+}  // namespace
+
+std::unique_ptr<UnicodeTable> NewUnicodeTable(uint16_t kind, CodePage cp) {
+  switch (kind & ~kFromUnicodeBit) {
+    case kKindHighHalf:
+    case kKindAllBytes:
+      if (kind & kFromUnicodeBit)
+        return TablePointer(new (std::nothrow) UnicodeToByteTable(kind, cp));
+      return TablePointer(new (std::nothrow) ByteToUnicodeTable(kind, cp));
+    default:
+      return nullptr;
+  }
+}
+
+bool BuildUnicodeTables(std::span<const Bytes> resources) {
+  ReleaseUnicodeTables();
+  UnicodeTableState& state = State();
+  try {
+    if (!AddAllTables(state.tables, resources)) {
+      ReleaseUnicodeTables();
+      return false;
+    }
+  } catch (const std::bad_alloc&) {
+    ReleaseUnicodeTables();
+    return false;
+  }
+  std::stable_sort(state.tables.begin(), state.tables.end(), ComesBefore);
+  FillIndex(state);
+  return true;
+}
+
+void ReleaseUnicodeTables() { State() = {}; }
+
+std::span<const std::unique_ptr<UnicodeTable>> AllUnicodeTables() { return State().tables; }
+
+}  // namespace qv
+
+const qv::UnicodeTable* FindUnicodeTable(CodePage cp, bool from_unicode) {
+  cp = qv::TablePage(cp);
+  const qv::UnicodeTableState& state = qv::State();
+  uint32_t slot = qv::TableIndex::FirstSlot(cp, from_unicode);
+  for (; state.index.place[slot] != 0; slot = (slot + 1) % qv::TableIndex::kSlots) {
+    const qv::UnicodeTable& table = *state.tables[state.index.place[slot] - 1u];
+    if (table.code_page() == cp && table.from_unicode() == from_unicode) return &table;
+  }
+  return nullptr;
+}
