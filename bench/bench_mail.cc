@@ -176,7 +176,7 @@ int main(int argc, char** argv) {
 
   test::StartWithOwnState();
   ModuleStartup(reinterpret_cast<HINSTANCE>(GetModuleHandleA(nullptr)), DLL_PROCESS_ATTACH);
-  test::WriteFile("C:\\Temp\\figures.txt", std::string(1024, '7'));
+  test::WriteWholeFile("C:\\Temp\\figures.txt", std::string(1024, '7'));
   std::string socket_path = host::StateDirectory() + "/peer.socket";
   std::string dead_path = host::StateDirectory() + "/dead.socket";
   LeaveDeadSocket(dead_path);
