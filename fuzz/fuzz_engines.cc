@@ -19,7 +19,9 @@ CodePage Page(uint8_t choice) { return kPages[choice % std::size(kPages)]; }
 std::string ConvertWhole(const std::string& text, CodePage from, CodePage to,
                          const qv::ConversionOptions& options, size_t room) {
   // Exactly as long as the text: a read behind it is seen.
-  std::vector<char> in(text.begin(), text.end());
+  std::vector<char> in;
+  in.reserve(1);  // an address even for an empty text
+  in.assign(text.begin(), text.end());
   fuzz::GuardedBuffer out(room);
   CodePage target = to;
   auto result =
