@@ -4,6 +4,7 @@
 #include "platform/windows_api.h"
 #include "programs/common/files.h"
 #include "programs/common/mail_library.h"
+#include "programs/common/registry_text.h"
 #include "programs/common/text.h"
 #include "text/code_page_strings.h"
 
@@ -12,40 +13,15 @@ namespace {
 
 constexpr char kScheme[] = "qvp";
 constexpr char kUserScheme[] = "Software\\Classes\\qvp";
-constexpr char kCommandKey[] = "qvp\\shell\\open\\command";
 constexpr char kMailClients[] = "SOFTWARE\\Clients\\Mail";
 constexpr char kUserChoice[] =
     "SOFTWARE\\Microsoft\\Windows\\Shell\\Associations\\UrlAssociations\\MAILTO\\UserChoice";
 
-// Sets a text value of a key, which is made when it is missing.
-LSTATUS SetText(HKEY root, const std::string& path, const char* name, const std::string& text) {
-  HKEY key = nullptr;
-  LSTATUS error = RegCreateKeyExA(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                  KEY_ALL_ACCESS, nullptr, &key, nullptr);
-  if (error != ERROR_SUCCESS) return error;
-  error = RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                         static_cast<DWORD>(text.size() + 1));
-  RegCloseKey(key);
-  return error;
-}
-
-// "" for a value that is not there.
-std::string Text(HKEY root, const char* path, const char* name) {
-  HKEY key = nullptr;
-  if (RegOpenKeyExA(root, path, 0, KEY_READ, &key) != ERROR_SUCCESS) return "";
-  char text[1024] = "";
-  DWORD size = sizeof text - 1, type = REG_NONE;
-  LSTATUS error =
-      RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<LPBYTE>(text), &size);
-  RegCloseKey(key);
-  return error == ERROR_SUCCESS && type == REG_SZ ? std::string(text) : "";
-}
-
 LSTATUS RegisterScheme(HKEY root, const std::string& scheme, const std::string& command) {
-  LSTATUS error = SetText(root, scheme, nullptr, "URL:Quorvantis");
-  if (error == ERROR_SUCCESS) error = SetText(root, scheme, "URL Protocol", "");
+  LSTATUS error = program::SetRegistryText(root, scheme, nullptr, "URL:Quorvantis");
+  if (error == ERROR_SUCCESS) error = program::SetRegistryText(root, scheme, "URL Protocol", "");
   if (error == ERROR_SUCCESS)
-    error = SetText(root, scheme + "\\shell\\open\\command", nullptr, command);
+    error = program::SetRegistryText(root, scheme + "\\shell\\open\\command", nullptr, command);
   return error;
 }
 
@@ -60,21 +36,16 @@ std::string RegistryTrouble(const std::string& what, LSTATUS error) {
 }
 
 std::string CheckDefaultClient() {
-  if (Text(HKEY_CURRENT_USER, kMailClients, nullptr) != "Quorvantis") {
+  if (program::RegistryText(HKEY_CURRENT_USER, kMailClients, nullptr) != "Quorvantis") {
     return "the library did not register the mail client";
   }
-  if (Text(HKEY_CURRENT_USER, kUserChoice, "Progid") != "QVC") {
+  if (program::RegistryText(HKEY_CURRENT_USER, kUserChoice, "Progid") != "QVC") {
     return "the library did not register the mailto links";
   }
   return "";
 }
 
 }  // namespace
-
-std::string RegisteredCommand() {
-  std::string command = Text(HKEY_CLASSES_ROOT, kCommandKey, nullptr);
-  return program::FromCodePage(command, GetSystemCodePage()).value_or(command);
-}
 
 std::string RegisterCommand(const std::string& program_path) {
   auto command = program::ToCodePage(program_path, GetSystemCodePage());

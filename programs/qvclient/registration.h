@@ -6,9 +6,6 @@
 
 namespace qvclient {
 
-// The command registered now, "" for none.
-std::string RegisteredCommand();
-
 // Registers `program_path` (UTF-8), the bare path that the library starts; under the user's own
 // classes where the machine's may not be written. Returns what went wrong, "" for nothing.
 std::string RegisterCommand(const std::string& program_path);

@@ -10,6 +10,7 @@
 #include "programs/common/file_names.h"
 #include "programs/common/files.h"
 #include "programs/common/program_settings.h"
+#include "programs/common/registry_text.h"
 #include "programs/common/reporter.h"
 #include "programs/qvclient/mail_queue.h"
 #include "programs/qvclient/mailbox.h"
@@ -72,12 +73,12 @@ int Register(const Options& options, const program::Reporter& reporter) {
   if (!kept) return Failed(reporter, "cannot write the settings: is the disk full?");
   std::string trouble = RegisterCommand(program::ProgramPath());
   if (!trouble.empty()) return Failed(reporter, trouble);
-  reporter.Line("registered: " + platform::NativePath(RegisteredCommand()));
+  reporter.Line("registered: " + platform::NativePath(program::RegisteredCommand()));
   return program::kDone;
 }
 
 int Unregister(const program::Reporter& reporter) {
-  std::string command = RegisteredCommand();
+  std::string command = program::RegisteredCommand();
   std::string trouble = UnregisterCommand();
   if (!trouble.empty()) return Failed(reporter, trouble);
   program::WriteProgramSetting(kFolderSetting, "");

@@ -1,0 +1,212 @@
+// qvsend: sends a message through the mail library, as any host application does.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <optional>
+
+#include "platform/native_files.h"
+#include "platform/windows_api.h"
+#include "programs/common/command_line.h"
+#include "programs/common/file_names.h"
+#include "programs/common/files.h"
+#include "programs/common/mail_library.h"
+#include "programs/common/program_settings.h"
+#include "programs/common/progress.h"
+#include "programs/common/reporter.h"
+#include "programs/common/text.h"
+#include "programs/qvsend/attachment_list.h"
+#include "programs/qvsend/diagnosis.h"
+#include "programs/qvsend/outgoing.h"
+#include "programs/qvsend/plain_paths.h"
+#include "programs/qvsend/request_limits.h"
+#include "text/code_page_strings.h"
+
+namespace qvsend {
+namespace {
+
+// The library takes 5000 bytes of a body; whoever gives more than this gave the wrong file.
+constexpr uint64_t kLongestBody = 16 << 20;
+
+constexpr char kExample[] =
+    "  qvsend --to ann@example.com --cc bob@example.com --subject \"Minutes\" \\\n"
+    "      --body \"See attached.\" --attach minutes.pdf --attach notes.txt=\"My notes.txt\"\n"
+    "A message needs at least one attachment. A text that begins with \"-\" is given as\n"
+    "--subject=TEXT.";
+
+struct Options {
+  std::vector<std::string> to, cc, bcc, attach;
+  std::string subject, body, body_file, via = "mapi", library;
+  bool has_body = false;
+};
+
+void Describe(CLI::App& app, Options& options) {
+  auto one_or_more = [&](const char* name, std::vector<std::string>& values, const char* help) {
+    return app.add_option(name, values, help)->allow_extra_args(false);
+  };
+  one_or_more("--to", options.to, "A recipient; may be repeated")->type_name("ADDRESS");
+  one_or_more("--cc", options.cc, "A copy recipient; may be repeated")->type_name("ADDRESS");
+  one_or_more("--bcc", options.bcc, "A hidden recipient; may be repeated")->type_name("ADDRESS");
+  auto one = [&](const char* name, std::string& value, const char* help) {
+    return app.add_option(name, value, help)->take_last();
+  };
+  one("--subject", options.subject, "The subject")->type_name("TEXT");
+  auto* text = one("--body", options.body, "The text of the message")->type_name("TEXT");
+  auto* file =
+      one("--body-file", options.body_file, "A file with that text; - reads standard input")
+          ->type_name("FILE");
+  file->excludes(text);
+  one_or_more("--attach", options.attach,
+              "A file, and the name that it is to carry; may be repeated")
+      ->type_name("FILE[=NAME]");
+  one("--via", options.via, "The interface of the library: mapi or cmc")
+      ->type_name("INTERFACE")
+      ->check(CLI::IsMember({"mapi", "cmc"}));
+  one("--library", options.library, "The mail library; otherwise the one beside this program")
+      ->type_name("PATH");
+  app.callback([&options, text, file] { options.has_body = *text || *file; });
+}
+
+// What stops a message, as one line; nothing when it may go on.
+using Trouble = std::optional<std::string>;
+
+DWORD ReadStandardInput(std::string* text) {
+  char chunk[4096];
+  while (size_t size = std::fread(chunk, 1, sizeof chunk, stdin)) {
+    text->append(chunk, size);
+    if (text->size() > kLongestBody) return ERROR_NOT_ENOUGH_MEMORY;
+  }
+  return std::ferror(stdin) ? ERROR_READ_FAULT : ERROR_SUCCESS;
+}
+
+Trouble ReadBody(const Options& options, std::string* body) {
+  if (options.body_file.empty()) {
+    *body = options.body;
+    return std::nullopt;
+  }
+  DWORD error =
+      options.body_file == "-"
+          ? ReadStandardInput(body)
+          : program::ReadWholeFile(platform::PlatformPath(options.body_file), kLongestBody, body);
+  if (error != ERROR_SUCCESS) {
+    return "cannot read the body from " + options.body_file + ": " + program::ErrorText(error);
+  }
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (body->starts_with(kByteOrderMark)) body->erase(0, kByteOrderMark.size());
+  if (program::IsUtf8(*body) && body->find('\0') == std::string::npos) return std::nullopt;
+  return "the body in " + options.body_file + " is no UTF-8 text: convert it first";
+}
+
+Trouble FindFiles(const std::vector<std::string>& arguments, std::vector<AttachmentFile>* files) {
+  for (const std::string& argument : arguments) {
+    AttachmentFile file;
+    DWORD error = FindAttachment(argument, &file);
+    if (error != ERROR_SUCCESS) {
+      return "cannot read the attachment " + file.shown + ": " + program::ErrorText(error);
+    }
+    files->push_back(file);
+  }
+  if (files->empty()) {
+    return "no attachment: the library delivers only messages with at least one; add --attach FILE";
+  }
+  return std::nullopt;
+}
+
+Trouble MakeLetter(const Options& options, Letter* letter) {
+  letter->to = options.to;
+  letter->cc = options.cc;
+  letter->bcc = options.bcc;
+  letter->subject = options.subject;
+  letter->has_body = options.has_body;
+  Trouble trouble = ReadBody(options, &letter->body);
+  if (!trouble) trouble = FindFiles(options.attach, &letter->files);
+  MakeNamesDistinct(&letter->files);
+  return trouble;
+}
+
+// CMC has room for one attachment.
+void KeepFirstFile(Letter* letter, const program::Reporter& reporter) {
+  if (letter->files.size() < 2) return;
+  reporter.Warn("by CMC only the first attachment is sent, " +
+                program::Count(letter->files.size() - 1, "other") + " not");
+  letter->files.resize(1);
+}
+
+Trouble CheckFit(const Outgoing& outgoing, uint32_t code_page, const program::Reporter& reporter) {
+  RequestFit fit = FitRequest(outgoing, code_page, program::StagingFolder());
+  if (!fit.files_fit) return "the attachments' names are too long together: send fewer at a time";
+  if (!fit.addresses.empty()) {
+    std::string address =
+        program::FromCodePage(fit.addresses.front(), code_page).value_or(fit.addresses.front());
+    return "too long or too many addresses, from " + address +
+           " on: send to fewer recipients at a time";
+  }
+  if (fit.subject_cut) reporter.Warn("the subject is too long and will be cut");
+  if (fit.body_cut) reporter.Warn("the body is too long and will be cut");
+  return std::nullopt;
+}
+
+std::string Summary(const Outgoing& outgoing) {
+  return "sent: " + program::Count(outgoing.recipients.size(), "recipient") + ", " +
+         program::Count(outgoing.files.size(), "attachment");
+}
+
+uint64_t TotalSize(const Letter& letter) {
+  uint64_t size = 0;
+  for (const AttachmentFile& file : letter.files) size += file.size;
+  return size;
+}
+
+bool Send(const program::MailLibrary& library, const Options& options, const Letter& letter,
+          Outgoing& outgoing) {
+  std::string size = std::to_string(TotalSize(letter) / 1024) + " KB";
+  program::Progress progress("sending " + size, 0);
+  return options.via == "cmc" ? SendByCmc(library, outgoing) : SendByMapi(library, outgoing);
+}
+
+Trouble Deliver(const Options& options, Letter& letter, const program::Reporter& reporter) {
+  uint32_t code_page = GetSystemCodePage();
+  if (options.via == "cmc") KeepFirstFile(&letter, reporter);
+  PlainPaths plain_paths;
+  if (std::string failed = plain_paths.Replace(&letter.files, code_page); !failed.empty()) {
+    return failed;
+  }
+  Outgoing outgoing;
+  std::vector<std::string> warnings;
+  if (!ConvertLetter(letter, code_page, &outgoing, &warnings)) {
+    return "the system's code page " + std::to_string(code_page) + " is not known here";
+  }
+  for (const std::string& warning : warnings) reporter.Warn(warning);
+  if (Trouble trouble = CheckFit(outgoing, code_page, reporter)) return trouble;
+  program::MailLibrary library;
+  std::string path = options.library.empty() ? "" : platform::PlatformPath(options.library);
+  if (std::string failed = library.Load(path); !failed.empty()) {
+    return "cannot load the library " + platform::NativePath(library.path) + ": " + failed +
+           "; name it with --library";
+  }
+  if (!Send(library, options, letter, outgoing)) return WhyNotSent(letter, outgoing, code_page);
+  reporter.Line(Summary(outgoing));
+  return std::nullopt;
+}
+
+int Run(const std::vector<std::string>& arguments) {
+  program::Reporter reporter("qvsend");
+  CLI::App app("Sends a message through the mail library.", "qvsend");
+  Options options;
+  Describe(app, options);
+  program::PrepareCommandLine(app, kExample);
+  if (auto end = program::ParseCommandLine(app, arguments, reporter)) return *end;
+  program::UseProgramSettings();
+  Letter letter;
+  Trouble trouble = MakeLetter(options, &letter);
+  if (!trouble) trouble = Deliver(options, letter, reporter);
+  if (!trouble) return program::kDone;
+  reporter.Error(*trouble);
+  return program::kFailed;
+}
+
+}  // namespace
+}  // namespace qvsend
+
+int main(int argc, char** argv) {
+  platform::UseBinaryStreams();
+  return qvsend::Run(platform::Utf8Arguments(argc, argv));
+}
