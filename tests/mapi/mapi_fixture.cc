@@ -146,7 +146,7 @@ MailClientKey::MailClientKey() {
 }
 
 MailClientKey::~MailClientKey() {
-  RegDeleteTreeA(HKEY_CURRENT_USER, "SOFTWARE\\Clients");
+  RegDeleteTreeA(HKEY_CURRENT_USER, "SOFTWARE\\Clients\\Mail");
   RegDeleteTreeA(HKEY_CURRENT_USER, "SOFTWARE\\Microsoft\\Windows\\Shell\\Associations");
 }
 

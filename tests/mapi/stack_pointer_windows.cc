@@ -42,6 +42,7 @@ int BytesTaken(FARPROC function) {
 
 using SetDefault = unsigned char WINAPI(const char*);
 using FreeBuffer = ULONG WINAPI(void*);
+using RunDll = void WINAPI(HWND, HINSTANCE, LPSTR, int);
 
 TEST(StackPointer, EachExportTakesItsPublishedArguments) {
   const struct {
@@ -71,7 +72,9 @@ TEST(StackPointer, EachExportTakesItsPublishedArguments) {
       {"cmc_look_up", PublishedBytes<decltype(cmc_look_up)>()},
       {"cmc_free", PublishedBytes<decltype(cmc_free)>()},
       {"_SetQVAsDefaultMailClient@4", PublishedBytes<SetDefault>()},
+      {"MakeDefaultAsRunDll", PublishedBytes<RunDll>()},
   };
+  MailClientKey mail;  // so that registration shows no boxes
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     FARPROC function = GetProcAddress(Library(), row.name);
