@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <limits>
+
+#include "base/hooks.h"
+#include "tests/text/module_tables.h"
+#include "text/code_page_strings.h"
+
+namespace qv {
+namespace {
+
+using namespace std::string_literals;
+
+class ConvertInPlace : public test::ModuleTables {
+ protected:
+  ~ConvertInPlace() override {
+    ResetHooksForTest();
+    ResetCodePagesForTest();
+  }
+};
+
+// Converts inside a buffer of the larger of `limit` and the text with its terminator; what stands
+// behind it must stay.
+struct InPlace {
+  uint32_t count;
+  std::string buffer;  // what the result and the untouched rest leave in it
+};
+InPlace ConvertBuffer(const std::string& text, CodePage from, CodePage to, uint32_t limit) {
+  constexpr char kGuard = '\x5A';
+  std::string buffer = text + std::string(static_cast<size_t>(CPTermSize(from)), '\0');
+  const size_t owned = std::max<size_t>(buffer.size(), limit);
+  buffer.resize(owned + 32, kGuard);
+  const uint32_t count = CPConvert(buffer.data(), from, to, limit);
+  EXPECT_EQ(buffer.find_first_not_of(kGuard, owned), std::string::npos) << "wrote behind";
+  return {count, buffer.substr(0, owned)};
+}
+
+TEST_F(ConvertInPlace, ConvertsAndReportsTheBytes) {
+  const struct {
+    const char* name;
+    std::string text;
+    CodePage from, to;
+    uint32_t limit;
+    std::string result;  // with its terminator
+  } kRows[] = {
+      {"Western", "caf\xE9", 1252, kUtf8, 64, "caf\xC3\xA9\0"s},
+      {"and back", "caf\xC3\xA9", kUtf8, 1252, 64, "caf\xE9\0"s},
+      {"empty", "", 1252, kUtf8, 64, "\0"s},
+      {"every line end becomes CR LF", "a\rb\nc\r\nd", 1252, kUtf8, 64, "a\r\nb\r\nc\r\nd\0"s},
+      {"for a Macintosh page too", "a\nb", kUtf8, 10000, 64, "a\r\nb\0"s},
+      {"wide", "ab", kUtf8, kUtf16Little, 64, "a\0b\0\0\0"s},
+      {"between wide forms", "a\0b\0"s, kUtf16Little, kUtf32Big, 64, "\0\0\0a\0\0\0b\0\0\0\0"s},
+      {"20000 stands for the default", "\xE9", 20000, kUtf8, 64, "\xC3\xA9\0"s},
+      {"a byte without a character ends the text", "a\x81z", 1252, kUtf8, 64, "a\0z\0"s},
+      {"fits to the byte", "caf\xE9", 1252, kUtf8, 6, "caf\xC3\xA9\0"s},
+      {"one byte less: a whole character goes", "caf\xE9", 1252, kUtf8, 5, "caf\0"s},
+      {"wide: the terminator stays whole", "abc", kUtf8, kUtf16Little, 7, "a\0b\0\0\0"s},
+      {"single bytes: the NUL may lie at the limit, in the text's own bytes", "abcdef", kUtf8, 1252,
+       4, "abcd\0"s},
+      {"longer line ends do not reach behind the buffer", "a\nb", kUtf8, 1252, 4, "a\r\n\0"s},
+      {"no room for a terminator", "abc", kUtf8, kUtf16Little, 1, ""},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    const InPlace converted = ConvertBuffer(row.text, row.from, row.to, row.limit);
+    EXPECT_EQ(converted.count, row.result.size());
+    EXPECT_EQ(converted.buffer.substr(0, row.result.size()), row.result);
+  }
+}
+
+TEST_F(ConvertInPlace, LeavesTheBufferWhereNothingCanBeDone) {
+  const struct {
+    const char* name;
+    CodePage from, to;
+  } kRows[] = {
+      {"neither is Unicode", 1252, 1250},
+      {"no table", 932, kUtf8},
+      {"no table for the target", kUtf8, 949},
+      {"no reader yet", kUtf7, kUtf8},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    const InPlace converted = ConvertBuffer("abc\x82\xA0", row.from, row.to, 6);
+    EXPECT_EQ(converted.count, 0u);
+    EXPECT_EQ(converted.buffer, "abc\x82\xA0\0"s);
+  }
+  EXPECT_EQ(CPConvert(nullptr, 1252, kUtf8, 10), 0u);
+}
+
+void* NoMemory(size_t) { return nullptr; }
+
+// A limit above the stack's work area needs memory; up to it none is asked for.
+TEST_F(ConvertInPlace, LargeLimitsNeedMemory) {
+  const std::string text(4200, '\xE9');
+  const InPlace large = ConvertBuffer(text, 1252, kUtf8, 9000);
+  EXPECT_EQ(large.count, 8401u);
+  EXPECT_EQ(large.buffer.substr(8398, 3), "\xC3\xA9\0"s);
+  GlobalHooks().allocate = NoMemory;
+  GlobalHooks().release = [](void*) {};
+  EXPECT_EQ(ConvertBuffer(text, 1252, kUtf8, 4097).count, 0u);
+  EXPECT_EQ(ConvertBuffer(text, 1252, kUtf8, 4097).buffer.substr(0, 4201), text + "\0"s);
+  EXPECT_EQ(ConvertBuffer(text, 1252, kUtf8, 4096).count, 4095u);
+  std::string buffer = "abc\0 and room"s;
+  EXPECT_EQ(CPConvert(buffer.data(), 1252, kUtf8, std::numeric_limits<uint32_t>::max()), 0u);
+}
+
+}  // namespace
+}  // namespace qv
