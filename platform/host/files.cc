@@ -1,0 +1,140 @@
+#include "platform/host/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/host/calls.h"
+#include "platform/host/native_errors.h"
+#include "platform/host/open_files.h"
+#include "platform/host/paths.h"
+
+namespace host {
+namespace {
+
+// What a caller of CreateFile asks for.
+struct OpenRequest {
+  DWORD access, share, disposition, flags;
+  bool Writes() const { return (access & GENERIC_WRITE) != 0; }
+  bool MayCreate() const { return disposition != OPEN_EXISTING; }
+};
+
+int NativeFlags(const OpenRequest& request, bool exists) {
+  // A pipe under this name must not make us wait for its other end.
+  int flags = O_CLOEXEC | O_NONBLOCK | (request.Writes() ? O_RDWR : O_RDONLY);
+  if (!exists) flags |= O_CREAT | O_EXCL;
+  return flags;
+}
+
+// Opens a native file; the descriptor is not open after an error. *exists says whether the file was
+// there before.
+DWORD OpenNative(const std::string& path, const OpenRequest& request, bool* exists,
+                 Descriptor* file) {
+  struct stat status;
+  *exists = stat(path.c_str(), &status) == 0;
+  if (!*exists && !request.MayCreate()) return ERROR_FILE_NOT_FOUND;
+  if (*exists) {
+    if (request.disposition == CREATE_NEW) return ERROR_FILE_EXISTS;
+    if (!S_ISREG(status.st_mode)) return ERROR_ACCESS_DENIED;
+    bool read_only = (AttributesOf(status) & FILE_ATTRIBUTE_READONLY) != 0;
+    if (read_only && (request.Writes() || request.disposition == CREATE_ALWAYS)) {
+      return ERROR_ACCESS_DENIED;
+    }
+    if (!MayOpen(status, request.access, request.share)) return ERROR_SHARING_VIOLATION;
+  }
+  mode_t mode = (request.flags & FILE_ATTRIBUTE_READONLY) != 0 ? 0444 : 0666;
+  *file = Descriptor(open(path.c_str(), NativeFlags(request, *exists), mode));
+  if (!file->is_open()) return ErrorFromNative(errno);
+  bool empty_it = *exists && request.disposition == CREATE_ALWAYS;
+  if (empty_it && truncate(path.c_str(), 0) != 0) return ErrorFromNative(errno);
+  return 0;
+}
+
+HANDLE OpenFileHandle(const FoundName& name, const OpenRequest& request) {
+  if (name.error != 0) return Fail(name.error, INVALID_HANDLE_VALUE);
+  if (request.disposition < CREATE_NEW || request.disposition > OPEN_ALWAYS) {
+    return Fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
+  }
+  bool exists = false;
+  Descriptor file;
+  DWORD error = OpenNative(name.path, request, &exists, &file);
+  struct stat status;
+  if (error == 0 && fstat(file.number(), &status) != 0) error = ErrorFromNative(errno);
+  if (error != 0) return Fail(error, INVALID_HANDLE_VALUE);
+  SetThreadError(exists && request.MayCreate() ? ERROR_ALREADY_EXISTS : 0);
+  return AddHandle<HANDLE>(
+      std::make_shared<OpenFile>(std::move(file), status, request.access, request.share));
+}
+
+}  // namespace
+}  // namespace host
+
+using host::Enter;
+using host::Fail;
+
+HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES, DWORD disposition,
+                   DWORD flags, HANDLE) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, INVALID_HANDLE_VALUE);
+  return host::OpenFileHandle(host::FindNative(path), {access, share, disposition, flags});
+}
+
+HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES,
+                   DWORD disposition, DWORD flags, HANDLE) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, INVALID_HANDLE_VALUE);
+  return host::OpenFileHandle(host::FindNative(path ? path : u""),
+                              {access, share, disposition, flags});
+}
+
+// At the end of the file: a success of 0 bytes.
+BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at) {
+  if (done) *done = 0;
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  auto file = host::FindHandle<host::OpenFile>(handle);
+  if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  if (at) return Fail(ERROR_NOT_SUPPORTED, FALSE);
+  if (!file->MayRead()) return Fail(ERROR_ACCESS_DENIED, FALSE);
+  DWORD total = 0;
+  while (total < size) {
+    ssize_t count = read(file->number(), static_cast<char*>(buffer) + total, size - total);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return Fail(host::ErrorFromNative(errno), FALSE);
+    if (count == 0) break;
+    total += static_cast<DWORD>(count);
+  }
+  if (done) *done = total;
+  return TRUE;
+}
+
+BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at) {
+  if (done) *done = 0;
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  auto file = host::FindHandle<host::OpenFile>(handle);
+  if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  if (at) return Fail(ERROR_NOT_SUPPORTED, FALSE);
+  if (!file->MayWrite()) return Fail(ERROR_ACCESS_DENIED, FALSE);
+  DWORD error = host::WriteAllBytes(file->number(), {static_cast<const char*>(buffer), size});
+  if (error != 0) return Fail(error, FALSE);
+  if (done) *done = size;
+  return TRUE;
+}
+
+BOOL FlushFileBuffers(HANDLE handle) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  auto file = host::FindHandle<host::OpenFile>(handle);
+  if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  if (!file->MayWrite()) return Fail(ERROR_ACCESS_DENIED, FALSE);
+  if (fsync(file->number()) != 0) return Fail(host::ErrorFromNative(errno), FALSE);
+  return TRUE;
+}
+
+BOOL GetFileSizeEx(HANDLE handle, LARGE_INTEGER* size) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  auto file = host::FindHandle<host::OpenFile>(handle);
+  if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  struct stat status;
+  if (fstat(file->number(), &status) != 0) return Fail(host::ErrorFromNative(errno), FALSE);
+  size->QuadPart = status.st_size;
+  return TRUE;
+}
