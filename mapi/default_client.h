@@ -18,6 +18,6 @@ void __stdcall MakeDefaultAsRunDll(HWND window, HINSTANCE instance, LPSTR comman
                                    int show_command);
 
 // Registers only the mail client with the path of this library; shows nothing. 1 when every step
-// succeeded, else 0.
+// succeeded, else 0; null is refused before anything is written.
 uint8_t __stdcall SetQVAsDefaultMailClient(const char* dll_path);
 }

@@ -198,28 +198,26 @@ void EndRequest(MailRequestBuffers& buffers) {
 }  // namespace
 }  // namespace qv
 
-using namespace qv;
-
 bool SendRequestOverDde(const char* request) {
-  const Outcome outcome = OfferRequest(request);
-  Report(outcome);
+  const qv::Outcome outcome = qv::OfferRequest(request);
+  qv::Report(outcome);
   return outcome.Succeeded();
 }
 
 bool LaunchMailClient() {
-  char command[kCommandSize + 1] = {};
-  Outcome outcome = ReadLaunchCommand(command);
+  char command[qv::kCommandSize + 1] = {};
+  qv::Outcome outcome = qv::ReadLaunchCommand(command);
   if (outcome.Succeeded()) {
-    RemoveQuotes(command);
-    outcome = StartProgram(command);
+    qv::RemoveQuotes(command);
+    outcome = qv::StartProgram(command);
   }
-  Report(outcome);
+  qv::Report(outcome);
   return outcome.Succeeded();
 }
 
 bool DeliverMailRequest() {
-  EndRequest(RequestBuffers());
-  const char* request = RequestBuffers().request;
+  qv::EndRequest(qv::RequestBuffers());
+  const char* request = qv::RequestBuffers().request;
   if (SendRequestOverDde(request)) return true;
-  return LaunchMailClient() && OfferUntilAnswered(request);
+  return LaunchMailClient() && qv::OfferUntilAnswered(request);
 }

@@ -11,11 +11,13 @@ namespace qv {
 // A DDE conversation is offered again for this long after the client was started.
 constexpr unsigned kRetryMilliseconds = 10000;
 // The client has this long to acknowledge; one that does not is taken to have the request.
+// (The platform reports that as DMLERR_DATAACKTIMEOUT or, for an execute, DMLERR_EXECACKTIMEOUT.)
 constexpr unsigned kAcknowledgeMilliseconds = 1000;
 
 }  // namespace qv
 
-// Appends "&" to the request and offers it. True when the client accepted it.
+// Appends "&" to the request and offers it; when no client takes it, starts the client and
+// offers it again until it is accepted or the time is up. True when a client has the request.
 bool DeliverMailRequest();
 
 // One complete conversation: service "QUORVANTIS", topic "WWW_OpenURL", one execute.

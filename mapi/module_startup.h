@@ -6,7 +6,7 @@
 namespace qv {
 
 struct ModuleState {
-  HINSTANCE instance = nullptr;    // set at process attach, kept for the life of the library
+  HINSTANCE instance = nullptr;     // set at process attach, kept for the life of the library
   char module_path[MAX_PATH] = {};  // the library's own file
   char host_path[MAX_PATH] = {};    // the executable's
 };

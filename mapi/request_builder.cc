@@ -83,6 +83,13 @@ void AppendTextPiece(const char* prefix, const char* source, char* buffer, uint3
   AppendPiece(prefix, buffer, length);
 }
 
+// Copies what the buffer takes of a text in the system's code page, and converts it there.
+template <uint32_t kSize>
+void TakeText(char (&text)[kSize], const char* source, CodePage cp) {
+  CPStrNCopy(text, source, kSize - 1, cp);
+  CPConvert(text, cp, GetInterchangeCodePage(), kSize);
+}
+
 // Each run of line-end bytes becomes one CR.
 void FoldLineEnds(char* text) {
   const auto is_line_end = [](char c) { return c == '\r' || c == '\n'; };
@@ -192,15 +199,13 @@ MailRequestBuffers& RequestBuffers() {
 
 }  // namespace qv
 
-using namespace qv;
-
 uint32_t EscapeRequestText(const char* source, char* destination, uint32_t size) {
   uint32_t written = 0;
   while (*source) {
-    const Character character = NextCharacter(source);
+    const qv::Character character = qv::NextCharacter(source);
     if (written + character.written >= size) break;
-    if (kIsEscaped[static_cast<uint8_t>(*source)]) {
-      WriteEscape(static_cast<uint8_t>(*source), destination + written);
+    if (qv::kIsEscaped[static_cast<uint8_t>(*source)]) {
+      qv::WriteEscape(static_cast<uint8_t>(*source), destination + written);
     } else {
       std::memcpy(destination + written, source, character.taken);
     }
@@ -212,56 +217,55 @@ uint32_t EscapeRequestText(const char* source, char* destination, uint32_t size)
 
 bool BeginMailRequest(const char* path, const char* name, bool first) {
   const CodePage cp = GetSystemCodePage();
-  if (first) std::memset(&RequestBuffers(), 0, sizeof(MailRequestBuffers));
-  if (!name && path) name = LastPart(path, cp);
-  const bool copied = name && !RequestBuffers().attachments_full &&
-                      TakeAttachment(path, name, cp, first ? kFirstAttachment : kNextAttachment);
-  if (first && !copied) AppendPiece(kStart, "", 0);
+  if (first) std::memset(&qv::RequestBuffers(), 0, sizeof(qv::MailRequestBuffers));
+  if (!name && path) name = qv::LastPart(path, cp);
+  const bool copied =
+      name && !qv::RequestBuffers().attachments_full &&
+      qv::TakeAttachment(path, name, cp, first ? qv::kFirstAttachment : qv::kNextAttachment);
+  if (first && !copied) qv::AppendPiece(qv::kStart, "", 0);
   return copied;
 }
 
 void AddRequestSubject(const char* subject) {
   const CodePage cp = GetSystemCodePage();
   if (!subject || CPStrLen(subject, cp) == 0) return;
-  char text[kSubjectLimit + 1] = {};
-  CPStrNCopy(text, subject, kSubjectLimit, cp);
-  CPConvert(text, cp, GetInterchangeCodePage(), sizeof text);
-  AppendTextPiece("&subject=", text, RequestBuffers().subject, kSubjectSize);
+  char text[qv::kSubjectLimit + 1] = {};
+  qv::TakeText(text, subject, cp);
+  qv::AppendTextPiece("&subject=", text, qv::RequestBuffers().subject, qv::kSubjectSize);
 }
 
 void RouteRecipient(uint32_t recipient_class, const char* address) {
-  if (char* list = ListOfClass(recipient_class)) AddListAddress(list, address);
+  if (char* list = qv::ListOfClass(recipient_class)) AddListAddress(list, address);
 }
 
 void AddListAddress(char* list, const char* address) {
   const CodePage cp = GetSystemCodePage();
   if (!address) return;
-  char text[kAddressLimit + 1] = {};
-  CPStrNCopy(text, address, kAddressLimit, cp);
-  CPConvert(text, cp, GetInterchangeCodePage(), sizeof text);
+  char text[qv::kAddressLimit + 1] = {};
+  qv::TakeText(text, address, cp);
 
-  const uint32_t length = EscapedLength(text);
-  const uint32_t list_length = Length(list);
+  const uint32_t length = qv::EscapedLength(text);
+  const uint32_t list_length = qv::Length(list);
   const uint32_t comma = list_length > 0 ? 1 : 0;
   // Part of an address is another address: one that does not fit whole is left out.
-  if (length == 0 || length > kAddressLimit || list_length + comma + length >= kListSize) return;
+  const bool fits = length <= qv::kAddressLimit && list_length + comma + length < qv::kListSize;
+  if (length == 0 || !fits) return;
   if (comma) list[list_length] = ',';
   char* end = list + list_length + comma;
-  end[EscapeRequestText(text, end, kListSize - list_length - comma)] = '\0';
+  end[EscapeRequestText(text, end, qv::kListSize - list_length - comma)] = '\0';
 }
 
 void AppendRecipientLists() {
-  AppendList("&to=", RequestBuffers().to);
-  AppendList("&cc=", RequestBuffers().cc);
-  AppendList("&bcc=", RequestBuffers().bcc);
+  qv::AppendList("&to=", qv::RequestBuffers().to);
+  qv::AppendList("&cc=", qv::RequestBuffers().cc);
+  qv::AppendList("&bcc=", qv::RequestBuffers().bcc);
 }
 
 void AddRequestBody(const char* body) {
   const CodePage cp = GetSystemCodePage();
   if (!body) return;
-  char text[kBodyLimit + 1] = {};
-  CPStrNCopy(text, body, kBodyLimit, cp);
-  CPConvert(text, cp, GetInterchangeCodePage(), sizeof text);
-  FoldLineEnds(text);
-  AppendTextPiece("&body=", text, RequestBuffers().body, kBodySize);
+  char text[qv::kBodyLimit + 1] = {};
+  qv::TakeText(text, body, cp);
+  qv::FoldLineEnds(text);
+  qv::AppendTextPiece("&body=", text, qv::RequestBuffers().body, qv::kBodySize);
 }

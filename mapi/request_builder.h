@@ -18,26 +18,28 @@
 // All buffers are process-wide and unprotected: one send at a time. They are not cleared after a
 // delivery.
 //
-// At the limits whole escapes and whole characters are kept:
-//   - subject and escaped body are cut; the body leaves room for the "&" of the hand-off;
-//   - an address that does not fit whole (with its comma and terminator) is dropped;
+// At the limits whole escapes and whole characters are kept, and every piece leaves room for the
+// "&" of the hand-off:
+//   - subject and escaped body are cut;
+//   - an address that does not fit whole is dropped: its escaped form into 255 bytes, or into the
+//     list together with its comma and the terminator;
 //   - a recipient list that does not fit the request is cut at a comma;
-//   - an attachment whose piece does not fit counts as not copied, and so does every later one, so
-//     that the send fails rather than arrives incomplete.
+//   - an attachment whose piece does not fit, or whose path does not fit its buffer, is not copied,
+//     and neither is any later one, so that the send fails rather than arrives incomplete.
 #pragma once
 
 #include <cstdint>
 
 namespace qv {
 
-constexpr uint32_t kRequestSize = 21768;     // bytes, terminator included; so for those below
-constexpr uint32_t kSubjectSize = 768;       // escaped
-constexpr uint32_t kListSize = 2000;         // escaped addresses with commas
-constexpr uint32_t kBodySize = 6000;         // escaped
-constexpr uint32_t kPathSize = 2000;         // attachment name, copy path, escaped copy path
-constexpr uint32_t kSubjectLimit = 256;      // bytes taken of a subject, before its conversion
-constexpr uint32_t kBodyLimit = 5000;        // bytes taken of a body
-constexpr uint32_t kAddressLimit = 255;      // bytes taken of an address, and escaped bytes of it
+constexpr uint32_t kRequestSize = 21768;  // bytes, terminator included; so for those below
+constexpr uint32_t kSubjectSize = 768;    // escaped
+constexpr uint32_t kListSize = 2000;      // escaped addresses with commas
+constexpr uint32_t kBodySize = 6000;      // escaped
+constexpr uint32_t kPathSize = 2000;      // attachment name, copy path, escaped copy path
+constexpr uint32_t kSubjectLimit = 256;   // bytes taken of a subject, before its conversion
+constexpr uint32_t kBodyLimit = 5000;     // bytes taken of a body
+constexpr uint32_t kAddressLimit = 255;   // bytes taken of an address, and escaped bytes of it
 
 struct MailRequestBuffers {
   char request[kRequestSize];

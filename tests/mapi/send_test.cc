@@ -14,6 +14,7 @@ namespace {
 
 constexpr uint32_t kMapiFailure = 0x80004005;
 
+// Hosts pass texts that lie in memory which cannot be written, as these literals do.
 char* Mutable(const char* text) { return const_cast<char*>(text); }
 
 std::string Piece(const std::string& name) {
@@ -28,9 +29,9 @@ uint32_t SendCmc(QvCmcMessage* message, QvCmcSession session = 1000) {
   return Export<QvCmcSend>("cmc_send")(session, message, 0, 0, nullptr);
 }
 
-QvMapiFile File(const std::string& path, const char* name = nullptr) {
+QvMapiFile File(const char* path, const char* name = nullptr) {
   QvMapiFile file{};
-  file.lpszPathName = Mutable(path.c_str());
+  file.lpszPathName = Mutable(path);
   file.lpszFileName = Mutable(name);
   return file;
 }
@@ -60,7 +61,7 @@ TEST(Send, MapiTakesEachAttachmentAndReplacesQuestionMarksInPlace) {
   std::string asked = path;
   asked[asked.size() - 6] = '?';  // "qv_a?b.txt"
   char name[] = "?x?";
-  QvMapiFile files[3] = {File(asked), File("C:\\qv\\missing"), File(path, name)};
+  QvMapiFile files[3] = {File(asked.c_str()), File("C:\\qv\\missing"), File(path.c_str(), name)};
   QvMapiMessage message{};
   message.nFileCount = 3;
   message.lpFiles = files;
@@ -77,7 +78,7 @@ TEST(Send, MessagesThatNeverReachTheClient) {
   QvMapiRecipient recipient{};
   recipient.ulRecipClass = 1;
   recipient.lpszAddress = Mutable("bob");
-  QvMapiFile last_fails[2] = {File(path), File("C:\\qv\\missing")};
+  QvMapiFile last_fails[2] = {File(path.c_str()), File("C:\\qv\\missing")};
   QvMapiMessage no_file{}, no_list{}, lost_file{};
   no_file.lpRecips = &recipient;
   no_file.nRecipCount = 1;
