@@ -1,13 +1,17 @@
 #include "base/scratch_pool.h"
 
+#include <atomic>
+#include <cstring>
+
 #include "base/hooks.h"
 #include "base/lock_object.h"
 
 namespace qv {
 namespace {
 
-constexpr uint32_t kGrowth = 256;        // entries added at a time
-constexpr uint32_t kMostKeptBlocks = 4;  // buffers that a thread keeps for itself
+constexpr uint32_t kGrowth = 256;  // entries added at a time
+constexpr uint32_t kKeptGroups = 16;
+constexpr uint32_t kKeptPerGroup = 4;
 
 struct Entry {
   char* data;  // allocated on first use, then kept
@@ -93,55 +97,59 @@ void GiveBack(PoolState& pool, uint32_t index) {
   if (index < pool.first_candidate) pool.first_candidate = index;
 }
 
-// Buffers that stay taken from the pool, for the next scratch blocks of this thread. Without a
-// destructor, so that the destructors of other thread-local objects may still use a block.
-struct KeptBlocks {
-  struct Block {
-    char* data;
-    uint32_t index;
-  };
-  Block blocks[kMostKeptBlocks];
-  uint32_t count;
-  bool thread_ended;  // from now on nothing is kept
+// Buffers that stay taken from the pool, at hand for the next scratch blocks. A block looks in one
+// group only, chosen by its own address: blocks are locals, so a thread keeps to its group and
+// rarely meets another, and nothing hangs on a thread or has to be given back when it ends.
+struct alignas(64) KeptGroup {
+  std::atomic<char*> buffers[kKeptPerGroup];  // null: nothing kept; any thread, without a lock
 };
 
-KeptBlocks& Kept() {
-  static thread_local constinit KeptBlocks kept{};
-  return kept;
+struct KeptState {
+  KeptGroup groups[kKeptGroups];
+};
+
+KeptState& Kept() {
+  static constinit KeptState state{};
+  return state;
 }
 
-struct AtThreadEnd {
-  ~AtThreadEnd() {
-    KeptBlocks& kept = Kept();
-    kept.thread_ended = true;
-    while (kept.count > 0) ZRBufferPut(&kept.blocks[--kept.count].index);
-  }
-};
+KeptGroup& GroupOf(const ScratchBlock* block) {
+  constexpr unsigned kStackGranule = 16;  // stacks are 64 KiB apart at least
+  const auto stack = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(block) >> kStackGranule);
+  return Kept().groups[stack * 0x9E3779B1u >> 28];
+}
 
-// False when the thread keeps enough already.
-bool Keep(char* data, uint32_t index) {
-  KeptBlocks& kept = Kept();
-  if (kept.count == kMostKeptBlocks || kept.thread_ended) return false;
-  static thread_local AtThreadEnd give_back;
-  kept.blocks[kept.count++] = {data, index};
-  return true;
+// A kept buffer, or null. While it is kept, a buffer holds its own index.
+char* TakeKept(KeptGroup& group, uint32_t* index) {
+  for (std::atomic<char*>& kept : group.buffers) {
+    if (kept.load(std::memory_order_relaxed) == nullptr) continue;
+    char* data = kept.exchange(nullptr, std::memory_order_acquire);
+    if (data == nullptr) continue;
+    std::memcpy(index, data, sizeof *index);
+    return data;
+  }
+  return nullptr;
+}
+
+// False when the group keeps enough already.
+bool Keep(KeptGroup& group, char* data, uint32_t index) {
+  for (std::atomic<char*>& kept : group.buffers) {
+    if (kept.load(std::memory_order_relaxed) != nullptr) continue;
+    std::memcpy(data, &index, sizeof index);
+    char* nothing = nullptr;
+    if (kept.compare_exchange_strong(nothing, data, std::memory_order_release)) return true;
+  }
+  return false;
 }
 
 }  // namespace
 
-ScratchBlock::ScratchBlock() {
-  KeptBlocks& kept = Kept();
-  if (kept.count == 0) {
-    data_ = ZRBufferGet(&index_);
-    return;
-  }
-  const KeptBlocks::Block& last = kept.blocks[--kept.count];
-  data_ = last.data;
-  index_ = last.index;
+ScratchBlock::ScratchBlock() : data_(TakeKept(GroupOf(this), &index_)) {
+  if (data_ == nullptr) data_ = ZRBufferGet(&index_);
 }
 
 ScratchBlock::~ScratchBlock() {
-  if (data_ != nullptr && !Keep(data_, index_)) ZRBufferPut(&index_);
+  if (data_ != nullptr && !Keep(GroupOf(this), data_, index_)) ZRBufferPut(&index_);
 }
 
 ScratchPoolFigures GetScratchPoolFigures() {
@@ -151,7 +159,9 @@ ScratchPoolFigures GetScratchPoolFigures() {
 }
 
 void ResetScratchPoolForTest() {
-  Kept().count = 0;
+  for (KeptGroup& group : Kept().groups) {
+    for (std::atomic<char*>& kept : group.buffers) kept = nullptr;
+  }
   PoolState& pool = State();
   ScopedLock hold(pool.lock);
   while (pool.chunks != nullptr) {

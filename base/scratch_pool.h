@@ -22,8 +22,8 @@ void ZRBufferPut(uint32_t* index);
 
 namespace qv {
 
-// A scratch buffer for the length of a scope. A thread keeps its last few buffers for itself, so a
-// block inside a block costs no lock.
+// A scratch buffer for the length of a scope, as a local variable. Up to 64 buffers stay at hand
+// when their blocks end, so a block usually costs no lock.
 class ScratchBlock {
  public:
   ScratchBlock();
@@ -34,17 +34,17 @@ class ScratchBlock {
   char* data() const { return data_; }
 
  private:
-  char* data_ = nullptr;
   uint32_t index_ = kNoBufferIndex;
+  char* data_;
 };
 
 struct ScratchPoolFigures {
   uint32_t capacity;  // entries of the table
-  uint32_t free;      // entries not in use (buffers that a thread keeps count as in use)
+  uint32_t free;      // entries not in use (buffers kept at hand count as in use)
 };
 ScratchPoolFigures GetScratchPoolFigures();
 
-// Frees every buffer, those kept by the calling thread included; nothing may be in use.
+// Frees every buffer, those kept at hand included; nothing may be in use.
 void ResetScratchPoolForTest();
 
 }  // namespace qv
