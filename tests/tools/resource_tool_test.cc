@@ -1,0 +1,279 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tools/resource_tool/tool.h"
+#include "tools/resource_tool/version_record.h"
+
+namespace qvresource {
+namespace {
+
+using namespace std::string_literals;
+using Files = std::vector<std::pair<std::string, std::string>>;  // name and text
+
+class ResourceTool : public testing::Test {
+ protected:
+  ResourceTool() {
+    char pattern[] = "/tmp/qvresource-test-XXXXXX";
+    folder_ = mkdtemp(pattern);
+  }
+  ~ResourceTool() override { std::filesystem::remove_all(folder_); }
+
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+
+  void Write(const Files& files) {
+    for (const auto& [name, text] : files) {
+      std::filesystem::create_directories((folder_ / name).parent_path());
+      std::ofstream(folder_ / name, std::ios::binary) << text;
+    }
+  }
+  std::string Read(const std::string& name) const {
+    std::stringstream text;
+    text << std::ifstream(folder_ / name, std::ios::binary).rdbuf();
+    return text.str();
+  }
+
+  // Runs the tool on descriptions of the folder; errors without the folder's name.
+  int Run(const std::string& form, const std::vector<std::string>& descriptions) {
+    std::vector<std::string> arguments = {"--form",    form,       "--output",
+                                          Path("out"), "--depend", Path("out.d")};
+    for (const std::string& name : descriptions) arguments.push_back(Path(name));
+    std::ostringstream out, errors;
+    const int code = RunTool(arguments, out, errors);
+    errors_ = errors.str();
+    for (size_t at; (at = errors_.find(folder_.string() + "/")) != std::string::npos;) {
+      errors_.erase(at, folder_.string().size() + 1);
+    }
+    return code;
+  }
+
+  std::filesystem::path folder_;
+  std::string errors_;
+};
+
+// Rows of 16 values "first", "first + step", ...
+std::string Rows(int first_row, int last_row, const char* format, int step = 1) {
+  std::string text;
+  for (int row = first_row; row <= last_row; ++row) {
+    char piece[16];
+    snprintf(piece, sizeof piece, "%X0:", row);
+    text += piece;
+    for (int i = 0; i < 16; ++i) {
+      snprintf(piece, sizeof piece, format, (row * 16 + i) * step);
+      text += piece;
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
+// The resource of the pack, by the names and numbers in it.
+std::string FindInPack(const std::string& pack, const std::string& type, uint32_t number) {
+  const auto word = [&pack](size_t at) {
+    uint32_t value = 0;
+    for (size_t i = 4; i > 0; --i) value = value << 8 | static_cast<uint8_t>(pack.at(at + i - 1));
+    return value;
+  };
+  EXPECT_EQ(pack.substr(0, 8), "QVRESPK1");
+  for (uint32_t i = 0; i < word(8); ++i) {
+    const size_t entry = 12 + 24 * i;
+    const std::string name =
+        word(entry + 4) ? pack.c_str() + word(entry + 4) : std::to_string(word(entry));
+    EXPECT_EQ(word(entry + 16) % 4, 0u);
+    if (name == type && word(entry + 8) == number) {
+      return pack.substr(word(entry + 16), word(entry + 20));
+    }
+  }
+  return "none";
+}
+
+TEST_F(ResourceTool, WrongDataStopsTheBuild) {
+  const std::string map = "map 1 2\n" + Rows(0, 15, " %02X"), page = Rows(8, 15, " %04X");
+  const struct {
+    const char* name;
+    Files files;  // the first is the description
+    std::string error;
+  } kRows[] = {
+      {"unknown word", {{"d", "\n# comment\nmenu 1\n"}}, "d:3: no kind of resource: menu"},
+      {"a field too few", {{"d", "string 1\n"}}, "d:1: string needs more fields"},
+      {"a field too many", {{"d", "string 1 \"a\" 2\n"}}, "d:1: string takes fewer fields"},
+      {"no number", {{"d", "string one \"a\"\n"}}, "d:1: bad digit in one"},
+      {"number out of range", {{"d", "string 65536 \"a\"\n"}}, "d:1: 65536 is out of range"},
+      {"text without marks",
+       {{"d", "string 1 a\n"}},
+       "d:1: a string in quotation marks is missing"},
+      {"open mark", {{"d", "string 1 \"a\n"}}, "d:1: the string has no closing quotation mark"},
+      {"not ASCII", {{"d", "string 1 \"\xE9\"\n"}}, "d:1: a byte is not printable ASCII"},
+      {"a string twice",
+       {{"d", "list 1 \"a\" \"b\"\nstring 17 \"c\"\n"}},
+       "d:2: string 17 is there already"},
+      {"a list too long", {{"d", "list 4096 \"a\"\n"}}, "d:1: the list's number is out of range"},
+      {"a resource twice",
+       {{"d", "zrcs 1 1252\nzrcs 1 1250\n"}},
+       "d:2: resource ZRCS 1 is there already"},
+      {"a resource number too high",
+       {{"d", "chuc 65535 p 7\n"}, {"p/7.txt", page}},
+       "d:1: resource CHUC 65536 is out of range"},
+      {"version with three numbers", {{"d", "version 1.2.3\n"}}, "d:1: a version has four numbers"},
+      {"version with five", {{"d", "version 1.2.3.4.5\n"}}, "d:1: a version has four numbers"},
+      {"missing file", {{"d", "chst 128 1 none.txt\n"}}, "none.txt: cannot be read"},
+      {"too few maps", {{"d", "chst 128 2 m\n"}, {"m", map}}, "m: holds 1 maps, not 2"},
+      {"map without its head",
+       {{"d", "chst 128 1 m\n"}, {"m", Rows(0, 15, " %02X")}},
+       "m:1: \"map SOURCE DESTINATION\" expected"},
+      {"map with a row missing",
+       {{"d", "chst 128 1 m\n"}, {"m", Replaced(map, "30:", "40:")}},
+       "m:5: row 30: expected, not 40:"},
+      {"map cut short",
+       {{"d", "chst 128 1 m\n"}, {"m", "map 1 2\n" + Rows(0, 14, " %02X")}},
+       "m:1: the map has too few rows"},
+      {"map that changes ASCII",
+       {{"d", "chst 128 1 m\n"}, {"m", Replaced(map, "41", "42")}},
+       "m:6: a byte below 80 does not map to itself"},
+      {"page with a bad digit",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", Replaced(page, "9A", "9a")}},
+       "p/7.txt:2: bad digit in 009a"},
+      {"page with a short value",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", Replaced(page, "009A", "9A")}},
+       "p/7.txt:2: 9A does not have 4 digits"},
+      {"page with a value missing",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", Replaced(page, " 009A", "")}},
+       "p/7.txt:2: the row has 15 values, not 16"},
+      {"page with a surrogate",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", Replaced(page, "009A", "D800")}},
+       "p/7.txt:2: a surrogate is no character"},
+      {"page with a row twice",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", Rows(8, 8, " %04X") + page}},
+       "p/7.txt:2: row 90: expected, not 80:"},
+      {"page with a row missing",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", Rows(8, 14, " %04X")}},
+       "p/7.txt: rows are missing at the end"},
+      {"page with a row too many",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", page + Rows(15, 15, " %04X")}},
+       "p/7.txt:9: a row too many"},
+      {"empty page",
+       {{"d", "chuc 128 p 7\n"}, {"p/7.txt", "# nothing\n"}},
+       "p/7.txt: rows are missing at the end"},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    Write(row.files);
+    EXPECT_EQ(Run("pack", {"d"}), 1);
+    EXPECT_EQ(errors_, row.error + "\n");
+    EXPECT_FALSE(std::filesystem::exists(Path("out")));
+  }
+}
+
+TEST_F(ResourceTool, PacksStringsAsThePlatformDoes) {
+  Write({{"a", "string 2578 \"C:\\Temp\\\"\nlist 999 \"Ctrl+\" \"# is text\"\n"},
+         {"b", "string 2579 \"say \"\"x\"\"\"  # merges into the same block\n"}});
+  ASSERT_EQ(Run("pack", {"a", "b"}), 0) << errors_;
+  const std::string pack = Read("out.pack");
+  const auto wide = [](const std::string& text) {
+    std::string bytes{static_cast<char>(text.size()), '\0'};
+    for (char c : text) bytes += {c, '\0'};
+    return bytes;
+  };
+  // 2578 is the third string of the block of 2576 to 2591.
+  EXPECT_EQ(FindInPack(pack, "6", 2578 / 16 + 1),
+            std::string(4, '\0') + wide("C:\\Temp\\") + wide("say \"x\"") + std::string(24, '\0'));
+  EXPECT_EQ(FindInPack(pack, "6", 1000), wide("Ctrl+") + wide("# is text") + std::string(28, '\0'));
+  EXPECT_EQ(FindInPack(pack, "6", 1), "none");
+}
+
+TEST_F(ResourceTool, EncodesTablesBigEndian) {
+  std::string page = Rows(8, 15, " %04X");
+  page = Replaced(page, "00FF", "0041");  // ASCII again: the way back is ASCII's
+  page = Replaced(page, "00FE", "00FD");  // the same character as the byte before it
+  page = Replaced(page, "00F0", "0000");  // no character
+  page = Replaced(page, "0080", "20AC");
+  const std::string full =
+      Replaced(Rows(0, 15, " %04X", 256), " D800 D900 DA00 DB00 DC00 DD00 DE00 DF00",
+               " 0041 0041 0000 0000 0000 0000 0000 0000");
+  Write({{"d", "zrcs 1 1252\nchst 128 1 m\nchuc 200 p 7 8\n"},
+         {"m", Replaced("map 10000 20005\n" + Rows(0, 15, " %02X"), "80 81", "41 1A")},
+         {"p/7.txt", page},
+         {"p/8.txt", full}});
+  ASSERT_EQ(Run("pack", {"d"}), 0) << errors_;
+  const std::string pack = Read("out.pack");
+  EXPECT_EQ(FindInPack(pack, "ZRCS", 1), "\x04\xE4");
+  const std::string map = FindInPack(pack, "CHST", 128);
+  ASSERT_EQ(map.size(), 260u);
+  EXPECT_EQ(map.substr(0, 4), "\x27\x10\x4E\x25");
+  EXPECT_EQ(map.substr(4 + 0x7F, 4), "\x7F\x41\x1A\x82");
+
+  const std::string to = FindInPack(pack, "CHUC", 200), from = FindInPack(pack, "CHUC", 201);
+  ASSERT_EQ(to.size(), 260u);
+  EXPECT_EQ(to.substr(0, 8), "\0\0\0\x07\x20\xAC\0\x81"s);
+  EXPECT_EQ(to.substr(256), "\0\xFD\0\x41"s);
+  ASSERT_EQ(from.size() % 18, 4u);
+  EXPECT_EQ(from.substr(0, 8), "\x80\0\0\x07\0\x08\0\x81"s);    // row 8: 80 is no character
+  EXPECT_EQ(from.substr(4 + 7 * 18, 4), "\0\x0F\0\xF1"s);       // row F: neither is F0
+  EXPECT_EQ(from.substr(4 + 7 * 18 + 2 + 13, 3), "\xFD\0\0"s);  // FD: the lowest byte; FE: none
+  EXPECT_EQ(from.substr(4 + 8 * 18), "\x02\x0A"s + std::string(12, '\0') + "\x80\0\0\0"s);
+
+  EXPECT_EQ(FindInPack(pack, "CHUC", 202).substr(0, 8), "\0\x02\0\x08\0\0\x01\0"s);
+  EXPECT_EQ(FindInPack(pack, "CHUC", 203).substr(0, 8), "\x80\x02\0\x08\0\x04\0\xD8"s);
+}
+
+TEST_F(ResourceTool, NamesItsFilesForTheBuild) {
+  Write(
+      {{"d", "chuc 1 p 7\nstring 5 \"x\"\nversion 1.0.0.0\n"}, {"p/7.txt", Rows(8, 15, " %04X")}});
+  ASSERT_EQ(Run("rc", {"d"}), 0) << errors_;
+  EXPECT_EQ(Read("out"), "1 CHUC \"" + Path("out.CHUC.1") + "\"\n2 CHUC \"" + Path("out.CHUC.2") +
+                             "\"\n1 6 \"" + Path("out.6.1") + "\"\n1 16 \"" + Path("out.16.1") +
+                             "\"\n");
+  EXPECT_EQ(Read("out.CHUC.1").size(), 260u);
+  EXPECT_EQ(Read("out.d"),
+            Path("out") + ": \\\n  " + Path("d") + " \\\n  " + Path("p/7.txt") + "\n");
+}
+
+TEST_F(ResourceTool, ExplainsItself) {
+  std::ostringstream out, errors;
+  EXPECT_EQ(RunTool({"--help"}, out, errors), 0);
+  EXPECT_NE(out.str().find("--form"), std::string::npos);
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                    {"--form", "pack", "d"},
+                                                    {"--form", "zip", "--output", "o", "d"},
+                                                    {"--form", "rc", "--output", "o"},
+                                                    {"--what"},
+                                                    {"d", "--output"}}) {
+    EXPECT_EQ(RunTool(arguments, out, errors), 2);
+  }
+  EXPECT_NE(errors.str().find("usage"), std::string::npos);
+}
+
+// Offsets of the platform's published structure.
+TEST(VersionRecord, HasTheFixedPartAndTheTexts) {
+  const ByteVector bytes = EncodeVersionRecord({{1, 2, 3, 4}, {{"ProductName", "QVSMAPI"}}});
+  const auto word = [&bytes](size_t at, int width) {
+    uint32_t value = 0;
+    for (int i = width - 1; i >= 0; --i) value = value << 8 | bytes.at(at + static_cast<size_t>(i));
+    return value;
+  };
+  EXPECT_EQ(word(0, 2), bytes.size());
+  EXPECT_EQ(word(2, 2), 52u);
+  EXPECT_EQ(word(40, 4), 0xFEEF04BDu);
+  EXPECT_EQ(word(48, 4), 0x00010002u);
+  EXPECT_EQ(word(52, 4), 0x00030004u);
+  EXPECT_EQ(word(56, 4), 0x00010002u);
+  // The string block begins behind the fixed part; its table and string are nested in it.
+  EXPECT_EQ(word(94, 2), 0u);
+  EXPECT_EQ(word(96, 2), 1u);
+  const size_t table = 92 + 36, text = table + 24;
+  EXPECT_EQ(word(92, 2), 36u + word(table, 2));
+  EXPECT_EQ(word(table, 2), 24u + word(text, 2));
+  EXPECT_EQ(word(text, 2), 6u + 24 + 2 + 16);
+  EXPECT_EQ(word(text + 2, 2), 8u);  // characters, with the terminator
+  EXPECT_EQ(bytes.at(text + 32), 'Q');
+}
+
+}  // namespace
+}  // namespace qvresource
