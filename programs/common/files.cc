@@ -108,12 +108,22 @@ bool IsOrdinaryFile(const std::string& path) {
 
 bool IsThere(const std::string& path) { return AttributesOf(path) != INVALID_FILE_ATTRIBUTES; }
 
+DWORD MakeFolder(const std::string& path) {
+  return Outcome(CreateDirectoryW(ToWide(path).c_str(), nullptr));
+}
+
+DWORD RemoveEmptyFolder(const std::string& path) {
+  auto bytes = ToCodePage(path, CP_ACP);
+  if (!bytes || !bytes->lost.empty()) return ERROR_INVALID_NAME;
+  return Outcome(RemoveDirectoryA(bytes->bytes.c_str()));
+}
+
 DWORD MakeFolders(const std::string& path) {
   if (IsFolder(path)) return ERROR_SUCCESS;
   size_t separator = path.find_last_of("\\/");
   // The drive itself ("C:") cannot be made; its absence shows in the call below.
   if (separator != std::string::npos && separator > 2) MakeFolders(path.substr(0, separator));
-  DWORD error = Outcome(CreateDirectoryW(ToWide(path).c_str(), nullptr));
+  DWORD error = MakeFolder(path);
   // Another process may have made it meanwhile.
   return IsFolder(path) ? ERROR_SUCCESS : error;
 }

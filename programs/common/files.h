@@ -52,6 +52,10 @@ DWORD RenameFile(const std::string& from, const std::string& to);
 bool IsOrdinaryFile(const std::string& path);
 bool IsThere(const std::string& path);
 
+// ERROR_ALREADY_EXISTS when something of that name is there.
+DWORD MakeFolder(const std::string& path);
+DWORD RemoveEmptyFolder(const std::string& path);
+
 // Makes a folder and all that it lies in; one that is there is success.
 DWORD MakeFolders(const std::string& path);
 

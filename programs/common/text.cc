@@ -24,7 +24,7 @@ SequenceForm FormOf(unsigned char first) {
 }
 
 bool IsKnownCodePage(uint32_t code_page) {
-  return code_page == CP_UTF8 || IsValidCodePage(code_page);
+  return code_page == CP_ACP || code_page == CP_UTF8 || IsValidCodePage(code_page);
 }
 
 // One whole text; `lacking` tells whether the code page had no form for some character.

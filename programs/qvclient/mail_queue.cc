@@ -4,10 +4,10 @@ namespace qvclient {
 
 MailQueue::MailQueue(Handler handler) : handler_(std::move(handler)), thread_([this] { Work(); }) {}
 
-void MailQueue::Add(std::string request) {
+void MailQueue::Add(Delivery delivery) {
   {
     std::lock_guard lock(mutex_);
-    waiting_.push_back(std::move(request));
+    waiting_.push_back(std::move(delivery));
   }
   changed_.notify_one();
 }
@@ -22,15 +22,15 @@ void MailQueue::Finish() {
 }
 
 void MailQueue::Work() {
-  std::string request;
-  while (Next(&request)) handler_(request);
+  Delivery delivery;
+  while (Next(&delivery)) handler_(delivery);
 }
 
-bool MailQueue::Next(std::string* request) {
+bool MailQueue::Next(Delivery* delivery) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [this] { return finishing_ || !waiting_.empty(); });
   if (waiting_.empty()) return false;
-  *request = std::move(waiting_.front());
+  *delivery = std::move(waiting_.front());
   waiting_.pop_front();
   return true;
 }

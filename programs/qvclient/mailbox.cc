@@ -1,28 +1,26 @@
 #include "programs/qvclient/mailbox.h"
 
-#include <map>
-
 #include "platform/native_files.h"
 #include "programs/common/file_names.h"
 #include "programs/common/files.h"
-#include "programs/common/text.h"
 
 namespace qvclient {
 namespace {
 
-Message MessageOf(const Request& request) {
+Message MessageOf(const Delivery& delivery) {
+  const Request& request = delivery.request;
   Message message{request.subject, request.to, request.cc, request.bcc, request.body, {}};
   for (const RequestAttachment& attachment : request.attachments) {
-    message.attachments.push_back({program::LastPart(attachment.path), attachment.path});
+    message.attachments.push_back(
+        {program::LastPart(attachment.path), delivery.copies.PathOf(attachment.path)});
   }
   return message;
 }
 
-// Two attachments may be one file, since the library copies one over another of the same name.
-std::map<std::string, std::string> CopiesToDelete(const Request& request) {
-  std::map<std::string, std::string> paths;
+std::vector<std::string> CopiesToDelete(const Request& request) {
+  std::vector<std::string> paths;
   for (const RequestAttachment& attachment : request.attachments) {
-    if (attachment.delete_copy) paths.emplace(program::FoldCase(attachment.path), attachment.path);
+    if (attachment.delete_copy) paths.push_back(attachment.path);
   }
   return paths;
 }
@@ -35,52 +33,48 @@ Mailbox::Mailbox(const MailboxOptions& options, const program::Reporter& reporte
       copies_(options.staging_folder),
       store_(options.folder) {}
 
-bool Mailbox::Take(std::string_view request_text) {
-  if (options_.show_requests) reporter_.Line(program::OneLine(std::string(request_text)));
-  Request request =
+Delivery Mailbox::Receive(std::string_view request_text) const {
+  Delivery delivery;
+  delivery.text = request_text;
+  delivery.request =
       ReadRequest(request_text, [this](const std::string& path) { return copies_.State(path); });
-  for (const std::string& problem : request.problems) {
+  bool may_delete = delivery.request.problems.empty() && !options_.keep_copies;
+  if (may_delete) delivery.copies.Claim(CopiesToDelete(delivery.request), copies_);
+  return delivery;
+}
+
+bool Mailbox::Store(Delivery& delivery) {
+  if (options_.show_requests) reporter_.Line(program::OneLine(delivery.text));
+  for (const std::string& problem : delivery.request.problems) {
     reporter_.Error("the request is damaged: " + problem);
   }
-  if (!request.readable) return false;
-  return Keep(request) && request.problems.empty();
+  if (!delivery.request.readable) return false;
+  return StoreMessage(delivery) && delivery.request.problems.empty();
 }
 
-bool Mailbox::Keep(const Request& request) {
-  StoreOutcome outcome = store_.Store(MessageOf(request), StampNow());
-  if (outcome.error != ERROR_SUCCESS) {
-    ReportFailure(outcome);
+bool Mailbox::StoreMessage(Delivery& delivery) {
+  StoreOutcome stored = store_.Store(MessageOf(delivery), StampNow());
+  if (stored.error != ERROR_SUCCESS) {
+    ReportFailure(stored, delivery.copies);
     return false;
   }
-  bool all_deleted = true;
-  size_t deleted = 0;
-  if (!options_.keep_copies && request.problems.empty()) {
-    deleted = DeleteCopies(request, &all_deleted);
+  ClaimedCopies::Outcome deleted = delivery.copies.Delete(copies_);
+  for (const std::string& path : deleted.left) {
+    reporter_.Error("cannot delete the copy " + platform::NativePath(path) +
+                    ": delete it when no other program uses it");
   }
-  Announce(request, outcome.file_name, deleted);
-  return all_deleted;
+  Announce(delivery.request, stored.file_name, deleted.done);
+  return deleted.left.empty();
 }
 
-void Mailbox::ReportFailure(const StoreOutcome& outcome) const {
+void Mailbox::ReportFailure(const StoreOutcome& outcome, ClaimedCopies& copies) const {
+  std::string where = platform::NativePath(copies_.folder());
+  for (const std::string& path : copies.Restore().left) {
+    where += " and at " + platform::NativePath(path);
+  }
   reporter_.Error("the message could not be stored: " + platform::NativePath(outcome.failed_path) +
                   ": " + program::ErrorText(outcome.error) +
-                  "; the copies of its attachments stay in " +
-                  platform::NativePath(copies_.folder()));
-}
-
-size_t Mailbox::DeleteCopies(const Request& request, bool* all_deleted) const {
-  size_t deleted = 0;
-  for (const auto& [folded, path] : CopiesToDelete(request)) {
-    DWORD error = copies_.Delete(path);
-    if (error == ERROR_SUCCESS) {
-      ++deleted;
-      continue;
-    }
-    *all_deleted = false;
-    reporter_.Error("cannot delete the copy " + platform::NativePath(path) + ": " +
-                    program::ErrorText(error));
-  }
-  return deleted;
+                  "; the copies of its attachments are in " + where);
 }
 
 void Mailbox::Announce(const Request& request, const std::string& file_name, size_t deleted) const {
@@ -88,8 +82,8 @@ void Mailbox::Announce(const Request& request, const std::string& file_name, siz
   size_t recipients = request.to.size() + request.cc.size() + request.bcc.size();
   reporter_.Line(file_name + ": " + program::Count(recipients, "recipient") + ", " +
                  program::Count(request.attachments.size(), "attachment") + ", " +
-                 std::to_string(deleted) +
-                 " deleted from the staging folder, subject: " + program::OneLine(request.subject));
+                 (deleted == 1 ? "1 copy" : std::to_string(deleted) + " copies") +
+                 " deleted, subject: " + program::OneLine(request.subject));
 }
 
 }  // namespace qvclient

@@ -1,16 +1,23 @@
-// What the client does with one request: takes it apart, stores the message, deletes the copies of
-// its attachments, and says so.
+// What the client does with one request, in two steps:
 //
-// Copies are deleted only when the message with their bytes is safely stored and nothing was wrong
-// with the request; otherwise they stay, so that nothing is lost.
-// Threads: one at a time.
+//   Delivery delivery = mailbox.Receive(text);   // at once, before the acknowledgement
+//   mailbox.Store(delivery);                     // later, however long it takes
+//
+// Receiving takes the request apart and the copies of its attachments out of the staging folder, so
+// that no later message touches them. Storing writes the message, deletes the copies, and reports.
+// Copies are deleted only when the message with their bytes is safely stored; those of a damaged
+// request stay in the staging folder and those of a failed store go back there, so that nothing is
+// lost.
+// Threads: the two steps may run on different ones, each on one at a time.
 #pragma once
 
 #include <string>
 #include <string_view>
 
 #include "programs/common/reporter.h"
+#include "programs/qvclient/claimed_copies.h"
 #include "programs/qvclient/message_store.h"
+#include "programs/qvclient/request_reader.h"
 #include "programs/qvclient/staged_copies.h"
 
 namespace qvclient {
@@ -23,18 +30,24 @@ struct MailboxOptions {
   bool show_requests = false;  // the request's text before that line
 };
 
+struct Delivery {
+  std::string text;
+  Request request;
+  ClaimedCopies copies;
+};
+
 class Mailbox {
  public:
   Mailbox(const MailboxOptions& options, const program::Reporter& reporter);
 
+  Delivery Receive(std::string_view request_text) const;
+
   // False when the message could not be stored or something was wrong with it; that is reported.
-  bool Take(std::string_view request_text);
+  bool Store(Delivery& delivery);
 
  private:
-  bool Keep(const Request& request);
-  void ReportFailure(const StoreOutcome& outcome) const;
-  // The number of copies that are gone.
-  size_t DeleteCopies(const Request& request, bool* all_deleted) const;
+  bool StoreMessage(Delivery& delivery);
+  void ReportFailure(const StoreOutcome& outcome, ClaimedCopies& copies) const;
   void Announce(const Request& request, const std::string& file_name, size_t deleted) const;
 
   MailboxOptions options_;

@@ -17,7 +17,7 @@ namespace qvclient {
 struct RequestServerOptions {
   // Takes a request over; false refuses it, and the sender learns that it was not delivered.
   // It must come back at once: the sender waits for the acknowledgement, a second at most.
-  std::function<bool(std::string request)> accept;
+  std::function<bool(const std::string& request)> accept;
   uint32_t acknowledge_after = 0;  // milliseconds
 };
 

@@ -1,4 +1,5 @@
-// The copies of attachments in the staging folder: the only files that the client ever deletes.
+// The copies of attachments in the staging folder: the only files that a request can make the
+// client read or delete.
 //
 // A path counts only when it is the staging folder (letter case aside), one "\" and a plain name,
 // and names an ordinary file: no way leads out of the folder, to a device or into a stream.

@@ -123,11 +123,11 @@ class Service {
       : reporter_(reporter),
         count_(count),
         mailbox_(mailbox, reporter),
-        queue_([this](const std::string& request) { Store(request); }) {}
+        queue_([this](Delivery& delivery) { Store(delivery); }) {}
 
   int Run(uint32_t acknowledge_after) {
     std::string trouble = StartRequestServer(
-        {[this](std::string request) { return Accept(std::move(request)); }, acknowledge_after});
+        {[this](const std::string& request) { return Accept(request); }, acknowledge_after});
     if (trouble.empty()) {
       SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
       reporter_.Line("ready");
@@ -142,16 +142,16 @@ class Service {
   }
 
  private:
-  bool Accept(std::string request) {
+  bool Accept(const std::string& request) {
     if (count_ != 0 && accepted_ == count_) return false;
     ++accepted_;
-    queue_.Add(std::move(request));
+    queue_.Add(mailbox_.Receive(request));
     return true;
   }
 
   // On the queue's thread.
-  void Store(const std::string& request) {
-    if (!mailbox_.Take(request)) all_well_ = false;
+  void Store(Delivery& delivery) {
+    if (!mailbox_.Store(delivery)) all_well_ = false;
     if (++stored_ == count_) StopRequestServer();
   }
 
