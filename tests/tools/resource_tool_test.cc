@@ -123,6 +123,9 @@ TEST_F(ResourceTool, WrongDataStopsTheBuild) {
        "d:1: resource CHUC 65536 is out of range"},
       {"version with three numbers", {{"d", "version 1.2.3\n"}}, "d:1: a version has four numbers"},
       {"version with five", {{"d", "version 1.2.3.4.5\n"}}, "d:1: a version has four numbers"},
+      {"a byte of three digits",
+       {{"d", "bytes TEST 1 00 0FF\n"}},
+       "d:1: 0FF does not have 2 digits"},
       {"missing file", {{"d", "chst 128 1 none.txt\n"}}, "none.txt: cannot be read"},
       {"too few maps", {{"d", "chst 128 2 m\n"}, {"m", map}}, "m: holds 1 maps, not 2"},
       {"map without its head",
@@ -197,13 +200,14 @@ TEST_F(ResourceTool, EncodesTablesBigEndian) {
   const std::string full =
       Replaced(Rows(0, 15, " %04X", 256), " D800 D900 DA00 DB00 DC00 DD00 DE00 DF00",
                " 0041 0041 0000 0000 0000 0000 0000 0000");
-  Write({{"d", "zrcs 1 1252\nchst 128 1 m\nchuc 200 p 7 8\n"},
+  Write({{"d", "zrcs 1 1252\nbytes Test 3 00 FF\nchst 128 1 m\nchuc 200 p 7 8\n"},
          {"m", Replaced("map 10000 20005\n" + Rows(0, 15, " %02X"), "80 81", "41 1A")},
          {"p/7.txt", page},
          {"p/8.txt", full}});
   ASSERT_EQ(Run("pack", {"d"}), 0) << errors_;
   const std::string pack = Read("out.pack");
   EXPECT_EQ(FindInPack(pack, "ZRCS", 1), "\x04\xE4");
+  EXPECT_EQ(FindInPack(pack, "TEST", 3), "\0\xFF"s);
   const std::string map = FindInPack(pack, "CHST", 128);
   ASSERT_EQ(map.size(), 260u);
   EXPECT_EQ(map.substr(0, 4), "\x27\x10\x4E\x25");

@@ -120,6 +120,21 @@ bool ReadCodePage(Context& context, const Line& line) {
   return context.set.Add(line.place, {"ZRCS", 0}, number, std::move(bytes), context.problem);
 }
 
+// bytes TYPE NUMBER HEX ...
+bool ReadBytes(Context& context, const Line& line) {
+  uint32_t number = 0;
+  if (!context.CountIs(line, 2, kMostNumber) || !context.Number(line, 2, number)) return false;
+  TypeKey type{line.fields[1].text, 0};
+  for (char& c : type.name) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  ByteVector bytes;
+  for (size_t i = 3; i < line.fields.size(); ++i) {
+    uint32_t value = 0;
+    if (!ParseHex(line.place, line.fields[i].text, 2, value, context.problem)) return false;
+    AppendBig(bytes, value, 1);
+  }
+  return context.set.Add(line.place, type, number, std::move(bytes), context.problem);
+}
+
 bool ParseVersionNumber(const Place& place, std::string_view text, VersionRecord& record,
                         Problem& problem) {
   for (size_t i = 0; i < record.number.size(); ++i) {
@@ -158,6 +173,7 @@ struct Directive {
 constexpr Directive kDirectives[] = {
     {"string", ReadString}, {"list", ReadList},     {"chst", ReadByteMapFile},
     {"chuc", ReadPages},    {"zrcs", ReadCodePage}, {"version", ReadVersion},
+    {"bytes", ReadBytes},
 };
 
 }  // namespace

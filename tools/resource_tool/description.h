@@ -6,6 +6,7 @@
 //   chuc 128 codepages/single 437 737    FOLDER/PAGE.txt; each page takes two numbers, one for the
 //                                        table to Unicode, one for the table from Unicode
 //   zrcs 1 1252                          a code page
+//   bytes TEST 7 0A FF                   any type; its name is stored in upper case
 //   version 1.0.0.0 ProductName "QVSMAPI" DataVersion "202606"   keys and texts of the string block
 //
 // '#' starts a comment. Strings stand in quotation marks: a backslash is itself, "" is one mark.
