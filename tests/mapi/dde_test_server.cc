@@ -6,7 +6,8 @@
 //   BEHAVIOUR  accept, refuse, die-on-connect, die-on-execute, silent (no service: it just ends)
 //   DELAY_MS   before the service is registered
 //   WAIT_MS    before an execute is answered
-//   OUTPUT     OUTPUT.ready appears with the service, OUTPUT with the request
+//   OUTPUT     OUTPUT.ready appears with the service, OUTPUT with the request, OUTPUT.gone when the
+//              service is no longer there
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -92,6 +93,7 @@ int Run() {
   WriteFileText(state.output + ".ready", "");
   ServeMessages();
   DdeUninitialize(state.instance);
+  WriteFileText(state.output + ".gone", "");
   return 0;
 }
 

@@ -124,6 +124,7 @@ TEST_F(HandOffFaultTest, RetriesEndAfterTenSecondsAlsoAcrossTheWrapOfTheTicks) {
 
 TEST_F(HandOffFaultTest, RetriesThatEndWellLeaveOneLine) {
   RunningServer server;
+  PrepareServer({"silent", 0, 0});  // for the one that is started beside it
   RegisteredCommand command(ServerPath());
   host::TakeDebugOutput();
   host::FailCall("DdeClientTransaction", 1, 0x4009);

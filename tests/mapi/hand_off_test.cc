@@ -50,6 +50,7 @@ TEST_F(HandOffTest, ClientIsStartedFromItsCommandInQuotes) {
   const DWORD taken = Deliver(true);
   EXPECT_GE(taken, 2900u);
   EXPECT_LT(taken, 9000u);
+  WaitUntilServerIsGone();
   EXPECT_EQ(ReceivedRequest(), delivered_);
 }
 

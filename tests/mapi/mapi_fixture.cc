@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kCodePageKey[] = "System\\CurrentControlSet\\Control\\Nls\\CodePage";
 constexpr char kOutputName[] = "qv_server_output.txt";
-constexpr DWORD kReadyMilliseconds = 10000;
+constexpr DWORD kWaitMilliseconds = 10000;
 
 std::string OutputPath() { return TempFolder() + kOutputName; }
 
@@ -34,6 +34,12 @@ std::string GetAcp() {
   RegQueryValueExA(key, "ACP", nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
   RegCloseKey(key);
   return text;
+}
+
+void WaitForFile(const std::string& path) {
+  DWORD waited = 0;
+  for (; !FileExists(path) && waited < kWaitMilliseconds; waited += 5) Sleep(5);
+  EXPECT_LT(waited, kWaitMilliseconds) << path;
 }
 
 HANDLE Start(const std::string& program) {
@@ -98,22 +104,22 @@ bool FileExists(const std::string& path) {
 }
 
 void PrepareServer(const ServerSettings& settings) {
-  DeleteFileA(OutputPath().c_str());
-  DeleteFileA((OutputPath() + ".ready").c_str());
+  for (const char* suffix : {"", ".ready", ".gone"}) {
+    DeleteFileA((OutputPath() + suffix).c_str());
+  }
   const std::string text = settings.behaviour + " " + std::to_string(settings.delay) + " " +
                            std::to_string(settings.wait) + " " + OutputPath();
   SetEnvironmentVariableA("QV_TEST_SERVER", text.c_str());
 }
+
+void WaitUntilServerIsGone() { WaitForFile(OutputPath() + ".gone"); }
 
 std::string ReceivedRequest() { return ReadWholeFile(OutputPath()); }
 
 RunningServer::RunningServer(const ServerSettings& settings) {
   PrepareServer(settings);
   process_ = Start(ServerPath());
-  const std::string ready = OutputPath() + ".ready";
-  DWORD waited = 0;
-  for (; !FileExists(ready) && waited < kReadyMilliseconds; waited += 5) Sleep(5);
-  EXPECT_LT(waited, kReadyMilliseconds) << "the server does not register its service";
+  WaitForFile(OutputPath() + ".ready");
 }
 
 RunningServer::~RunningServer() {

@@ -38,6 +38,8 @@ struct ServerSettings {
 // Leaves the settings where servers that are started from now on find them, and forgets what the
 // last one received.
 void PrepareServer(const ServerSettings& settings);
+// For one that the hand-off started: it ends by itself after its conversation.
+void WaitUntilServerIsGone();
 // What the server was sent since PrepareServer.
 std::string ReceivedRequest();
 
