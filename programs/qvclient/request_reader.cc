@@ -128,8 +128,10 @@ class RequestReader {
   // Takes the path up to the first separator where it names a copy.
   bool ReadPath(std::string* path) {
     size_t first_end = NextSeparator(rest_, kAfterAttachment);
+    // A file name has no room for more than 51 separators; the folder may add a few.
+    constexpr int kMostSeparators = 64;
     size_t end = first_end;
-    while (end <= kLongestPath) {
+    for (int tries = 0; tries < kMostSeparators && end <= kLongestPath; ++tries) {
       std::string candidate = program::Unescape(rest_.substr(0, end), nullptr);
       if (state_of_copy_(candidate) == CopyState::kCopy) {
         // A path that was escaped otherwise than the library escapes names the file all the same.
