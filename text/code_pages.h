@@ -44,8 +44,8 @@ enum LineEndMode : int {
   kCr = 2,
   kLf = 3,
   kCrLf = 4,
-  kKeep = 5,      // line ends are bytes like any other
-  kKeepToo = 6,   // the Unicode engines take it as kKeep
+  kKeep = 5,     // line ends are bytes like any other
+  kKeepToo = 6,  // the Unicode engines take it as kKeep
 };
 
 // kCr for 10000 to 20000 except the Unicode pages, kCrLf for all others.

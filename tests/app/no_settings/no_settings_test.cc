@@ -1,0 +1,40 @@
+// In an executable whose resources name no settings file.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "app/settings.h"
+
+namespace {
+
+TEST(NoSettingsTest, ReadsGiveTheDefaultAndWritesDoNothing) {
+  EXPECT_STREQ(qv::SettingsPath(), "");
+  EXPECT_EQ(ReadSettingInt("QVSetup", "Slice", 25), 25);
+  EXPECT_EQ(WriteSettingString("QVSetup", "Slice", "1"), 0);
+  EXPECT_EQ(ReadSettingInt("QVSetup", "Slice", 25), 25);
+}
+
+TEST(NoSettingsTest, TheDefaultTextKeepsInsideTheBuffer) {
+  const struct {
+    const char* default_text;
+    uint32_t size;
+    const char* expected;
+  } kRows[] = {{"abcdef", 7, "abcdef"},
+               {"abcdef", 3, "ab"},
+               {"abc", 1, ""},
+               {"100%d", 9, "100%d"},
+               {nullptr, 9, ""}};
+  for (const auto& row : kRows) {
+    char text[16];
+    std::memset(text, '#', sizeof text);
+    EXPECT_EQ(ReadSettingString("QVSetup", "Name", row.default_text, text, row.size),
+              std::strlen(row.expected));
+    EXPECT_STREQ(text, row.expected);
+    EXPECT_EQ(text[row.size], '#');
+  }
+  char text[4] = "abc";
+  EXPECT_EQ(ReadSettingString("QVSetup", "Name", "x", text, 0), 0u);
+  EXPECT_STREQ(text, "abc");
+}
+
+}  // namespace
