@@ -1,7 +1,7 @@
 /* A host application in plain C that knows nothing of the project but its public header. */
+#include <qvsmapi.h>
 #include <stddef.h>
 #include <string.h>
-#include <qvsmapi.h>
 
 static char* Put(char* place, const char* text) { return strcpy(place, text); }
 
@@ -36,8 +36,7 @@ uint32_t SendMapiFromC(QvMapiLogon logon, QvMapiSendMail send, QvMapiLogoff logo
 }
 
 /* The same through CMC. */
-uint32_t SendCmcFromC(QvCmcLogon logon, QvCmcSend send, QvCmcLogoff logoff,
-                      const char* file_path) {
+uint32_t SendCmcFromC(QvCmcLogon logon, QvCmcSend send, QvCmcLogoff logoff, const char* file_path) {
   char path[1000], subject[20], text[20], to[20], cc[20];
   QvCmcRecipient recipients[2];
   QvCmcAttachment attachment;

@@ -1,16 +1,16 @@
 /* The structures of the public header beside those of the system's own headers. */
+#include <qvsmapi.h>
+#include <stddef.h>
 #include <windows.h>
 
+/* These need the platform's header first. */
 #include <mapi.h>
 #include <xcmc.h>
 
-#include <qvsmapi.h>
-#include <stddef.h>
-
 #define SAME_SIZE(ours, published) \
   _Static_assert(sizeof(ours) == sizeof(published), #ours " and " #published)
-#define SAME_FIELD(ours, published, field)                               \
-  _Static_assert(offsetof(ours, field) == offsetof(published, field) &&  \
+#define SAME_FIELD(ours, published, field)                                        \
+  _Static_assert(offsetof(ours, field) == offsetof(published, field) &&           \
                      sizeof(((ours*)0)->field) == sizeof(((published*)0)->field), \
                  #ours "." #field)
 
