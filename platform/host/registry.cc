@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <string>
 
 #include "platform/host/calls.h"
@@ -63,12 +65,13 @@ HKEY NewKeyHandle(std::string path, REGSAM access) {
   return AddHandle<HKEY>(handle);
 }
 
-bool ExistsIn(RegistryTree& tree, const std::string& path) {
+bool ExistsIn(const RegistryTree& tree, const std::string& path) {
   return tree.Find(path) || path.find('\\') == std::string::npos;
 }
 
 // The key of an open handle in the tree. The key may have been deleted meanwhile.
-DWORD FindOpenKey(RegistryTree& tree, const KeyPlace& place, RegistryKey** key) {
+template <class Tree, class Key>
+DWORD FindOpenKey(Tree& tree, const KeyPlace& place, Key** key) {
   *key = tree.Find(place.path);
   if (*key) return 0;
   return place.path.find('\\') == std::string::npos ? ERROR_FILE_NOT_FOUND : ERROR_KEY_DELETED;
@@ -78,10 +81,10 @@ DWORD FindValue(HKEY handle, LPCSTR name, RegistryValue* value) {
   KeyPlace place = PlaceOf(handle);
   if (place.error != 0) return place.error;
   if ((place.access & kMayQuery) == 0) return ERROR_ACCESS_DENIED;
-  RegistryTree tree;
-  RegistryKey* key;
+  std::shared_ptr<const RegistryTree> tree;
   if (DWORD error = ReadRegistry(&tree)) return error;
-  if (DWORD error = FindOpenKey(tree, place, &key)) return error;
+  const RegistryKey* key;
+  if (DWORD error = FindOpenKey(*tree, place, &key)) return error;
   auto found = key->values.find(UpperCaseUtf8(Utf8FromAnsi(name ? name : "")));
   if (found == key->values.end()) return ERROR_FILE_NOT_FOUND;
   *value = found->second;
@@ -130,18 +133,40 @@ constexpr char kCodePageKey[] =
     "HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Nls\\CodePage";
 constexpr UINT kDefaultAnsi = 1252;
 
-}  // namespace
-
 // A page that nothing here can convert would leave the narrow calls without names.
-UINT AnsiCodePage() {
-  RegistryTree tree;
-  if (ReadRegistry(&tree) != 0) return kDefaultAnsi;
-  RegistryKey* key = tree.Find(kCodePageKey);
+UINT AnsiPageOf(const RegistryTree& tree) {
+  const RegistryKey* key = tree.Find(kCodePageKey);
   if (!key) return kDefaultAnsi;
   auto value = key->values.find("ACP");
   if (value == key->values.end()) return kDefaultAnsi;
   auto page = static_cast<UINT>(std::strtoul(value->second.data.c_str(), nullptr, 10));
   return page != CP_ACP && CodePageIsKnown(page) ? page : kDefaultAnsi;
+}
+
+// The page that belongs to a state of the registry: every narrow call asks for it.
+struct AnsiPageState {
+  std::mutex mutex;
+  std::shared_ptr<const RegistryTree> tree;
+  UINT page = kDefaultAnsi;
+};
+
+AnsiPageState& KeptAnsiPage() {
+  static AnsiPageState& state = *new AnsiPageState;
+  return state;
+}
+
+}  // namespace
+
+UINT AnsiCodePage() {
+  std::shared_ptr<const RegistryTree> tree;
+  if (ReadRegistry(&tree) != 0) return kDefaultAnsi;
+  AnsiPageState& kept = KeptAnsiPage();
+  std::lock_guard hold(kept.mutex);
+  if (kept.tree != tree) {
+    kept.page = AnsiPageOf(*tree);
+    kept.tree = tree;
+  }
+  return kept.page;
 }
 
 void SetAnsiCodePage(UINT code_page) {
@@ -168,9 +193,9 @@ LSTATUS RegOpenKeyExA(HKEY key, LPCSTR subkey, DWORD, REGSAM access, HKEY* resul
   if (DWORD fault = Enter(__func__)) return static_cast<LSTATUS>(fault);
   host::KeyPlace place = host::PlaceBelow(key, subkey);
   if (place.error != 0) return static_cast<LSTATUS>(place.error);
-  host::RegistryTree tree;
+  std::shared_ptr<const host::RegistryTree> tree;
   if (DWORD error = host::ReadRegistry(&tree)) return static_cast<LSTATUS>(error);
-  if (!host::ExistsIn(tree, place.path)) return ERROR_FILE_NOT_FOUND;
+  if (!host::ExistsIn(*tree, place.path)) return ERROR_FILE_NOT_FOUND;
   *result = host::NewKeyHandle(place.path, access);
   return 0;
 }

@@ -1,7 +1,12 @@
 #include "platform/host/registry_file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <charconv>
+#include <mutex>
+#include <utility>
 
 #include "platform/host/native_errors.h"
 #include "platform/host/native_files.h"
@@ -88,11 +93,41 @@ DWORD ReadText(std::string* text) {
   return error;
 }
 
+// The content as it was read last, and the file it was read from. The file stays open, so that
+// another one cannot get its number.
+struct Snapshot {
+  std::mutex mutex;  // guards all below
+  std::shared_ptr<const RegistryTree> tree;
+  std::string path;
+  Descriptor file;
+  bool present = false;  // false: there was no file
+  struct stat status = {};
+};
+
+Snapshot& KeptSnapshot() {
+  static Snapshot& snapshot = *new Snapshot;
+  return snapshot;
+}
+
+bool IsCurrent(const Snapshot& kept, const std::string& path) {
+  if (kept.path != path) return false;
+  struct stat now;
+  if (stat(path.c_str(), &now) != 0) return !kept.present;
+  // Writers replace the file; time and size tell of one that was edited by hand.
+  return kept.present && now.st_ino == kept.status.st_ino && now.st_dev == kept.status.st_dev &&
+         now.st_size == kept.status.st_size && now.st_mtim.tv_sec == kept.status.st_mtim.tv_sec &&
+         now.st_mtim.tv_nsec == kept.status.st_mtim.tv_nsec;
+}
+
 }  // namespace
 
-RegistryKey* RegistryTree::Find(std::string_view path) {
+const RegistryKey* RegistryTree::Find(std::string_view path) const {
   auto found = keys_.find(UpperCaseUtf8(path));
   return found == keys_.end() ? nullptr : &found->second;
+}
+
+RegistryKey* RegistryTree::Find(std::string_view path) {
+  return const_cast<RegistryKey*>(std::as_const(*this).Find(path));
 }
 
 bool RegistryTree::Create(std::string_view path) {
@@ -163,10 +198,23 @@ std::string RegistryTree::Format() const {
   return text;
 }
 
-DWORD ReadRegistry(RegistryTree* tree) {
-  std::string text;
-  if (DWORD error = ReadText(&text)) return error;
-  tree->Parse(text);
+DWORD ReadRegistry(std::shared_ptr<const RegistryTree>* tree) {
+  Snapshot& kept = KeptSnapshot();
+  std::lock_guard hold(kept.mutex);
+  std::string path = RegistryPath();
+  if (!kept.tree || !IsCurrent(kept, path)) {
+    kept.tree = nullptr;
+    // Opened before it is read: a file that replaces it meanwhile is noticed at the next call.
+    kept.path = path;
+    kept.file = Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    kept.present = kept.file.is_open() && fstat(kept.file.number(), &kept.status) == 0;
+    std::string text;
+    if (DWORD error = ReadText(&text)) return error;
+    auto parsed = std::make_shared<RegistryTree>();
+    parsed->Parse(text);
+    kept.tree = parsed;
+  }
+  *tree = kept.tree;
   return 0;
 }
 

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,7 @@ struct RegistryKey {
 class RegistryTree {
  public:
   RegistryKey* Find(std::string_view path);
+  const RegistryKey* Find(std::string_view path) const;
   // Makes the key and those above it. False when it was there already.
   bool Create(std::string_view path);
   // Removes everything below the key.
@@ -47,8 +49,9 @@ class RegistryTree {
   std::map<std::string, RegistryKey> keys_;  // by upper-case path
 };
 
-// The present content. 0, or the Windows error with an empty tree.
-DWORD ReadRegistry(RegistryTree* tree);
+// The present content. 0, or the Windows error with no tree. Several calls give the same tree for
+// as long as nobody, in any process, has changed the file.
+DWORD ReadRegistry(std::shared_ptr<const RegistryTree>* tree);
 
 // Runs `change` on the present content, with every other writer locked out, and writes the result
 // unless `change` answers an error. 0, or the Windows error with nothing written.
