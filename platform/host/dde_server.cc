@@ -132,7 +132,8 @@ void DdeServer::Poll() {
   if (entries[0].revents != 0 && read(wake_.number(), &count, sizeof count) < 0) return;
   std::vector<std::shared_ptr<DdePeer>> kept;
   for (size_t i = 0; i < peers_.size(); ++i) {
-    bool keep = !peers_[i]->hung() && (entries[i + 2].revents == 0 || Read(peers_[i]));
+    bool keep = !peers_[i]->hung() && (entries[i + 2].revents == 0 || Read(peers_[i])) &&
+                TakeFrames(peers_[i]);
     if (keep) {
       kept.push_back(peers_[i]);
     } else {
@@ -176,9 +177,10 @@ bool DdeServer::Read(const std::shared_ptr<DdePeer>& peer) {
   if (count == 0) return false;
   if (count < 0) return errno == EAGAIN || errno == EINTR;
   peer->reader_.Append({block, static_cast<size_t>(count)});
-  return TakeFrames(peer);
+  return true;
 }
 
+// What was read before the last answer counts too. False when the peer is to be dropped.
 bool DdeServer::TakeFrames(const std::shared_ptr<DdePeer>& peer) {
   while (!peer->busy_) {
     std::optional<Frame> frame = peer->reader_.Next();
