@@ -1,5 +1,6 @@
 #include "text/engine_loop.h"
 
+#include "text/engine_blocks.h"
 #include "text/engine_forms.h"
 
 namespace qv {
@@ -14,6 +15,10 @@ class Loop {
 
   EngineStop Run() {
     while (at_.in != at_.in_end) {
+      if constexpr (FastReader<Reader>::kReads) {
+        ConvertBlocks(reader_, writer_, line_ends_, at_);
+        if (at_.in == at_.in_end) break;
+      }
       const EngineStop stop = ConvertOne();
       if (stop != EngineStop::kInputEnd) return stop;
     }

@@ -1,0 +1,226 @@
+// The fast part of the engines' loop: sixteen bytes at a time for readers whose bytes below 80 are
+// ASCII.
+//
+// Pure ASCII is copied or widened block by block. In mixed text each round converts the ASCII
+// before the next other byte, and that one character, with no branch on the length of either; all
+// room is checked once per round. What a round cannot do (line ends to rewrite, ill-formed
+// sequences, the last bytes) is left to the loop that converts one character at a time.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "text/ascii_block.h"
+#include "text/engine_forms.h"
+#include "text/engine_loop.h"
+
+namespace qv {
+
+// --- What is known of each reader and writer ---
+
+// `kReads`: bytes below 80 are ASCII characters (for ByteReader and ByteWriter where their table
+// says so). Decode reads one character of at most kMostBytes bytes, which lie before the end; false
+// where it takes the careful reader.
+template <class Reader>
+struct FastReader {
+  static constexpr bool kReads = false;
+};
+
+template <>
+struct FastReader<ByteReader> {
+  static constexpr bool kReads = true;
+  static constexpr uint32_t kMostBytes = 1;
+  static bool IsAscii(const ByteReader& reader) { return reader.table.is_ascii(); }
+  static bool Decode(const ByteReader& reader, const uint8_t* in, ReadCharacter& character) {
+    character = {reader.table.CodeOf(*in), 1};
+    return true;
+  }
+};
+
+template <>
+struct FastReader<Utf8Reader> {
+  static constexpr bool kReads = true;
+  static constexpr uint32_t kMostBytes = 4;
+  static bool IsAscii(const Utf8Reader&) { return true; }
+  static bool Decode(const Utf8Reader&, const uint8_t* in, ReadCharacter& character) {
+    const uint32_t bytes = LoadUnit<4, true>(in);
+    const Lead& lead = kLeads[bytes >> 27];
+    character.code = ((bytes >> 24 & lead.bits) << 18 | (bytes >> 16 & 0x3F) << 12 |
+                      (bytes >> 8 & 0x3F) << 6 | (bytes & 0x3F)) >>
+                     lead.shift;
+    character.size = lead.size;
+    return (bytes & lead.tail_mask) == lead.tail;
+  }
+
+ private:
+  // By the top five bits of the lead byte; a tail that no masked bytes can equal marks those that
+  // begin no sequence of up to four bytes.
+  struct Lead {
+    uint8_t size, bits, shift;
+    uint32_t tail_mask, tail;
+  };
+  static constexpr Lead kAscii{1, 0x7F, 18, 0, 0};
+  static constexpr Lead kNone{1, 0, 0, 0, 1};
+  static constexpr Lead kTwo{2, 0x1F, 12, 0xC00000, 0x800000};
+  static constexpr Lead kThree{3, 0x0F, 6, 0xC0C000, 0x808000};
+  static constexpr Lead kFour{4, 0x07, 0, 0xC0C0C0, 0x808080};
+  static constexpr Lead kLeads[32] = {
+      kAscii, kAscii, kAscii, kAscii, kAscii, kAscii, kAscii, kAscii, kAscii, kAscii, kAscii,
+      kAscii, kAscii, kAscii, kAscii, kAscii, kNone,  kNone,  kNone,  kNone,  kNone,  kNone,
+      kNone,  kNone,  kTwo,   kTwo,   kTwo,   kTwo,   kThree, kThree, kFour,  kNone};
+};
+
+// Bytes of a unit, and how a block of ASCII is stored.
+template <class Writer>
+struct FastWriter;
+
+template <>
+struct FastWriter<ByteWriter> {
+  static constexpr uint32_t kUnit = 1;
+  static bool IsAscii(const ByteWriter& writer) { return writer.table.is_ascii(); }
+  static void Store(const AsciiBlock& block, uint8_t* out) { block.Store(out); }
+};
+
+template <>
+struct FastWriter<Utf8Writer> {
+  static constexpr uint32_t kUnit = 1;
+  static bool IsAscii(const Utf8Writer&) { return true; }
+  static void Store(const AsciiBlock& block, uint8_t* out) { block.Store(out); }
+};
+
+template <class Writer, int unit, bool big_endian>
+struct WideWriter {
+  static constexpr uint32_t kUnit = unit;
+  static bool IsAscii(const Writer&) { return true; }
+  static void Store(const AsciiBlock& block, uint8_t* out) {
+    block.StoreWide<unit, big_endian>(out);
+  }
+};
+template <bool big_endian>
+struct FastWriter<Utf16Writer<big_endian>> : WideWriter<Utf16Writer<big_endian>, 2, big_endian> {};
+template <bool big_endian>
+struct FastWriter<Utf32Writer<big_endian>> : WideWriter<Utf32Writer<big_endian>, 4, big_endian> {};
+
+// --- The rounds ---
+
+constexpr uint32_t kMostCharacterOutput = 4;  // bytes of one character in any form
+
+// Bits of the line ends that have to be rewritten. A CR in the last place is one of them: its LF
+// may follow the block.
+inline uint32_t WrongLineEnds(const AsciiBlock& block, LineEndMode line_ends) {
+  const uint32_t cr = block.EqualMask('\r'), lf = block.EqualMask('\n');
+  const uint32_t pair = cr & lf >> 1;
+  switch (line_ends) {
+    case kCr:
+      return lf | pair | (cr & 1u << (AsciiBlock::kBytes - 1));
+    case kLf:
+      return cr;
+    case kCrLf:
+      return (cr | lf) & ~(pair | pair << 1);
+    default:
+      return 0;
+  }
+}
+
+// Converts as much as whole rounds can; the cursor then stands at a character.
+template <class Reader, class Writer, bool rewrite>
+class BlockLoop {
+ public:
+  BlockLoop(const Reader& reader, const Writer& writer, LineEndMode line_ends, EngineCursor& cursor)
+      : reader_(reader), writer_(writer), line_ends_(line_ends), cursor_(cursor), at_(cursor) {}
+  ~BlockLoop() {
+    cursor_.in = at_.in;
+    cursor_.out = at_.out;
+  }
+  BlockLoop(const BlockLoop&) = delete;
+  BlockLoop& operator=(const BlockLoop&) = delete;
+
+  void Run() {
+    do {
+      ConvertAscii();
+    } while (ConvertMixed());
+  }
+
+ private:
+  using Input = FastReader<Reader>;
+  using Output = FastWriter<Writer>;
+  static constexpr uint32_t kBlockOutput = AsciiBlock::kBytes * Output::kUnit;
+
+  bool HasRoom(uint32_t in, uint32_t out) const {
+    return static_cast<size_t>(at_.in_end - at_.in) >= in &&
+           static_cast<size_t>(at_.out_end - at_.out) >= out;
+  }
+
+  uint32_t SpecialMask(const AsciiBlock& block) const {
+    uint32_t mask = block.HighMask();
+    if constexpr (rewrite) mask |= WrongLineEnds(block, line_ends_);
+    return mask;
+  }
+
+  void ConvertAscii() {
+    while (HasRoom(AsciiBlock::kBytes, kBlockOutput)) {
+      const AsciiBlock block = AsciiBlock::Load(at_.in);
+      if (SpecialMask(block) != 0) return;
+      Output::Store(block, at_.out);
+      at_.in += AsciiBlock::kBytes;
+      at_.out += kBlockOutput;
+    }
+  }
+
+  // False when the careful loop has to go on; true when the text has become plain again.
+  bool ConvertMixed() {
+    constexpr uint32_t kPlainRounds = 7;  // three rounds in sequence met nothing special
+    for (uint32_t history = 0; (history & kPlainRounds) != kPlainRounds;) {
+      if (!HasRoom(AsciiBlock::kBytes + Input::kMostBytes, kBlockOutput + kMostCharacterOutput)) {
+        return false;
+      }
+      const AsciiBlock block = AsciiBlock::Load(at_.in);
+      Output::Store(block, at_.out);
+      const auto plain =
+          static_cast<uint32_t>(std::countr_zero(SpecialMask(block) | 1u << AsciiBlock::kBytes));
+      at_.in += plain;
+      at_.out += plain * Output::kUnit;
+      if (!ConvertOne()) return false;
+      history = history << 1 | plain / AsciiBlock::kBytes;
+    }
+    return true;
+  }
+
+  bool ConvertOne() {
+    if constexpr (rewrite) {
+      if (*at_.in == '\r' || *at_.in == '\n') return false;
+    }
+    if constexpr (std::is_same_v<Reader, ByteReader> && std::is_same_v<Writer, Utf8Writer>) {
+      const ByteToUnicodeTable::Utf8Text& text = reader_.table.Utf8Of(*at_.in);
+      std::memcpy(at_.out, text.bytes, sizeof text.bytes);
+      at_.in += 1;
+      at_.out += text.length;
+    } else {
+      ReadCharacter character;
+      if (!Input::Decode(reader_, at_.in, character)) return false;
+      at_.in += character.size;
+      at_.out += writer_.Write(character.code, at_.out, kMostCharacterOutput);
+    }
+    return true;
+  }
+
+  const Reader& reader_;
+  const Writer& writer_;
+  const LineEndMode line_ends_;
+  EngineCursor& cursor_;
+  EngineCursor at_;  // a copy, which the stores into the output cannot alias
+};
+
+template <class Reader, class Writer>
+void ConvertBlocks(const Reader& reader, const Writer& writer, LineEndMode line_ends,
+                   EngineCursor& cursor) {
+  if (!FastReader<Reader>::IsAscii(reader) || !FastWriter<Writer>::IsAscii(writer)) return;
+  if (line_ends == kKeep) {
+    BlockLoop<Reader, Writer, false>(reader, writer, line_ends, cursor).Run();
+  } else {
+    BlockLoop<Reader, Writer, true>(reader, writer, line_ends, cursor).Run();
+  }
+}
+
+}  // namespace qv
