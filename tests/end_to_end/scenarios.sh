@@ -1,0 +1,373 @@
+#!/bin/sh
+# The programs as a user starts them: every scenario in a folder of its own below WORK, messages in
+# its "mail", what they should hold in "NUMBER.expected".
+#   scenarios.sh BIN WORK
+# With QV_WINE set the programs are Windows ones, started with it.
+# Nothing waits for a time: a client is waited for until it says "ready", a message until it is
+# there.
+set -u
+export LC_ALL=C.UTF-8
+bin=$1 work=$2
+
+if [ -n "${QV_WINE-}" ]; then
+  suffix=.exe drive=Z: wine=$QV_WINE
+  temp=$(echo "$WINEPREFIX"/drive_c/users/*/Temp)
+  client_program="Z:$(echo "$bin/qvclient.exe" | tr / '\\')"
+else
+  suffix='' drive='' wine=''
+  export QVSMAPI_HOME="$work/state"
+  temp=$QVSMAPI_HOME/drive_c/Temp
+  client_program=$bin/qvclient
+fi
+staging=$temp/Quorvantis
+
+# --- what scenarios are written with ---
+
+send() { $wine "$bin/qvsend$suffix" "$@"; }
+client() { $wine "$bin/qvclient$suffix" "$@"; }
+raw_request() { $wine "$bin/raw_request$suffix" "$drive$PWD/$1"; }
+
+# Starts a client that ends after so many requests; "client.out" and "client.err" hold its lines.
+start_client() {
+  count=$1
+  shift
+  # The process itself, not a shell around it: it is signalled later.
+  (exec $wine "$bin/qvclient$suffix" --folder "${drive}mail" --count "$count" "$@") \
+    >client.out 2>client.err &
+  client_pid=$!
+  until grep -q '^ready' client.out; do
+    kill -0 $client_pid 2>/dev/null || { echo "the client did not start"; return 1; }
+    sleep 0.02
+  done
+}
+
+# A limit for what never comes, not a time that anything takes.
+await_that() {
+  tries=0
+  until "$@"; do
+    tries=$((tries + 1))
+    [ $tries -lt 3000 ] || fail "in vain: $*" || return 1
+    sleep 0.02
+  done
+}
+
+# The client's exit code.
+await_client() { wait $client_pid; }
+
+fail() {
+  echo "$*"
+  return 1
+}
+
+# expect FILE TEXT: some line of the file holds the text.
+expect() {
+  grep -qF -- "$2" "$1" && return 0
+  echo "$1 lacks: $2"
+  sed 's/^/  | /' "$1"
+  return 1
+}
+
+staged() { ls "$staging" 2>/dev/null; }
+
+expect_staged() {
+  [ "$(staged | tr '\n' ' ')" = "$1" ] || fail "the staging folder holds: $(staged)"
+}
+
+# Text that the client must find in one line of its standard error, and exit with code 1.
+expect_damage() {
+  await_client && fail "the client saw nothing wrong"
+  expect client.err "$1"
+}
+
+# --- scenarios ---
+
+scenario_mapi_sends_everything() {
+  printf 'line 1\nline 2\n' >notes.txt
+  head -c 20000000 /dev/urandom >big.bin
+  printf '\000\001\377\r\n' >'Grün & Blau.dat'
+  printf 'Hallo Jörg,\r\nGrüße & Küsse: 100%% "heiß".\r\n' >body
+  cat >0001.expected <<'END'
+subject=Grüße & Küsse; "100%" <heiß>
+to=ann@example.com
+to=Bob Ünal <bob@example.com>
+cc=carol
+bcc=dave@example.com
+body=body
+attachment=notes.txt=notes.txt
+attachment=big.bin=big.bin
+attachment=Grün & Blau.dat=Grün & Blau.dat
+END
+  start_client 1 --show-request || return 1
+  send --to ann@example.com --to 'SMTP:Bob Ünal <bob@example.com>' --cc carol \
+    --bcc dave@example.com --subject 'Grüße & Küsse; "100%" <heiß>' --body-file - \
+    --attach notes.txt --attach big.bin --attach 'Grün & Blau.dat' <body >sent || return 1
+  expect sent "sent: 4 recipients, 3 attachments" || return 1
+  await_client || return 1
+  expect client.out "0001.eml: 4 recipients, 3 attachments, 3 copies deleted" || return 1
+  expect client.out "&subject=Grüße%20&%20Küsse%3B%20%22100%25%22%20%3Cheiß%3E&to=" || return 1
+  expect_staged ""
+}
+
+scenario_cmc_sends_the_first_attachment() {
+  printf 'one' >one.txt
+  printf 'two' >two.txt
+  printf 'See below.\r\n' >body
+  cat >0001.expected <<'END'
+subject=[a, b]
+to=ann@example.com
+cc=carol@example.com
+body=body
+attachment=first.txt=one.txt
+END
+  start_client 1 || return 1
+  send --via cmc --to ann@example.com --cc carol@example.com --subject '[a, b]' \
+    --body-file body --attach one.txt=first.txt --attach two.txt >sent 2>warned || return 1
+  expect sent "sent: 2 recipients, 1 attachment" || return 1
+  expect warned "qvsend: warning: by CMC only the first attachment is sent" || return 1
+  await_client && expect_staged ""
+}
+
+scenario_texts_that_look_like_pieces() {
+  printf 'mine' >a.txt
+  printf 'b' >'x&subject=y&to=z.txt'
+  printf 'B&body=b&to=evil@example.com&attach=%s&\r\n' 'C:\Windows\win.ini' >body
+  mkdir -p "$staging"
+  printf 'of another message' >"$staging/innocent.txt"
+  # The subject ends at the first "&to=", as the receiver must read it.
+  cat >0001.expected <<'END'
+subject=S&attach=innocent.txt&deletefile=1&subject=T
+to=ann@example.com
+body=body
+attachment=a.txt=a.txt
+attachment=x&subject=y&to=z.txt=x&subject=y&to=z.txt
+END
+  sed -i 's/^attachment=x.*/attachment=x\&subject=y\&to=z.txt=odd/' 0001.expected
+  cp 'x&subject=y&to=z.txt' odd
+  start_client 1 || return 1
+  send --to ann@example.com --subject 'S&attach=innocent.txt&deletefile=1&subject=T' \
+    --body-file body --attach a.txt --attach 'x&subject=y&to=z.txt' >sent || return 1
+  await_client || return 1
+  expect_staged "innocent.txt " || return 1
+  rm "$staging/innocent.txt"
+}
+
+scenario_names_of_attachments() {
+  mkdir one two
+  printf '1' >one/same.txt
+  printf '2' >two/Same.txt
+  printf '3' >three
+  : >body
+  cat >0001.expected <<'END'
+subject=
+to=ann
+body=body
+attachment=same.txt=one/same.txt
+attachment=Same (2).txt=two/Same.txt
+attachment=Ein sehr langer Name, länger als eine Zeile der Nachricht, mit Umlauten äöüß.txt=three
+attachment=a_b.txt=three
+END
+  start_client 1 || return 1
+  send --to ann --attach one/same.txt --attach two/Same.txt \
+    --attach 'three=Ein sehr langer Name, länger als eine Zeile der Nachricht, mit Umlauten äöüß.txt' \
+    --attach 'three=a?b.txt' >sent || return 1
+  await_client && expect_staged ""
+}
+
+scenario_what_the_code_page_lacks() {
+  printf 'x' >'Łódź.txt'
+  printf '? and a\r\n' >body
+  cat >0001.expected <<'END'
+subject=?ód?
+to=ann
+body=body
+attachment=_ód_.txt=Łódź.txt
+END
+  start_client 1 || return 1
+  send --to ann --subject 'Łódź' --body "$(printf 'Ł and a\n')
+" --attach 'Łódź.txt' >sent 2>warned || return 1
+  expect warned 'qvsend: warning: the system'"'"'s code page 1252 has no "Ł"' || return 1
+  await_client && expect_staged "" || return 1
+  ls "$temp" | grep '^qv' && fail "a copy was left in the temporary folder"
+  return 0
+}
+
+scenario_texts_longer_than_a_request() {
+  printf 'x' >a.txt
+  letters=$(printf '%0300d' 0)
+  printf '%05000d' 0 >body
+  printf '%05100d' 0 >long
+  { echo "subject=$(printf '%0256d' 0)"; echo to=ann; echo body=body; echo attachment=a.txt=a.txt; } \
+    >0001.expected
+  start_client 1 || return 1
+  send --to ann --subject "$letters" --body-file long --attach a.txt >sent 2>warned || return 1
+  expect warned "the subject is too long and will be cut" || return 1
+  expect warned "the body is too long and will be cut" || return 1
+  await_client
+}
+
+# From here on a client takes several raw requests, such as only an enemy sends.
+scenario_requests_of_an_enemy() {
+  mkdir -p "$staging"
+  path="C%3A\\Temp\\Quorvantis"
+  [ -z "$wine" ] || path=$(basename "$(dirname "$temp")") && path="C%3A\\users\\$path\\Temp\\Quorvantis"
+  [ -n "$wine" ] || path="C%3A\\Temp\\Quorvantis"
+  printf 'copy' >"$staging/copy.txt"
+  printf 'precious' >"$temp/precious.txt"
+  good="mailto:?deletefile=1&attach=$path\\copy.txt"
+  start_client 6 || return 1
+  printf '%s&subject=half%%2' "$good" >raw
+  raw_request raw || return 1
+  printf '%s&subject=\377&to=a%%0D%%0ABcc%%3A%%20evil&' "$good" >raw
+  raw_request raw || return 1
+  printf '%s&deletefile=1&attach=%s\\..\\precious.txt&' "$good" "$path" >raw
+  raw_request raw || return 1
+  printf 'mailto:?deletefile=1&attach=%s\\gone.txt&' "$path" >raw
+  raw_request raw || return 1
+  printf 'GET / HTTP/1.1' >raw
+  raw_request raw || return 1
+  head -c 100000 /dev/zero | tr '\000' '&' >raw
+  raw_request raw || return 1
+  expect_damage "a broken escape in the subject" || return 1
+  for text in "cut off at its end" "the subject is not UTF-8" "not a copy in the staging folder" \
+    "no such copy" "does not begin with" "longer than the mail library writes"; do
+    expect client.err "$text" || return 1
+  done
+  [ "$(ls mail | tr '\n' ' ')" = "0001.eml 0002.eml 0003.eml 0004.eml " ] || fail "$(ls mail)" ||
+    return 1
+  expect_staged "copy.txt " || return 1
+  [ "$(cat "$temp/precious.txt")" = precious ] || fail "a file outside was touched" || return 1
+  rm "$staging/copy.txt" "$temp/precious.txt"
+  printf 'copy' >copy
+  printf 'subject=half%%2\nbody=empty\nattachment=copy.txt=copy\n' >0001.expected
+  : >empty
+  printf 'subject=\357\277\275\nto="a  Bcc: evil"\nbody=empty\nattachment=copy.txt=copy\n' \
+    >0002.expected
+}
+
+scenario_the_library_starts_the_client() {
+  printf 'x' >a.txt
+  printf 'b\r\n' >body
+  printf 'subject=launched\nto=ann\nbody=body\nattachment=a.txt=a.txt\n' >0001.expected
+  client --register --folder "${drive}mäil" --count 1 >registered || return 1
+  expect registered "registered: $client_program" || return 1
+  send --to ann --subject launched --body-file body --attach a.txt >sent || return 1
+  client --unregister >unregistered || return 1
+  expect unregistered "no longer registered: $client_program" || return 1
+  await_that [ -f mäil/0001.eml ] && await_that expect_staged "" || return 1
+  mv mäil mail
+}
+
+scenario_a_client_that_acknowledges_late() {
+  printf 'x' >a.txt
+  start_client 1 --acknowledge-after 1500 --quiet || return 1
+  send --to ann --subject late --attach a.txt >sent || return 1
+  await_client || return 1
+  [ "$(cat client.out)" = ready ] || fail "not quiet" || return 1
+  [ -f mail/0001.eml ] && expect_staged ""
+}
+
+scenario_copies_that_are_kept() {
+  printf 'x' >a.txt
+  start_client 1 --keep-copies || return 1
+  send --to ann --attach a.txt >sent && await_client || return 1
+  expect_staged "a.txt " || return 1
+  rm "$staging/a.txt"
+}
+
+scenario_a_folder_that_cannot_be_written() {
+  printf 'x' >a.txt
+  start_client 1 || return 1
+  rmdir mail
+  send --to ann --attach a.txt >sent || return 1
+  expect_damage "the message could not be stored" || return 1
+  expect_staged "a.txt " || return 1
+  rm "$staging/a.txt"
+}
+
+# fails CODE TEXT ARGUMENT...: qvsend ends with the code and one line that holds the text.
+fails() {
+  code=$1 text=$2
+  shift 2
+  send "$@" >sent 2>complaint
+  [ $? = "$code" ] || fail "exit code is not $code: $*" || return 1
+  [ ! -s sent ] && [ "$(wc -l <complaint)" -eq 1 ] || fail "not one line" || return 1
+  expect complaint "qvsend: " && expect complaint "$text"
+}
+
+scenario_failures_say_what_to_do() {
+  printf 'x' >a.txt
+  printf '\377' >latin
+  mkdir folder
+  fails 1 "no client is running and none is registered: start qvclient" --to ann --attach a.txt &&
+    fails 1 "no attachment: the library delivers only messages with at least one" --to ann &&
+    fails 1 "cannot read the attachment gone.txt: there is no such file" --to ann --attach gone.txt &&
+    fails 1 "cannot read the attachment folder: " --to ann --attach folder &&
+    fails 1 "cannot read the body from gone: there is no such file" --body-file gone --attach a.txt &&
+    fails 1 "the body in latin is no UTF-8 text" --body-file latin --attach a.txt &&
+    fails 1 "cannot load the library" --library gone.dll --to ann --attach a.txt &&
+    fails 1 "send to fewer recipients" --to "$(printf '%0256d' 0)" --attach a.txt &&
+    fails 2 "--via" --via pigeon --attach a.txt &&
+    fails 2 "see --help" --nonsense &&
+    fails 2 "--body" --body a --body-file a.txt --attach a.txt || return 1
+  rm -rf "$staging"
+  : >"$staging"
+  fails 1 "cannot copy a.txt into " --to ann --attach a.txt || return 1
+  rm "$staging"
+  client --register --folder "${drive}mail" >registered || return 1
+  # Another program in the client's place: it does not serve.
+  client --count nonsense 2>complaint
+  [ $? = 2 ] || fail "exit code is not 2" || return 1
+  expect complaint "qvclient: " || return 1
+  client --unregister >unregistered && client --unregister >unregistered || return 1
+  expect unregistered "nothing was registered"
+}
+
+scenario_help_and_version() {
+  for program in qvsend qvclient; do
+    $wine "$bin/$program$suffix" --help >help 2>&1 || return 1
+    expect help "Example:" || return 1
+    $wine "$bin/$program$suffix" --version >version 2>&1 || return 1
+    expect version "$program 1." || return 1
+  done
+}
+
+scenario_the_default_client() {
+  client --make-default >made || return 1
+  expect made "Quorvantis is now the default mail client"
+  result=$?
+  [ -z "$wine" ] || $wine reg delete 'HKCU\Software\Clients\Mail' /f >deleted 2>&1
+  return $result
+}
+
+# Ctrl-C, in the form that the platform has for another process.
+scenario_a_client_that_is_stopped() {
+  [ -z "$wine" ] || return 0
+  printf 'x' >a.txt
+  start_client 2 || return 1
+  send --to ann --attach a.txt >sent || return 1
+  kill -INT $client_pid
+  await_client || return 1
+  [ -f mail/0001.eml ] && expect_staged ""
+}
+
+# --- all of them, by their names in this file ---
+
+client --unregister >"$work/first.log" 2>&1
+for name in $(sed -n 's/^scenario_\([a-z_]*\)() {/\1/p' "$0"); do
+  [ -z "${QV_SCENARIO-}" ] || [ "$QV_SCENARIO" = "$name" ] || continue
+  mkdir -p "$work/$name"
+  [ ! -d "$staging" ] || rm -rf "$staging"
+  if (
+    client_pid=
+    # A scenario that fails leaves no client to the next one.
+    trap '[ -z "$client_pid" ] || kill "$client_pid" 2>/dev/null' EXIT
+    cd "$work/$name" && "scenario_$name"
+  ) >"$work/$name.log" 2>&1; then
+    echo "ok   $name"
+    echo "$name" >>"$work/passed"
+  else
+    echo "FAIL $name"
+    sed 's/^/  /' "$work/$name.log"
+    echo "$name" >>"$work/failed"
+  fi
+done
