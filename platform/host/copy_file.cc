@@ -52,27 +52,44 @@ DWORD OpenTarget(CopyJob& job, bool fail_if_exists) {
   return job.target.is_open() ? 0 : ErrorFromNative(errno);
 }
 
-// Copies by one of the kernel's two calls; -1 when that call cannot serve these files.
-ssize_t MovePortion(const CopyJob& job, bool by_range) {
+// Ways to move bytes, the fastest first; none serves every pair of files.
+enum class Way { kRange, kSend, kBuffer };
+
+ssize_t MoveThroughBuffer(const CopyJob& job) {
+  char buffer[65536];
+  ssize_t count = read(job.source.number(), buffer, sizeof buffer);
+  if (count <= 0) return count;
+  DWORD error = WriteAllBytes(job.target.number(), {buffer, static_cast<size_t>(count)});
+  return error == 0 ? count : -1;
+}
+
+ssize_t MovePortion(const CopyJob& job, Way way) {
   ssize_t done;
+  int source = job.source.number(), target = job.target.number();
   do {
-    done = by_range ? copy_file_range(job.source.number(), nullptr, job.target.number(), nullptr,
-                                      kPortion, 0)
-                    : sendfile(job.target.number(), job.source.number(), nullptr, kPortion);
+    done = way == Way::kRange  ? copy_file_range(source, nullptr, target, nullptr, kPortion, 0)
+           : way == Way::kSend ? sendfile(target, source, nullptr, kPortion)
+                               : MoveThroughBuffer(job);
   } while (done < 0 && errno == EINTR);
   return done;
 }
 
+// Whether this end of one way is only that way's, and another may go on from here.
+bool TryAnotherWay(const CopyJob& job, ssize_t done) {
+  // A file whose size is not known (of /proc, say) gives the first way nothing.
+  if (done == 0) return job.source_status.st_size == 0;
+  return errno == EINVAL || errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP ||
+         errno == EBADF || errno == EPERM;
+}
+
 // Copies from where the two files stand to the source's end.
 DWORD CopyContents(const CopyJob& job) {
-  for (bool by_range : {true, false}) {
+  for (Way way : {Way::kRange, Way::kSend, Way::kBuffer}) {
     ssize_t done;
-    while ((done = MovePortion(job, by_range)) > 0) {
+    while ((done = MovePortion(job, way)) > 0) {
     }
-    // A file whose size is not known (of /proc, say) gives the first call nothing.
-    bool next = done == 0 ? by_range && job.source_status.st_size == 0 : by_range;
-    if (done < 0 && (errno == ENOSPC || errno == EDQUOT || errno == EFBIG)) next = false;
-    if (!next) return done == 0 ? 0 : ErrorFromNative(errno);
+    if (way != Way::kBuffer && TryAnotherWay(job, done)) continue;
+    return done == 0 ? 0 : ErrorFromNative(errno);
   }
   return 0;
 }

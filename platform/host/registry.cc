@@ -18,7 +18,7 @@ namespace host {
 namespace {
 
 // Rights that a key handle can lack.
-constexpr REGSAM kMayQuery = 0x1, kMaySet = 0x2, kMayCreate = 0x4;
+constexpr REGSAM kMayQuery = 0x1, kMaySet = 0x2;
 constexpr size_t kLongestKeyName = 255, kLongestValueName = 16383;
 
 struct KeyHandle : Object {
@@ -123,7 +123,6 @@ DWORD CreateKey(const KeyPlace& parent, const KeyPlace& place, bool* created) {
   return ChangeRegistry([&](RegistryTree& tree) -> DWORD {
     if (!ExistsIn(tree, parent.path)) return ERROR_KEY_DELETED;
     *created = !tree.Find(place.path);
-    if (*created && (parent.access & kMayCreate) == 0) return ERROR_ACCESS_DENIED;
     tree.Create(place.path);
     return 0;
   });

@@ -1,5 +1,8 @@
 // The registry: one text file of the state directory, changed under a lock and replaced as a whole,
 // so that several processes may work on it.
+//
+// Values keep exactly the bytes they were given. (The real system adds a text's terminator when it
+// was not counted but stands right behind the bytes; it is not looked for here.)
 #pragma once
 
 #include "platform/host/types.h"
