@@ -54,6 +54,12 @@ std::vector<std::string> FolderEntries(const std::string& path) {
 
 void EmptyFolder(const std::string& path) {
   std::error_code error;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(NativeOf(path), error)) {
+    // Windows removes no file that is read-only.
+    if (!entry.is_regular_file(error)) continue;
+    std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_write,
+                                 std::filesystem::perm_options::add, error);
+  }
   for (const auto& entry : std::filesystem::directory_iterator(NativeOf(path), error)) {
     std::filesystem::remove_all(entry.path(), error);
   }

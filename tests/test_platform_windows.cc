@@ -80,7 +80,8 @@ void StartWithOwnState() {
 void RemoveOwnState() {
   RemoveTestKeys();
   std::error_code error;
-  std::filesystem::remove_all(TempFolder(), error);
+  EmptyFolder(TempFolder());
+  std::filesystem::remove(TempFolder(), error);
   std::filesystem::remove("C:\\Temp\\test_settings.ini", error);
 }
 

@@ -134,7 +134,9 @@ Bytes FindLoadedSection(const std::string& path, uintptr_t load_base, const std:
   for (unsigned i = 0; names && i < header->e_shnum; ++i) {
     auto entry = section_at(i);
     if (!entry || ReadText(bytes, names->sh_offset + entry->sh_name) != section) continue;
-    if (!IsLoaded(bytes, *header, entry->sh_addr, entry->sh_size)) return {};
+    bool loaded = (entry->sh_flags & SHF_ALLOC) != 0 &&
+                  IsLoaded(bytes, *header, entry->sh_addr, entry->sh_size);
+    if (!loaded) return {};
     return {reinterpret_cast<const uint8_t*>(load_base + entry->sh_addr), entry->sh_size};
   }
   return {};

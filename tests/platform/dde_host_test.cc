@@ -64,13 +64,16 @@ std::string Frame(uint32_t kind, const std::string& body) {
 
 class DdeHostTest : public testing::Test {
  protected:
-  void SetUp() override {
-    test::EmptyFolder(test::TempFolder());
-    ASSERT_TRUE(WaitForText(file_, "ready"));
-  }
+  void SetUp() override { ASSERT_TRUE(WaitForText(file_, "ready")); }
   bool Serves() { return DdeClient().ConnectAndExecute(kService, "hello") == 0; }
 
-  const std::string file_ = test::TempFolder() + "\\server.txt";
+  // Emptied before the server, which is the next member, starts to write there.
+  static std::string FreshLog() {
+    test::EmptyFolder(test::TempFolder());
+    return test::TempFolder() + "\\server.txt";
+  }
+
+  const std::string file_ = FreshLog();
   Child server_{{"serve", kService, "accept", file_}};
 };
 
