@@ -34,6 +34,7 @@ head -c 3000 /dev/urandom >chart.bin
 head -c 20971520 /dev/urandom >archive.bin
 ls -l 'Grüße.txt' chart.bin archive.bin | awk '{ print $5, $NF }' | show
 
+: >client.log
 step "The client registers its DDE service and waits for one message"
 $wine "$bin/qvclient$suffix" --folder "${drive}$work/mail" --count 1 --show-request \
   >client.log 2>client.err &
