@@ -47,12 +47,14 @@ QV_HOST_CONTROL void SetAnsiCodePage(UINT code_page);
 // Font character sets that CreateFontA finds; {} restores the default set.
 QV_HOST_CONTROL void SetFontCharsets(const std::vector<BYTE>& char_sets);
 
-// Open handles of all kinds (files, keys, modules' resources, DDE instances and strings, fonts).
+// Open handles of all kinds: files, events, processes, keys, fonts, DDE instances, conversations
+// and strings. Resources of modules need no closing and do not count.
 QV_HOST_CONTROL uint32_t OpenHandles();
 
-// The state directory (made when missing), a native path; SetStateDirectory closes nothing.
+// The state directory (made when missing), a native path.
 QV_HOST_CONTROL std::string StateDirectory();
-// Empties the state directory and gives it what a fresh system holds; clears faults, ticks, boxes.
+// Empties the state directory and gives it what a fresh system holds; clears faults, frozen ticks,
+// recorded boxes and debugger output. Open handles stay.
 QV_HOST_CONTROL void ResetState();
 
 }  // namespace host

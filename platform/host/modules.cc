@@ -39,23 +39,19 @@ LoadedModule Describe(link_map* map) {
   return module;
 }
 
-// The first module for which `wanted` answers true. The loader's list is walked inside its own
-// iteration, which keeps it from changing.
-LoadedModule FindFirst(const std::function<bool(const LoadedModule&)>& wanted) {
+// The first module that `wanted` picks. The loader's list is walked inside its own iteration, which
+// keeps it from changing.
+LoadedModule FindFirst(const std::function<bool(link_map*)>& wanted) {
   struct Search {
-    const std::function<bool(const LoadedModule&)>& wanted;
+    const std::function<bool(link_map*)>& wanted;
     LoadedModule found;
   } search{wanted, {}};
-  link_map* first = MainMap();
-  if (!first) return {};
+  if (!MainMap()) return {};
   auto walk = [](dl_phdr_info*, size_t, void* context) {
     auto& job = *static_cast<Search*>(context);
-    for (link_map* map = MainMap(); map; map = map->l_next) {
-      LoadedModule module = Describe(map);
-      if (!job.wanted(module)) continue;
-      job.found = module;
-      break;
-    }
+    link_map* map = MainMap();
+    while (map && !job.wanted(map)) map = map->l_next;
+    if (map) job.found = Describe(map);
     return 1;  // once is enough
   };
   dl_iterate_phdr(walk, &search);
@@ -90,13 +86,13 @@ DWORD CopyFileName(std::basic_string_view<Char> file, Char* buffer, DWORD size) 
 
 LoadedModule FindModule(HMODULE handle) {
   if (!handle) handle = reinterpret_cast<HMODULE>(MainMap());
-  return FindFirst([handle](const LoadedModule& module) { return module.handle == handle; });
+  return FindFirst([handle](link_map* map) { return reinterpret_cast<HMODULE>(map) == handle; });
 }
 
 LoadedModule FindModuleByName(const std::string& name) {
   bool bare = name.find('/') == std::string::npos;
-  return FindFirst([&](const LoadedModule& module) {
-    std::string file = module.file;
+  return FindFirst([&](link_map* map) {
+    std::string file = Describe(map).file;
     if (bare) file.erase(0, file.rfind('/') + 1);
     return !file.empty() && SameIgnoringCase(file, name);
   });

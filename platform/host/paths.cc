@@ -37,15 +37,17 @@ std::u16string CurrentFolder() {
 
 // Drive and folder that a path starts from, and what of the path is left.
 std::u16string StartOf(std::u16string_view* path) {
-  std::u16string current = CurrentFolder();
+  std::u16string drive;
   if (HasDrive(*path)) {
-    std::u16string drive(path->substr(0, 2));
+    drive = path->substr(0, 2);
     path->remove_prefix(2);
-    bool absolute = !path->empty() && IsSeparator((*path)[0]);
-    bool here = UpperCase(drive) == UpperCase(current.substr(0, 2));
-    return absolute || !here ? drive : current;
   }
-  return !path->empty() && IsSeparator((*path)[0]) ? current.substr(0, 2) : current;
+  bool absolute = !path->empty() && IsSeparator((*path)[0]);
+  if (absolute && !drive.empty()) return drive;
+  std::u16string current = CurrentFolder();
+  if (absolute) return current.substr(0, 2);
+  bool here = drive.empty() || UpperCase(drive) == UpperCase(current.substr(0, 2));
+  return here ? current : drive;
 }
 
 std::vector<std::u16string_view> Parts(std::u16string_view path) {

@@ -131,7 +131,7 @@ TEST(GuardedCallTest, EachThreadHasItsOwnBlocks) {
     thread = std::thread([] {
       for (int i = 0; i < 200; ++i) {
         Job job;
-        EXPECT_FALSE(GuardedCall(WriteNowhere, CatchEveryFault, &job));
+        EXPECT_FALSE(GuardedCall(ReadNowhere, CatchEveryFault, &job));
       }
     });
   }
