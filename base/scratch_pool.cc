@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 #include "base/hooks.h"
 #include "base/lock_object.h"
@@ -158,17 +159,21 @@ ScratchPoolFigures GetScratchPoolFigures() {
   return {pool.capacity, pool.free};
 }
 
-void ResetScratchPoolForTest() {
-  for (KeptGroup& group : Kept().groups) {
-    for (std::atomic<char*>& kept : group.buffers) kept = nullptr;
-  }
+void ReleaseScratchPool() {
   PoolState& pool = State();
   ScopedLock hold(pool.lock);
+  for (KeptGroup& group : Kept().groups) {
+    uint32_t index;
+    while (TakeKept(group, &index) != nullptr) GiveBack(pool, index);
+  }
+  for (Chunk* chunk = pool.chunks; chunk != nullptr; chunk = chunk->next) {
+    for (Entry& entry : chunk->entries) {
+      if (!entry.in_use) GlobalHooks().release(std::exchange(entry.data, nullptr));
+    }
+  }
+  if (pool.free != pool.capacity) return;
   while (pool.chunks != nullptr) {
-    Chunk* chunk = pool.chunks;
-    pool.chunks = chunk->next;
-    for (const Entry& entry : chunk->entries) GlobalHooks().release(entry.data);
-    GlobalHooks().release(chunk);
+    GlobalHooks().release(std::exchange(pool.chunks, pool.chunks->next));
   }
   pool.capacity = pool.free = pool.first_candidate = 0;
 }

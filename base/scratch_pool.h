@@ -4,7 +4,7 @@
 //   if (!block.data()) return 0;         // none to be had
 //   FormatTextN(block.data(), 7999, ...)
 //
-// Buffers are reused, not cleared, and never freed while the process lives. The pool starts with
+// Buffers are reused, not cleared, and kept until ReleaseScratchPool. The pool starts with
 // room for 256 buffers and grows by 256. Threads: any.
 #pragma once
 
@@ -44,7 +44,9 @@ struct ScratchPoolFigures {
 };
 ScratchPoolFigures GetScratchPoolFigures();
 
-// Frees every buffer, those kept at hand included; nothing may be in use.
-void ResetScratchPoolForTest();
+// Frees every buffer that is not in use, those kept at hand included, and the table when none is:
+// for a library that is being unloaded while its process goes on, and for tests. The pool can be
+// used again afterwards.
+void ReleaseScratchPool();
 
 }  // namespace qv

@@ -31,10 +31,10 @@ void* AllocateOrFail(size_t size) {
 
 class ScratchPoolTest : public testing::Test {
  protected:
-  ScratchPoolTest() { ResetScratchPoolForTest(); }
+  ScratchPoolTest() { ReleaseScratchPool(); }
   ~ScratchPoolTest() override {
     ResetHooksForTest();
-    ResetScratchPoolForTest();
+    ReleaseScratchPool();
   }
 };
 
@@ -97,7 +97,7 @@ TEST_F(ScratchPoolTest, AnswersNothingWhenMemoryIsShort) {
   for (uint32_t taken : {0u, 256u}) {
     for (int failing : {1, 2}) {
       SCOPED_TRACE(testing::Message() << taken << " taken, allocation " << failing << " fails");
-      ResetScratchPoolForTest();
+      ReleaseScratchPool();
       Fault() = {};
       uint32_t index = 5;
       for (uint32_t i = 0; i < taken; ++i) ASSERT_NE(ZRBufferGet(&index), nullptr);
@@ -110,7 +110,7 @@ TEST_F(ScratchPoolTest, AnswersNothingWhenMemoryIsShort) {
       ExpectFigures(taken + 256, 255);
     }
   }
-  ResetScratchPoolForTest();
+  ReleaseScratchPool();
   Fault() = {0, 1};
   ScratchBlock block;
   EXPECT_EQ(block.data(), nullptr);
