@@ -178,6 +178,12 @@ void ReleaseScratchPool() {
   pool.capacity = pool.free = pool.first_candidate = 0;
 }
 
+void ResetScratchPoolForTest() {
+  PoolState& pool = State();
+  for (uint32_t index = 0; index < pool.capacity; ++index) ZRBufferPut(&index);
+  ReleaseScratchPool();
+}
+
 }  // namespace qv
 
 char* ZRBufferGet(uint32_t* index) {

@@ -45,8 +45,10 @@ struct ScratchPoolFigures {
 ScratchPoolFigures GetScratchPoolFigures();
 
 // Frees every buffer that is not in use, those kept at hand included, and the table when none is:
-// for a library that is being unloaded while its process goes on, and for tests. The pool can be
-// used again afterwards.
+// for a library that is being unloaded while its process goes on. The pool can be used again
+// afterwards.
 void ReleaseScratchPool();
+// The same for buffers that are in use too.
+void ResetScratchPoolForTest();
 
 }  // namespace qv

@@ -22,7 +22,7 @@ TEST(DebugOutputHostTest, FormatsOneTextPerCall) {
 
 TEST(DebugOutputHostTest, WithoutMemoryNothingIsWritten) {
   host::TakeDebugOutput();
-  qv::ReleaseScratchPool();
+  qv::ResetScratchPoolForTest();
   qv::GlobalHooks().allocate = [](size_t) -> void* { return nullptr; };
   DebugPrintf("lost");
   qv::ResetHooksForTest();

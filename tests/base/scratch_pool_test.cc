@@ -31,10 +31,10 @@ void* AllocateOrFail(size_t size) {
 
 class ScratchPoolTest : public testing::Test {
  protected:
-  ScratchPoolTest() { ReleaseScratchPool(); }
+  ScratchPoolTest() { ResetScratchPoolForTest(); }
   ~ScratchPoolTest() override {
     ResetHooksForTest();
-    ReleaseScratchPool();
+    ResetScratchPoolForTest();
   }
 };
 
@@ -61,6 +61,20 @@ TEST_F(ScratchPoolTest, ReusesTheFirstFreeBuffer) {
   EXPECT_EQ(again, 0u);
   EXPECT_EQ(ZRBufferGet(&again), buffer[2]) << "1 is in use";
   EXPECT_EQ(again, 2u);
+}
+
+TEST_F(ScratchPoolTest, ReleaseSparesOnlyWhatIsInUse) {
+  uint32_t index;
+  char* buffer = ZRBufferGet(&index);
+  std::memset(buffer, 0x55, kScratchBufferSize);
+  { ScratchBlock kept_at_hand; }
+  ReleaseScratchPool();
+  ExpectFigures(256, 255);
+  EXPECT_EQ(buffer[kScratchBufferSize - 1], 0x55);
+  ZRBufferPut(&index);
+  ReleaseScratchPool();
+  ExpectFigures(0, 0);
+  EXPECT_NE(ScratchBlock().data(), nullptr) << "the pool can be used again";
 }
 
 TEST_F(ScratchPoolTest, GrowsBy256WhenAllAreTaken) {
@@ -97,7 +111,7 @@ TEST_F(ScratchPoolTest, AnswersNothingWhenMemoryIsShort) {
   for (uint32_t taken : {0u, 256u}) {
     for (int failing : {1, 2}) {
       SCOPED_TRACE(testing::Message() << taken << " taken, allocation " << failing << " fails");
-      ReleaseScratchPool();
+      ResetScratchPoolForTest();
       Fault() = {};
       uint32_t index = 5;
       for (uint32_t i = 0; i < taken; ++i) ASSERT_NE(ZRBufferGet(&index), nullptr);
@@ -110,7 +124,7 @@ TEST_F(ScratchPoolTest, AnswersNothingWhenMemoryIsShort) {
       ExpectFigures(taken + 256, 255);
     }
   }
-  ReleaseScratchPool();
+  ResetScratchPoolForTest();
   Fault() = {0, 1};
   ScratchBlock block;
   EXPECT_EQ(block.data(), nullptr);

@@ -250,7 +250,7 @@ TEST(FormatterTest, LimitsOfTheDestination) {
 }
 
 TEST(FormatterTest, WithoutMemoryTheTextIsEmpty) {
-  qv::ReleaseScratchPool();
+  qv::ResetScratchPoolForTest();
   qv::GlobalHooks().allocate = [](size_t) -> void* { return nullptr; };
   char text[kFormatLimit + 1] = "before";
   EXPECT_EQ(FormatText(text, "%d", 1), 0u);
