@@ -7,9 +7,11 @@
 // sequences, the last bytes) is left to the loop that converts one character at a time.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "text/ascii_block.h"
 #include "text/engine_forms.h"
@@ -140,12 +142,17 @@ class BlockLoop {
     do {
       ConvertAscii();
     } while (ConvertMixed());
+    ConvertTail();
   }
 
  private:
   using Input = FastReader<Reader>;
   using Output = FastWriter<Writer>;
   static constexpr uint32_t kBlockOutput = AsciiBlock::kBytes * Output::kUnit;
+  // What a round may read and write.
+  static constexpr uint32_t kRoundInput = AsciiBlock::kBytes + Input::kMostBytes;
+  static constexpr uint32_t kRoundOutput = kBlockOutput + kMostCharacterOutput;
+  static constexpr uint32_t kTailOutput = kRoundInput * kMostCharacterOutput + kRoundOutput;
 
   bool HasRoom(uint32_t in, uint32_t out) const {
     return static_cast<size_t>(at_.in_end - at_.in) >= in &&
@@ -172,19 +179,42 @@ class BlockLoop {
   bool ConvertMixed() {
     constexpr uint32_t kPlainRounds = 7;  // three rounds in sequence met nothing special
     for (uint32_t history = 0; (history & kPlainRounds) != kPlainRounds;) {
-      if (!HasRoom(AsciiBlock::kBytes + Input::kMostBytes, kBlockOutput + kMostCharacterOutput)) {
-        return false;
-      }
-      const AsciiBlock block = AsciiBlock::Load(at_.in);
-      Output::Store(block, at_.out);
-      const auto plain =
-          static_cast<uint32_t>(std::countr_zero(SpecialMask(block) | 1u << AsciiBlock::kBytes));
-      at_.in += plain;
-      at_.out += plain * Output::kUnit;
+      if (!HasRoom(kRoundInput, kRoundOutput)) return false;
+      const uint32_t plain = StorePlainBytes(AsciiBlock::kBytes);
       if (!ConvertOne()) return false;
       history = history << 1 | plain / AsciiBlock::kBytes;
     }
     return true;
+  }
+
+  // The last bytes, too few for a round, with padding behind them that no sequence can contain. A
+  // CR at the very end is left where it is: whether its LF follows is not for rounds to say.
+  void ConvertTail() {
+    size_t rest = static_cast<size_t>(at_.in_end - at_.in);
+    if (rewrite && rest > 0 && at_.in_end[-1] == '\r') --rest;
+    if (rest >= kRoundInput || rest == 0 || !HasRoom(0, kTailOutput)) return;
+    uint8_t padded[kRoundInput + kRoundInput] = {};
+    std::memcpy(padded, at_.in, rest);
+    const uint8_t* const start = at_.in;
+    const uint8_t* const end = padded + rest;
+    at_.in = padded;
+    do {
+      StorePlainBytes(static_cast<uint32_t>(end - at_.in));
+    } while (at_.in != end && ConvertOne() && at_.in != end);
+    at_.in = start + (at_.in - padded);
+  }
+
+  // Converts the plain bytes that stand first, at most `most` of them and at most a block; stores a
+  // whole block.
+  uint32_t StorePlainBytes(uint32_t most) {
+    const AsciiBlock block = AsciiBlock::Load(at_.in);
+    Output::Store(block, at_.out);
+    const auto found =
+        static_cast<uint32_t>(std::countr_zero(SpecialMask(block) | 1u << AsciiBlock::kBytes));
+    const uint32_t plain = std::min(found, most);
+    at_.in += plain;
+    at_.out += plain * Output::kUnit;
+    return plain;
   }
 
   bool ConvertOne() {

@@ -131,14 +131,16 @@ bool IsByteKind(const UnicodeTable* table) {
 }  // namespace
 
 EngineSource FindEngineSource(CodePage cp) {
-  if (IsUnicodeCodePage(cp)) return {UnicodeForm(cp), nullptr};
+  const TextForm form = UnicodeForm(cp);
+  if (form != TextForm::kNone) return {form, nullptr};
   const UnicodeTable* table = FindUnicodeTable(cp, false);
   if (!IsByteKind(table)) return {};
   return {TextForm::kBytes, static_cast<const ByteToUnicodeTable*>(table)};
 }
 
 EngineTarget FindEngineTarget(CodePage cp) {
-  if (IsUnicodeCodePage(cp)) return {UnicodeForm(cp), nullptr};
+  const TextForm form = UnicodeForm(cp);
+  if (form != TextForm::kNone) return {form, nullptr};
   const UnicodeTable* table = FindUnicodeTable(cp, true);
   if (!IsByteKind(table)) return {};
   return {TextForm::kBytes, static_cast<const UnicodeToByteTable*>(table)};

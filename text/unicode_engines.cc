@@ -20,9 +20,6 @@ struct Conversion {
 
 ConversionResult RunConversion(const Conversion& conversion, const char* input,
                                uint32_t input_bytes, char* output, uint32_t output_bytes) {
-  if (conversion.source.form == TextForm::kNone || conversion.target.form == TextForm::kNone) {
-    return {};
-  }
   if (output_bytes < conversion.terminator) return {true, 0, 0};
   const auto* in = reinterpret_cast<const uint8_t*>(input);
   auto* out = reinterpret_cast<uint8_t*>(output);
@@ -35,13 +32,19 @@ ConversionResult RunConversion(const Conversion& conversion, const char* input,
   return {true, static_cast<uint32_t>(at.in - in), static_cast<uint32_t>(at.out - out)};
 }
 
-ConversionResult Convert(const char* input, uint32_t input_bytes, CodePage from, char* output,
-                         uint32_t output_bytes, CodePage to, const ConversionOptions& options) {
+ConversionResult Convert(bool needs_unicode, const char* input, uint32_t input_bytes, CodePage from,
+                         char* output, uint32_t output_bytes, CodePage to,
+                         const ConversionOptions& options) {
+  const EngineSource source = FindEngineSource(from);
+  const EngineTarget target = FindEngineTarget(to);
+  if (source.form == TextForm::kNone || target.form == TextForm::kNone) return {};
+  if (needs_unicode && source.form == TextForm::kBytes && target.form == TextForm::kBytes) {
+    return {};
+  }
   const bool measured = input_bytes == kMeasure;
   if (measured) input_bytes = TextSize(input, from);
-  const Conversion conversion{FindEngineSource(from), FindEngineTarget(to),
-                              ResolveLineEnds(options.line_end_mode, from, to), options.flags,
-                              measured ? static_cast<uint32_t>(CPTermSize(to)) : 0};
+  const Conversion conversion{source, target, ResolveLineEnds(options.line_end_mode, from, to),
+                              options.flags, measured ? static_cast<uint32_t>(CPTermSize(to)) : 0};
   return RunConversion(conversion, input, input_bytes, output, output_bytes);
 }
 
@@ -56,15 +59,14 @@ ConversionResult ConvertThroughUnicode(const char* input, uint32_t input_bytes, 
     *to = ChooseTargetCodePage(input, input_bytes == kMeasure ? TextSize(input, from) : input_bytes,
                                from);
   }
-  if (!IsUnicodeCodePage(from) && !IsUnicodeCodePage(*to)) return {};
-  return Convert(input, input_bytes, from, output, output_bytes, *to, options);
+  return Convert(true, input, input_bytes, from, output, output_bytes, *to, options);
 }
 
 ConversionResult ConvertBetweenCodePages(const char* input, uint32_t input_bytes, CodePage from,
                                          char* output, uint32_t output_bytes, CodePage to,
                                          const ConversionOptions& options) {
   if (input == nullptr || output == nullptr) return {};
-  return Convert(input, input_bytes, from, output, output_bytes, to, options);
+  return Convert(false, input, input_bytes, from, output, output_bytes, to, options);
 }
 
 }  // namespace qv

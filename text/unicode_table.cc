@@ -19,12 +19,15 @@ using TablePointer = std::unique_ptr<UnicodeTable>;
 
 // A hash index over the sorted tables: look-ups are part of every conversion.
 struct TableIndex {
-  static constexpr uint32_t kSlots = 1024;
-  std::array<uint16_t, kSlots> place{};  // index of a table + 1; 0 is a free slot
+  static constexpr uint32_t kSlots = 512;
+  struct Slot {
+    uint32_t key = 0;
+    const UnicodeTable* table = nullptr;  // null ends a search
+  };
+  std::array<Slot, kSlots> slots{};
 
-  static uint32_t FirstSlot(CodePage cp, bool from_unicode) {
-    return (uint32_t{cp} * 2 + from_unicode) * 2654435761u >> 22;
-  }
+  static uint32_t Key(CodePage cp, bool from_unicode) { return uint32_t{cp} * 2 + from_unicode; }
+  static uint32_t FirstSlot(uint32_t key) { return key * 2654435761u >> 23; }
 };
 
 struct UnicodeTableState {
@@ -81,9 +84,10 @@ void FillIndex(UnicodeTableState& state) {
   const size_t count = std::min<size_t>(state.tables.size(), TableIndex::kSlots / 2);
   for (size_t i = 0; i < count; ++i) {
     const UnicodeTable& table = *state.tables[i];
-    uint32_t slot = TableIndex::FirstSlot(table.code_page(), table.from_unicode());
-    while (state.index.place[slot] != 0) slot = (slot + 1) % TableIndex::kSlots;
-    state.index.place[slot] = static_cast<uint16_t>(i + 1);
+    const uint32_t key = TableIndex::Key(table.code_page(), table.from_unicode());
+    uint32_t slot = TableIndex::FirstSlot(key);
+    while (state.index.slots[slot].table != nullptr) slot = (slot + 1) % TableIndex::kSlots;
+    state.index.slots[slot] = {key, &table};
   }
 }
 
@@ -131,12 +135,11 @@ std::span<const std::unique_ptr<UnicodeTable>> AllUnicodeTables() { return State
 }  // namespace qv
 
 const qv::UnicodeTable* FindUnicodeTable(CodePage cp, bool from_unicode) {
-  cp = qv::TablePage(cp);
-  const qv::UnicodeTableState& state = qv::State();
-  uint32_t slot = qv::TableIndex::FirstSlot(cp, from_unicode);
-  for (; state.index.place[slot] != 0; slot = (slot + 1) % qv::TableIndex::kSlots) {
-    const qv::UnicodeTable& table = *state.tables[state.index.place[slot] - 1u];
-    if (table.code_page() == cp && table.from_unicode() == from_unicode) return &table;
+  const auto& slots = qv::State().index.slots;
+  const uint32_t key = qv::TableIndex::Key(qv::TablePage(cp), from_unicode);
+  uint32_t slot = qv::TableIndex::FirstSlot(key);
+  while (slots[slot].table != nullptr && slots[slot].key != key) {
+    slot = (slot + 1) % qv::TableIndex::kSlots;
   }
-  return nullptr;
+  return slots[slot].table;
 }
