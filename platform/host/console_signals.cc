@@ -1,7 +1,9 @@
 // The console's events, out of the machine's signals: an interrupt is Ctrl-C, a request to end is
 // Ctrl-Break. Handlers run on a thread of their own, as on Windows.
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,7 +22,8 @@ struct ConsoleState {
   std::mutex mutex;
   std::vector<PHANDLER_ROUTINE> handlers;  // the newest is last, and asked first
   bool started = false;
-  int pipe[2] = {-1, -1};  // signal handlers write a byte, the thread reads it
+  int pending = -1;        // signals that every thread blocks
+  int pipe[2] = {-1, -1};  // those that met a thread which does not: its handler writes a byte
 };
 
 ConsoleState& State() {
@@ -49,36 +52,61 @@ bool AskHandlers(DWORD event) {
                      [event](PHANDLER_ROUTINE handler) { return handler(event) != 0; });
 }
 
+sigset_t ConsoleSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (int number : {SIGINT, SIGTERM}) sigaddset(&set, number);
+  return set;
+}
+
 // What happens without us.
 void EndProcess(int number) {
   signal(number, SIG_DFL);
+  sigset_t ours = ConsoleSignals();
+  pthread_sigmask(SIG_UNBLOCK, &ours, nullptr);
   kill(getpid(), number);
 }
 
+void Serve(int number) {
+  if (!AskHandlers(number == SIGINT ? CTRL_C_EVENT : CTRL_BREAK_EVENT)) EndProcess(number);
+}
+
 void ServeSignals() {
-  char number;
+  ConsoleState& state = State();
   for (;;) {
-    ssize_t count = read(State().pipe[0], &number, 1);
-    if (count < 0 && errno == EINTR) continue;
-    if (count != 1) return;
-    if (!AskHandlers(number == SIGINT ? CTRL_C_EVENT : CTRL_BREAK_EVENT)) EndProcess(number);
+    pollfd entries[] = {{state.pending, POLLIN, 0}, {state.pipe[0], POLLIN, 0}};
+    if (poll(entries, 2, -1) < 0 && errno != EINTR) return;
+    signalfd_siginfo info;
+    char number;
+    if (entries[0].revents != 0 && read(state.pending, &info, sizeof info) == sizeof info) {
+      Serve(static_cast<int>(info.ssi_signo));
+    }
+    if (entries[1].revents != 0 && read(state.pipe[0], &number, 1) == 1) Serve(number);
   }
 }
 
 // Called with the mutex held.
 bool StartServing(ConsoleState& state) {
   if (state.started) return true;
-  if (pipe2(state.pipe, O_CLOEXEC) != 0) return false;
+  sigset_t ours = ConsoleSignals();
+  if (state.pending < 0) state.pending = signalfd(-1, &ours, SFD_CLOEXEC);
+  if (state.pending < 0) return false;
+  if (state.pipe[0] < 0 && pipe2(state.pipe, O_CLOEXEC) != 0) return false;
   signal_pipe = state.pipe[1];
   state.started = StartServiceThread(ServeSignals);
   return state.started;
 }
 
+// The thread that sets handlers leaves the signals to the serving thread: its own waits are then
+// never cut short, and an instrumented program, which puts a handler off until a wait ends, sees
+// them.
 void CatchSignals(bool caught) {
   struct sigaction action {};
   action.sa_handler = caught ? HandleSignal : SIG_DFL;
   action.sa_flags = SA_RESTART;
   for (int number : {SIGINT, SIGTERM}) sigaction(number, &action, nullptr);
+  sigset_t ours = ConsoleSignals();
+  pthread_sigmask(caught ? SIG_BLOCK : SIG_UNBLOCK, &ours, nullptr);
 }
 
 }  // namespace
