@@ -75,6 +75,31 @@ class Arguments {
   va_list list_;
 };
 
+// Copies a first and a last word, which may overlap: sizeof(Word) bytes to twice as many.
+template <typename Word>
+void CopyEnds(char* to, const char* from, size_t bytes) {
+  Word first, last;
+  std::memcpy(&first, from, sizeof first);
+  std::memcpy(&last, from + bytes - sizeof last, sizeof last);
+  std::memcpy(to, &first, sizeof first);
+  std::memcpy(to + bytes - sizeof last, &last, sizeof last);
+}
+
+// Pieces are mostly short: a call of the runtime's routine would cost more than their bytes do.
+void CopyBytes(char* to, const char* from, size_t bytes) {
+  if (bytes > 16) {
+    std::memcpy(to, from, bytes);
+  } else if (bytes >= 8) {
+    CopyEnds<uint64_t>(to, from, bytes);
+  } else if (bytes >= 4) {
+    CopyEnds<uint32_t>(to, from, bytes);
+  } else if (bytes >= 2) {
+    CopyEnds<uint16_t>(to, from, bytes);
+  } else if (bytes == 1) {
+    *to = *from;
+  }
+}
+
 // The text built so far; whatever does not fit is dropped.
 class Output {
  public:
@@ -84,12 +109,12 @@ class Output {
 
   void Put(std::string_view text) {
     const size_t bytes = std::min(text.size(), Room());
-    if (bytes == 0) return;  // also a text without an address
-    std::memcpy(buffer_ + length_, text.data(), bytes);
+    CopyBytes(buffer_ + length_, text.data(), bytes);
     length_ += bytes;
   }
 
   void Fill(char c, size_t count) {
+    if (count == 0) return;
     count = std::min(count, Room());
     std::memset(buffer_ + length_, c, count);
     length_ += count;
@@ -103,21 +128,6 @@ class Output {
 };
 
 // --- Reading a specification ---
-
-bool TakeFlag(char c, Specification* spec) {
-  switch (c) {
-    case '-':
-      return spec->left = true;
-    case '+':
-      return spec->plus = true;
-    case ' ':
-      return spec->space = true;
-    case '#':
-      return spec->alternate = true;
-    default:
-      return false;
-  }
-}
 
 bool StartsWith(const char* text, std::string_view prefix) {
   return std::strncmp(text, prefix.data(), prefix.size()) == 0;
@@ -141,7 +151,7 @@ size_t ReadSizeNumber(const char* p, ArgumentSize* size) {
   return 0;
 }
 
-// Size letters at p: h hh w I8 I16 | l I32 | ll I64 | I z t. Returns how many there are.
+// Size letters at p, where there is one: h hh w I8 I16 | l I32 | ll I64 | I z t. Returns how many.
 size_t ReadSize(const char* p, ArgumentSize* size) {
   switch (*p) {
     case 'h':
@@ -153,19 +163,18 @@ size_t ReadSize(const char* p, ArgumentSize* size) {
     case 'l':
       *size = p[1] == 'l' ? ArgumentSize::k64 : ArgumentSize::k32;
       return p[1] == 'l' ? 2 : 1;
-    case 'z':
-    case 't':
-      *size = ArgumentSize::kPointer;
-      return 1;
     case 'I':
       return 1 + ReadSizeNumber(p + 1, size);
-    default:
-      return 0;
+    default:  // z t
+      *size = ArgumentSize::kPointer;
+      return 1;
   }
 }
 
 void AddDigit(char digit, size_t* number) {
-  *number = std::min(kMostWidth, *number * 10 + static_cast<size_t>(digit - '0'));
+  // Decided before the product, which need not fit 32 bits.
+  *number =
+      *number < kMostWidth / 10 ? *number * 10 + static_cast<size_t>(digit - '0') : kMostWidth;
 }
 
 void TakeNumberArgument(int32_t value, Specification* spec) {
@@ -180,28 +189,57 @@ void TakeNumberArgument(int32_t value, Specification* spec) {
   }
 }
 
+void TakeDigit(char digit, Specification* spec) {
+  if (digit == '0' && spec->width == 0 && !spec->has_precision) {
+    spec->zero = true;
+  } else {
+    AddDigit(digit, spec->has_precision ? &spec->precision : &spec->width);
+  }
+}
+
 // Reads the specification behind a "%" at p: flags, width, precision and size letters in any order,
 // since size letters may stand before the width. Returns the place behind the conversion character.
 const char* ReadSpecification(const char* p, Arguments* arguments, Specification* spec) {
-  for (size_t taken = 1; *p != 0; p += taken, taken = 1) {
-    const char c = *p;
-    if (c == '0' && spec->width == 0 && !spec->has_precision) {
-      spec->zero = true;
-    } else if (c >= '0' && c <= '9') {
-      AddDigit(c, spec->has_precision ? &spec->precision : &spec->width);
-    } else if (c == '.') {
-      spec->has_precision = true;
-      spec->precision = 0;
-    } else if (c == '*') {
-      TakeNumberArgument(arguments->Int(), spec);
-    } else if (const size_t letters = ReadSize(p, &spec->size); letters > 0) {
-      taken = letters;
-    } else if (!TakeFlag(c, spec)) {
-      spec->conversion = c;
-      return p + 1;
+  for (;; ++p) {
+    switch (*p) {
+      case '\0':
+        return p;
+      case '-':
+        spec->left = true;
+        break;
+      case '+':
+        spec->plus = true;
+        break;
+      case ' ':
+        spec->space = true;
+        break;
+      case '#':
+        spec->alternate = true;
+        break;
+      case '.':
+        spec->has_precision = true;
+        spec->precision = 0;
+        break;
+      case '*':
+        TakeNumberArgument(arguments->Int(), spec);
+        break;
+      case 'h':
+      case 'l':
+      case 'w':
+      case 'z':
+      case 't':
+      case 'I':
+        p += ReadSize(p, &spec->size) - 1;
+        break;
+      default:
+        if (*p < '0' || *p > '9') {
+          spec->conversion = *p;
+          return p + 1;
+        }
+        TakeDigit(*p, spec);
+        break;
     }
   }
-  return p;
 }
 
 // --- Writing one conversion ---
@@ -260,6 +298,11 @@ void PutInteger(std::string_view sign, std::string_view digits, const Specificat
                 Output* out) {
   const size_t least = spec.has_precision ? spec.precision : 1;
   const size_t zeros = least > digits.size() ? least - digits.size() : 0;
+  if (zeros == 0 && spec.width <= sign.size() + digits.size()) {  // the usual case, made short
+    out->Put(sign);
+    out->Put(digits);
+    return;
+  }
   PutNumber({sign, {}, zeros, digits}, spec, spec.zero && !spec.has_precision, out);
 }
 

@@ -223,6 +223,8 @@ TEST(FormatterTest, TheWholeIsCutAt7999Bytes) {
       {"later text is dropped", Formatted("%s%d%s", almost.c_str(), 12, "z"), almost + "1"},
       {"a width of millions", Formatted("a%10000000d", 1), "a" + std::string(7998, ' ')},
       {"on the left", Formatted("%-99999999999999999999s|", "a"), "a" + std::string(7998, ' ')},
+      {"a width beyond 32 bits", Formatted("%4294967301d", 1), std::string(7999, ' ')},
+      {"a precision beyond 32 bits", Formatted("%.4294967298s", "abc"), "abc"},
       {"a precision of millions", Formatted("%.10000000d", 1), std::string(7999, '0')},
   });
 }
