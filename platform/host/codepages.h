@@ -5,7 +5,6 @@
 
 #define CP_ACP 0
 #define CP_UTF8 65001
-#define CP_INSTALLED 1
 #define CP_SUPPORTED 2
 #define MB_ERR_INVALID_CHARS 8
 #define WC_ERR_INVALID_CHARS 0x80

@@ -47,7 +47,7 @@ QV_HOST_CONTROL void SetAnsiCodePage(UINT code_page);
 // Font character sets that CreateFontA finds; {} restores the default set.
 QV_HOST_CONTROL void SetFontCharsets(const std::vector<BYTE>& char_sets);
 
-// Open handles of all kinds: files, events, processes, keys, fonts, DDE instances, conversations
+// Open handles of all kinds: files, processes, keys, fonts, DDE instances, conversations
 // and strings. Resources of modules need no closing and do not count.
 QV_HOST_CONTROL uint32_t OpenHandles();
 

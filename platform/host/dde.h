@@ -35,7 +35,6 @@ struct CONVCONTEXT;
 #define DMLERR_MEMORY_ERROR 0x4008
 #define DMLERR_NOTPROCESSED 0x4009
 #define DMLERR_NO_CONV_ESTABLISHED 0x400A
-#define DMLERR_SERVER_DIED 0x400E
 #define DMLERR_SYS_ERROR 0x400F
 
 QV_HOST_API UINT DdeInitializeA(LPDWORD instance, PFNCALLBACK callback, DWORD flags, DWORD unused);
@@ -44,7 +43,6 @@ QV_HOST_API HSZ DdeCreateStringHandleA(DWORD instance, LPCSTR text, int code_pag
 QV_HOST_API BOOL DdeFreeStringHandle(DWORD instance, HSZ string);
 QV_HOST_API int DdeCmpStringHandles(HSZ a, HSZ b);
 QV_HOST_API HCONV DdeConnect(DWORD instance, HSZ service, HSZ topic, CONVCONTEXT* context);
-QV_HOST_API BOOL DdeDisconnect(HCONV conversation);
 QV_HOST_API HDDEDATA DdeClientTransaction(LPBYTE data, DWORD size, HCONV conversation, HSZ item,
                                           UINT format, UINT type, DWORD timeout, LPDWORD result);
 QV_HOST_API UINT DdeGetLastError(DWORD instance);

@@ -91,11 +91,6 @@ HCONV DdeConnect(DWORD number, HSZ service, HSZ topic, CONVCONTEXT*) {
   return host::AddConversation(instance, conversation);
 }
 
-BOOL DdeDisconnect(HCONV conversation) {
-  if (Enter(__func__)) return FALSE;
-  return host::RemoveConversation(conversation);
-}
-
 // Executes only, each waiting for its end; that is all that is asked of it here.
 HDDEDATA DdeClientTransaction(LPBYTE data, DWORD size, HCONV handle, HSZ, UINT, UINT type,
                               DWORD timeout, LPDWORD result) {

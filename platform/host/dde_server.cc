@@ -259,7 +259,7 @@ void DdeServer::Execute(const std::shared_ptr<DdePeer>& peer, uint32_t number,
 
 void DdeServer::Disconnect(const std::shared_ptr<DdePeer>& peer) {
   auto instance = instance_.lock();
-  // The program's own DdeDisconnect tells it nothing that it does not know.
+  // A peer that was refused never had a conversation.
   if (!instance || !FindHandle<ServerConversation>(peer->conversation_)) return;
   instance->callback(XTYP_DISCONNECT, 0, peer->conversation_, nullptr, nullptr, nullptr, 0, 0);
   RemoveConversation(peer->conversation_);

@@ -1,4 +1,4 @@
-// The one table of open handles: files, events, processes, registry keys, fonts, DDE objects.
+// The one table of open handles: files, processes, registry keys, fonts, DDE objects.
 //
 // A handle is a number that is never given twice, so a closed one is found to be closed. Objects
 // are shared: one that is closed while another thread uses it lives until that use ends.

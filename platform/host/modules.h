@@ -11,8 +11,6 @@
 #define MAKEINTRESOURCEA(number) \
   (reinterpret_cast<LPSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(number))))
 #define RT_STRING MAKEINTRESOURCEA(6)
-#define RT_RCDATA MAKEINTRESOURCEA(10)
-#define RT_VERSION MAKEINTRESOURCEA(16)
 
 #define DLL_PROCESS_DETACH 0
 #define DLL_PROCESS_ATTACH 1
@@ -34,7 +32,6 @@ QV_HOST_API HRSRC FindResourceA(HMODULE module, LPCSTR name, LPCSTR type);
 QV_HOST_API HGLOBAL LoadResource(HMODULE module, HRSRC resource);
 QV_HOST_API LPVOID LockResource(HGLOBAL data);
 QV_HOST_API DWORD SizeofResource(HMODULE module, HRSRC resource);
-QV_HOST_API BOOL FreeResource(HGLOBAL data);
 QV_HOST_API int LoadStringA(HINSTANCE module, UINT number, LPSTR buffer, int size);
 QV_HOST_API BOOL EnumResourceTypesA(HMODULE module, ENUMRESTYPEPROCA callback, LONG_PTR parameter);
 QV_HOST_API BOOL EnumResourceNamesA(HMODULE module, LPCSTR type, ENUMRESNAMEPROCA callback,

@@ -103,9 +103,6 @@ DWORD SizeofResource(HMODULE module, HRSRC resource) {
   return found ? static_cast<DWORD>(found->data.size()) : 0;
 }
 
-// Resources stay in the module's image; FALSE means that, as on Windows.
-BOOL FreeResource(HGLOBAL) { return Enter(__func__) != 0; }
-
 int LoadStringA(HINSTANCE module, UINT number, LPSTR buffer, int size) {
   if (!buffer || size <= 0) return Fail(ERROR_INVALID_PARAMETER, 0);
   buffer[0] = 0;

@@ -22,34 +22,6 @@ bool Waitable::Wait(DWORD milliseconds) {
 
 namespace {
 
-class Event : public Waitable {
- public:
-  Event(bool manual, bool signalled) : manual_(manual), signalled_(signalled) {}
-
-  void Change(bool signalled) {
-    std::lock_guard hold(mutex_);
-    signalled_ = signalled;
-    if (signalled) changed_.notify_all();
-  }
-
- private:
-  bool TakeSignal() override {
-    bool was = signalled_;
-    if (!manual_) signalled_ = false;
-    return was;
-  }
-
-  const bool manual_;
-  bool signalled_;
-};
-
-BOOL ChangeEvent(HANDLE handle, bool signalled) {
-  auto event = FindHandle<Event>(handle);
-  if (!event) return Fail(ERROR_INVALID_HANDLE, FALSE);
-  event->Change(signalled);
-  return TRUE;
-}
-
 using SectionMutex = std::recursive_mutex;
 static_assert(sizeof(SectionMutex) <= sizeof(CRITICAL_SECTION::state));
 
@@ -74,23 +46,6 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
   auto object = host::FindHandle<host::Waitable>(handle);
   if (!object) return Fail(ERROR_INVALID_HANDLE, WAIT_FAILED);
   return object->Wait(milliseconds) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
-}
-
-// Events have no names here: nobody shares one between processes.
-HANDLE CreateEventA(LPSECURITY_ATTRIBUTES, BOOL manual_reset, BOOL signalled, LPCSTR name) {
-  if (DWORD fault = Enter(__func__)) return Fail(fault, HANDLE{});
-  if (name) return Fail(ERROR_NOT_SUPPORTED, HANDLE{});
-  return host::AddHandle<HANDLE>(std::make_shared<host::Event>(manual_reset, signalled));
-}
-
-BOOL SetEvent(HANDLE event) {
-  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
-  return host::ChangeEvent(event, true);
-}
-
-BOOL ResetEvent(HANDLE event) {
-  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
-  return host::ChangeEvent(event, false);
 }
 
 BOOL InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section, DWORD) {

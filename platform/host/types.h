@@ -8,10 +8,8 @@
 
 #define WINAPI
 #define CALLBACK
-#define APIENTRY
 #define __stdcall
 #define __cdecl
-#define FAR
 #define QV_HOST_API extern "C" __attribute__((visibility("default")))
 
 using BOOL = int32_t;
@@ -82,9 +80,6 @@ using FARPROC = INT_PTR (*)();
 #define MAX_PATH 260
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1)))
 
-#define LOWORD(value) (static_cast<WORD>(static_cast<DWORD_PTR>(value) & 0xFFFF))
-#define HIWORD(value) (static_cast<WORD>((static_cast<DWORD_PTR>(value) >> 16) & 0xFFFF))
-
 struct FILETIME {
   DWORD dwLowDateTime;
   DWORD dwHighDateTime;
@@ -100,26 +95,20 @@ union LARGE_INTEGER {
 
 // Error numbers (winerror.h).
 #define ERROR_SUCCESS 0
-#define ERROR_INVALID_FUNCTION 1
 #define ERROR_FILE_NOT_FOUND 2
 #define ERROR_PATH_NOT_FOUND 3
 #define ERROR_TOO_MANY_OPEN_FILES 4
 #define ERROR_ACCESS_DENIED 5
 #define ERROR_INVALID_HANDLE 6
 #define ERROR_NOT_ENOUGH_MEMORY 8
-#define ERROR_BAD_FORMAT 11
-#define ERROR_NO_MORE_FILES 18
 #define ERROR_WRITE_PROTECT 19
-#define ERROR_WRITE_FAULT 29
 #define ERROR_READ_FAULT 30
 #define ERROR_GEN_FAILURE 31
 #define ERROR_SHARING_VIOLATION 32
-#define ERROR_HANDLE_EOF 38
 #define ERROR_NOT_SUPPORTED 50
 #define ERROR_FILE_EXISTS 80
 #define ERROR_INVALID_PARAMETER 87
 #define ERROR_DISK_FULL 112
-#define ERROR_CALL_NOT_IMPLEMENTED 120
 #define ERROR_INSUFFICIENT_BUFFER 122
 #define ERROR_INVALID_NAME 123
 #define ERROR_MOD_NOT_FOUND 126
@@ -130,7 +119,6 @@ union LARGE_INTEGER {
 #define ERROR_ENVVAR_NOT_FOUND 203
 #define ERROR_FILENAME_EXCED_RANGE 206
 #define ERROR_MORE_DATA 234
-#define ERROR_NO_MORE_ITEMS 259
 #define ERROR_DIRECTORY 267
 #define ERROR_KEY_DELETED 1018
 #define ERROR_NO_UNICODE_TRANSLATION 1113

@@ -40,7 +40,6 @@ class DdeClient {
     return error ? error : Execute(data);
   }
   DWORD instance() const { return instance_; }
-  HCONV conversation() const { return conversation_; }
 
  private:
   DWORD instance_ = 0;

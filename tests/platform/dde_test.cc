@@ -66,12 +66,13 @@ TEST(DdeTest, OneConversationServesSeveralExecutes) {
   const std::string file = LogFile("several");
   Child server({"serve", "QVPlatformTest", "accept", file});
   ASSERT_TRUE(WaitForText(file, "ready"));
-  DdeClient client;
-  ASSERT_EQ(client.Connect("QVPlatformTest"), 0u);
-  EXPECT_EQ(client.Execute("one"), 0u);
-  EXPECT_EQ(client.Execute("two"), 0u);
-  EXPECT_TRUE(WaitForText(file, "3:one\n3:two\n"));
-  EXPECT_TRUE(DdeDisconnect(client.conversation()));
+  {
+    DdeClient client;
+    ASSERT_EQ(client.Connect("QVPlatformTest"), 0u);
+    EXPECT_EQ(client.Execute("one"), 0u);
+    EXPECT_EQ(client.Execute("two"), 0u);
+    EXPECT_TRUE(WaitForText(file, "3:one\n3:two\n"));
+  }
   EXPECT_TRUE(WaitForText(file, "end"));
 }
 

