@@ -125,7 +125,8 @@ inline uint32_t WrongLineEnds(const AsciiBlock& block, LineEndMode line_ends) {
   }
 }
 
-// Converts as much as whole rounds can; the cursor then stands at a character.
+// Converts as much as whole rounds can; the cursor then stands at a character. All of it is inlined
+// into ConvertBlocks, so that the cursor stays in registers.
 template <class Reader, class Writer, bool rewrite>
 class BlockLoop {
  public:
@@ -138,7 +139,7 @@ class BlockLoop {
   BlockLoop(const BlockLoop&) = delete;
   BlockLoop& operator=(const BlockLoop&) = delete;
 
-  void Run() {
+  [[gnu::always_inline]] void Run() {
     do {
       ConvertAscii();
     } while (ConvertMixed());
@@ -165,7 +166,7 @@ class BlockLoop {
     return mask;
   }
 
-  void ConvertAscii() {
+  [[gnu::always_inline]] void ConvertAscii() {
     while (HasRoom(AsciiBlock::kBytes, kBlockOutput)) {
       const AsciiBlock block = AsciiBlock::Load(at_.in);
       if (SpecialMask(block) != 0) return;
@@ -176,7 +177,7 @@ class BlockLoop {
   }
 
   // False when the careful loop has to go on; true when the text has become plain again.
-  bool ConvertMixed() {
+  [[gnu::always_inline]] bool ConvertMixed() {
     constexpr uint32_t kPlainRounds = 7;  // three rounds in sequence met nothing special
     for (uint32_t history = 0; (history & kPlainRounds) != kPlainRounds;) {
       if (!HasRoom(kRoundInput, kRoundOutput)) return false;
@@ -189,7 +190,7 @@ class BlockLoop {
 
   // The last bytes, too few for a round, with padding behind them that no sequence can contain. A
   // CR at the very end is left where it is: whether its LF follows is not for rounds to say.
-  void ConvertTail() {
+  [[gnu::always_inline]] void ConvertTail() {
     size_t rest = static_cast<size_t>(at_.in_end - at_.in);
     if (rewrite && rest > 0 && at_.in_end[-1] == '\r') --rest;
     if (rest >= kRoundInput || rest == 0 || !HasRoom(0, kTailOutput)) return;
@@ -206,7 +207,7 @@ class BlockLoop {
 
   // Converts the plain bytes that stand first, at most `most` of them and at most a block; stores a
   // whole block.
-  uint32_t StorePlainBytes(uint32_t most) {
+  [[gnu::always_inline]] uint32_t StorePlainBytes(uint32_t most) {
     const AsciiBlock block = AsciiBlock::Load(at_.in);
     Output::Store(block, at_.out);
     const auto found =
@@ -217,7 +218,7 @@ class BlockLoop {
     return plain;
   }
 
-  bool ConvertOne() {
+  [[gnu::always_inline]] bool ConvertOne() {
     if constexpr (rewrite) {
       if (*at_.in == '\r' || *at_.in == '\n') return false;
     }

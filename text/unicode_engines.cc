@@ -9,43 +9,40 @@
 namespace qv {
 namespace {
 
-// Input, forms and room of one conversion, after its special arguments are resolved.
-struct Conversion {
-  EngineSource source;
-  EngineTarget target;
-  LineEndMode line_ends;
-  uint32_t flags;
-  uint32_t terminator;  // bytes to append
+struct Input {
+  const char* text;
+  uint32_t bytes;
+  CodePage code_page;
+};
+struct Output {
+  char* text;
+  uint32_t room;
+  CodePage code_page;
 };
 
-ConversionResult RunConversion(const Conversion& conversion, const char* input,
-                               uint32_t input_bytes, char* output, uint32_t output_bytes) {
-  if (output_bytes < conversion.terminator) return {true, 0, 0};
-  const auto* in = reinterpret_cast<const uint8_t*>(input);
-  auto* out = reinterpret_cast<uint8_t*>(output);
-  EngineCursor at{in, in + input_bytes, out, out + (output_bytes - conversion.terminator)};
-  const bool mark = (conversion.flags & kConvertByteOrderMark) != 0;
-  if (!mark || WriteByteOrderMark(conversion.target, at) == EngineStop::kInputEnd) {
-    RunEngine(conversion.source, conversion.target, conversion.line_ends, true, at);
-  }
-  for (uint32_t i = 0; i < conversion.terminator; ++i) *at.out++ = 0;
-  return {true, static_cast<uint32_t>(at.in - in), static_cast<uint32_t>(at.out - out)};
-}
-
-ConversionResult Convert(bool needs_unicode, const char* input, uint32_t input_bytes, CodePage from,
-                         char* output, uint32_t output_bytes, CodePage to,
-                         const ConversionOptions& options) {
-  const EngineSource source = FindEngineSource(from);
-  const EngineTarget target = FindEngineTarget(to);
+// `needs_unicode`: refuses two code pages of bytes.
+ConversionResult Convert(const Input& input, const Output& output, const ConversionOptions& options,
+                         bool needs_unicode) {
+  const EngineSource source = FindEngineSource(input.code_page);
+  const EngineTarget target = FindEngineTarget(output.code_page);
   if (source.form == TextForm::kNone || target.form == TextForm::kNone) return {};
   if (needs_unicode && source.form == TextForm::kBytes && target.form == TextForm::kBytes) {
     return {};
   }
-  const bool measured = input_bytes == kMeasure;
-  if (measured) input_bytes = TextSize(input, from);
-  const Conversion conversion{source, target, ResolveLineEnds(options.line_end_mode, from, to),
-                              options.flags, measured ? static_cast<uint32_t>(CPTermSize(to)) : 0};
-  return RunConversion(conversion, input, input_bytes, output, output_bytes);
+  const bool measured = input.bytes == kMeasure;
+  const uint32_t terminator = measured ? static_cast<uint32_t>(CPTermSize(output.code_page)) : 0;
+  if (output.room < terminator) return {true, 0, 0};
+  const auto* in = reinterpret_cast<const uint8_t*>(input.text);
+  auto* out = reinterpret_cast<uint8_t*>(output.text);
+  EngineCursor at{in, in + (measured ? TextSize(input.text, input.code_page) : input.bytes), out,
+                  out + (output.room - terminator)};
+  const bool mark = (options.flags & kConvertByteOrderMark) != 0;
+  if (!mark || WriteByteOrderMark(target, at) == EngineStop::kInputEnd) {
+    RunEngine(source, target,
+              ResolveLineEnds(options.line_end_mode, input.code_page, output.code_page), true, at);
+  }
+  for (uint32_t i = 0; i < terminator; ++i) *at.out++ = 0;
+  return {true, static_cast<uint32_t>(at.in - in), static_cast<uint32_t>(at.out - out)};
 }
 
 }  // namespace
@@ -59,14 +56,14 @@ ConversionResult ConvertThroughUnicode(const char* input, uint32_t input_bytes, 
     *to = ChooseTargetCodePage(input, input_bytes == kMeasure ? TextSize(input, from) : input_bytes,
                                from);
   }
-  return Convert(true, input, input_bytes, from, output, output_bytes, *to, options);
+  return Convert({input, input_bytes, from}, {output, output_bytes, *to}, options, true);
 }
 
 ConversionResult ConvertBetweenCodePages(const char* input, uint32_t input_bytes, CodePage from,
                                          char* output, uint32_t output_bytes, CodePage to,
                                          const ConversionOptions& options) {
   if (input == nullptr || output == nullptr) return {};
-  return Convert(false, input, input_bytes, from, output, output_bytes, to, options);
+  return Convert({input, input_bytes, from}, {output, output_bytes, to}, options, false);
 }
 
 }  // namespace qv
