@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/native_files.h"
 #include "platform/windows_api.h"
 #include "programs/common/text.h"
 
@@ -64,6 +65,11 @@ std::string LastPart(std::string_view path) {
 std::string Joined(const std::string& folder, const std::string& name) {
   if (folder.empty() || folder.back() == '\\' || folder.back() == '/') return folder + name;
   return folder + "\\" + name;
+}
+
+std::string ShownPath(const std::string& path) {
+  std::string native = platform::NativePath(path);
+  return native.empty() ? path : native;
 }
 
 std::string Numbered(const std::string& name, int number) {

@@ -20,6 +20,9 @@ std::string LastPart(std::string_view path);
 // "C:\Temp" and "a" give "C:\Temp\a".
 std::string Joined(const std::string& folder, const std::string& name);
 
+// The path as the user's shell takes it; as it is where it has no such form (its folder is gone).
+std::string ShownPath(const std::string& path);
+
 // "report.pdf" and 2 give "report (2).pdf".
 std::string Numbered(const std::string& name, int number);
 

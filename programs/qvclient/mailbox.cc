@@ -1,6 +1,5 @@
 #include "programs/qvclient/mailbox.h"
 
-#include "platform/native_files.h"
 #include "programs/common/file_names.h"
 #include "programs/common/files.h"
 
@@ -60,7 +59,7 @@ bool Mailbox::StoreMessage(Delivery& delivery) {
   }
   ClaimedCopies::Outcome deleted = delivery.copies.Delete(copies_);
   for (const std::string& path : deleted.left) {
-    reporter_.Error("cannot delete the copy " + platform::NativePath(path) +
+    reporter_.Error("cannot delete the copy " + program::ShownPath(path) +
                     ": delete it when no other program uses it");
   }
   Announce(delivery.request, stored.file_name, deleted.done);
@@ -68,13 +67,16 @@ bool Mailbox::StoreMessage(Delivery& delivery) {
 }
 
 void Mailbox::ReportFailure(const StoreOutcome& outcome, ClaimedCopies& copies) const {
-  std::string where = platform::NativePath(copies_.folder());
+  bool in_folder = outcome.failed_path == store_.folder();
+  std::string place = in_folder ? program::ShownPath(outcome.failed_path)
+                                : "the attachment " + program::LastPart(outcome.failed_path);
+  std::string where = program::ShownPath(copies_.folder());
   for (const std::string& path : copies.Restore().left) {
-    where += " and at " + platform::NativePath(path);
+    where += " and at " + program::ShownPath(path);
   }
-  reporter_.Error("the message could not be stored: " + platform::NativePath(outcome.failed_path) +
-                  ": " + program::ErrorText(outcome.error) +
-                  "; the copies of its attachments are in " + where);
+  reporter_.Error("the message could not be stored: " + place + ": " +
+                  program::ErrorText(outcome.error) + "; the copies of its attachments are in " +
+                  where);
 }
 
 void Mailbox::Announce(const Request& request, const std::string& file_name, size_t deleted) const {

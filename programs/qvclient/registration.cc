@@ -1,7 +1,7 @@
 #include "programs/qvclient/registration.h"
 
-#include "platform/native_files.h"
 #include "platform/windows_api.h"
+#include "programs/common/file_names.h"
 #include "programs/common/files.h"
 #include "programs/common/mail_library.h"
 #include "programs/common/registry_text.h"
@@ -51,7 +51,7 @@ std::string RegisterCommand(const std::string& program_path) {
   auto command = program::ToCodePage(program_path, GetSystemCodePage());
   bool fits = command && command->lost.empty() && command->bytes.size() < MAX_PATH;
   if (!fits) {
-    return "the library cannot start a program at " + platform::NativePath(program_path) +
+    return "the library cannot start a program at " + program::ShownPath(program_path) +
            ": move it to a folder with a short, plain name";
   }
   LSTATUS error = RegisterScheme(HKEY_CLASSES_ROOT, kScheme, command->bytes);
@@ -74,7 +74,7 @@ std::string MakeDefaultClient(const std::string& library_path) {
   program::MailLibrary library;
   std::string trouble = library.Load(library_path);
   if (!trouble.empty()) {
-    return "cannot load the library " + platform::NativePath(library.path) + ": " + trouble;
+    return "cannot load the library " + program::ShownPath(library.path) + ": " + trouble;
   }
   HKEY clients = nullptr;
   LSTATUS error =

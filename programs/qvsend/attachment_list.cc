@@ -1,5 +1,7 @@
 #include "programs/qvsend/attachment_list.h"
 
+#include <cstdio>
+#include <fstream>
 #include <set>
 
 #include "platform/native_files.h"
@@ -10,10 +12,23 @@
 namespace qvsend {
 namespace {
 
+// A name with characters that the Windows calls do not take ("Re: minutes.txt"): only the
+// language's own streams open it.
+DWORD FindForeignFile(const std::string& native, AttachmentFile* file) {
+  std::ifstream stream(native, std::ios::binary | std::ios::ate);
+  std::streamoff size = stream ? static_cast<std::streamoff>(stream.tellg()) : -1;
+  // A folder opens too, and has no bytes to read.
+  bool readable = size == 0 || (size > 0 && stream.seekg(0) && stream.get() != EOF);
+  if (!readable) return ERROR_FILE_NOT_FOUND;
+  *file = {native, "", program::LastPart(native), static_cast<uint64_t>(size)};
+  return ERROR_SUCCESS;
+}
+
 DWORD FindFile(const std::string& native, AttachmentFile* file) {
   std::string path = platform::PlatformPath(native);
+  if (path.empty()) return FindForeignFile(native, file);
   uint64_t size = 0;
-  DWORD error = path.empty() ? ERROR_FILE_NOT_FOUND : program::FileSize(path, &size);
+  DWORD error = program::FileSize(path, &size);
   if (error != ERROR_SUCCESS) return error;
   *file = {native, path, program::LastPart(path), size};
   return ERROR_SUCCESS;

@@ -14,7 +14,7 @@ namespace qvsend {
 
 struct AttachmentFile {
   std::string shown;  // as the user named it
-  std::string path;   // in the form of the Windows calls
+  std::string path;   // in the form of the Windows calls; "" for a name that has no such form
   std::string name;   // that the copy carries
   uint64_t size = 0;  // bytes
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/native_files.h"
 #include "programs/common/file_names.h"
 #include "programs/common/files.h"
 #include "programs/common/registry_text.h"
@@ -21,7 +20,7 @@ std::string FileNotCopied(const Letter& letter, const Outgoing& outgoing, uint32
     uint64_t size = 0;
     DWORD error = program::FileSize(program::Joined(folder, name), &size);
     if (error == ERROR_SUCCESS && size == letter.files[i].size) continue;
-    return "cannot copy " + letter.files[i].shown + " into " + platform::NativePath(folder) +
+    return "cannot copy " + letter.files[i].shown + " into " + program::ShownPath(folder) +
            ": make room there, and see that files can be written";
   }
   return "";
@@ -34,15 +33,15 @@ std::string WhyNotSent(const Letter& letter, const Outgoing& outgoing, uint32_t 
   if (!file.empty()) return file;
   std::string command = program::RegisteredCommand();
   if (command.empty()) {
-    return "no client is running and none is registered: start qvclient, or register it with "
+    return "no client took the message and none is registered: start qvclient, or register it with "
            "qvclient --register";
   }
   command.erase(std::remove(command.begin(), command.end(), '"'), command.end());
   if (!program::IsThere(command)) {
-    return "no client is running and the registered one is not there: " +
-           platform::NativePath(command) + "; register it again with qvclient --register";
+    return "no client took the message and the registered one is not there: " +
+           program::ShownPath(command) + "; register it again with qvclient --register";
   }
-  return "the client did not take the message: " + platform::NativePath(command) +
+  return "the client did not take the message: " + program::ShownPath(command) +
          "; see why it does not start or refuses, then send again";
 }
 

@@ -73,7 +73,7 @@ int Register(const Options& options, const program::Reporter& reporter) {
   if (!kept) return Failed(reporter, "cannot write the settings: is the disk full?");
   std::string trouble = RegisterCommand(program::ProgramPath());
   if (!trouble.empty()) return Failed(reporter, trouble);
-  reporter.Line("registered: " + platform::NativePath(program::RegisteredCommand()));
+  reporter.Line("registered: " + program::ShownPath(program::RegisteredCommand()));
   return program::kDone;
 }
 
@@ -84,7 +84,7 @@ int Unregister(const program::Reporter& reporter) {
   program::WriteProgramSetting(kFolderSetting, "");
   program::WriteProgramSetting(kCountSetting, "");
   reporter.Line(command.empty() ? "nothing was registered"
-                                : "no longer registered: " + platform::NativePath(command));
+                                : "no longer registered: " + program::ShownPath(command));
   return program::kDone;
 }
 
@@ -173,9 +173,8 @@ int Serve(const Options& options, const program::Reporter& reporter) {
   mailbox.show_requests = options.show_request;
   DWORD error = program::MakeFolders(mailbox.folder);
   if (error != ERROR_SUCCESS) {
-    return Failed(reporter, "cannot make the folder " + platform::NativePath(mailbox.folder) +
-                                ": " + program::ErrorText(error) +
-                                "; choose another with --folder");
+    return Failed(reporter, "cannot make the folder " + program::ShownPath(mailbox.folder) + ": " +
+                                program::ErrorText(error) + "; choose another with --folder");
   }
   return Service(mailbox, MessageCount(options), reporter).Run(options.acknowledge_after);
 }

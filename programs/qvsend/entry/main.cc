@@ -179,8 +179,9 @@ Trouble Deliver(const Options& options, Letter& letter, const program::Reporter&
   program::MailLibrary library;
   std::string path = options.library.empty() ? "" : platform::PlatformPath(options.library);
   if (std::string failed = library.Load(path); !failed.empty()) {
-    return "cannot load the library " + platform::NativePath(library.path) + ": " + failed +
-           "; name it with --library";
+    std::string shown =
+        options.library.empty() ? program::ShownPath(library.path) : options.library;
+    return "cannot load the library " + shown + ": " + failed + "; name it with --library";
   }
   if (!Send(library, options, letter, outgoing)) return WhyNotSent(letter, outgoing, code_page);
   reporter.Line(Summary(outgoing));
