@@ -19,13 +19,7 @@ struct RegistryStep {
   int depth;         // reported when a later step fails: what this one brought the walk to
 };
 
-// Below HKEY_CURRENT_USER\SOFTWARE. The two keys are the system's: they are never created here.
-constexpr RegistryStep kMailClientSteps[] = {
-    {Action::kOpen, "Clients", nullptr, 0},
-    {Action::kOpen, "Mail", nullptr, 0},
-    {Action::kSetText, nullptr, kClientName, 0},
-};
-
+// Below HKEY_CURRENT_USER\SOFTWARE.
 constexpr RegistryStep kAssociationSteps[] = {
     {Action::kOpen, "Microsoft", nullptr, 1},         {Action::kOpen, "Windows", nullptr, 2},
     {Action::kCreate, "Shell", nullptr, 3},           {Action::kCreate, "Associations", nullptr, 4},
@@ -68,10 +62,16 @@ LSTATUS RunSteps(RegistryPath& path, std::span<const RegistryStep> steps, int* d
   return ERROR_SUCCESS;
 }
 
+// Both keys are the system's: they are never created here. "Mail" is closed before a failure is
+// shown, "Clients" after it.
 LSTATUS RegisterMailClient(HKEY software) {
-  RegistryPath path(software);
-  int depth;
-  const LSTATUS status = RunSteps(path, kMailClientSteps, &depth);
+  RegistryPath clients(software);
+  LSTATUS status = clients.Open("Clients");
+  if (status == ERROR_SUCCESS) {
+    RegistryPath mail(clients.Key());
+    status = mail.Open("Mail");
+    if (status == ERROR_SUCCESS) status = mail.SetText(nullptr, kClientName);
+  }
   if (status != ERROR_SUCCESS) {
     FormatText(State().box_text, "An error occured SOFTWARE\\Clients\\Mail: %d",
                static_cast<int>(status));
