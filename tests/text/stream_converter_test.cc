@@ -87,6 +87,31 @@ TEST_F(StreamConverterTest, AnySplitGivesTheSameBytes) {
   }
 }
 
+// Whole texts go through the blocks, single bytes through the careful loop: both read ill-formed
+// text alike.
+TEST_F(StreamConverterTest, HostileTextsDoNotDependOnTheSplit) {
+  constexpr char kBytes[] =
+      "aaaaaaaaaaaaaaaaaaaa\r\n\r\n\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF8\xFC\xFE\xFF\xED\xA0";
+  std::mt19937 random(11);
+  for (int round = 0; round < 300; ++round) {
+    std::string text(random() % 150, 'x');
+    for (char& c : text) c = kBytes[random() % (sizeof kBytes - 1)];
+    for (CodePage from : {kUtf8, kWesternWindows}) {
+      for (CodePage to : {kUtf8, kUtf16Little, kUtf32Big, kWesternWindows}) {
+        const int mode = 2 + static_cast<int>(random() % 4);
+        SCOPED_TRACE(testing::Message()
+                     << testing::PrintToString(text) << from << " to " << to << " mode " << mode);
+        const auto whole = test::ConvertWithEngine(text, from, to, mode);
+        uint32_t cut_bytes = 0;
+        ASSERT_EQ(ConvertInPieces(
+                      text, from, to, mode, 0, [] { return 1u; }, &cut_bytes),
+                  whole.text);
+        ASSERT_EQ(cut_bytes, text.size() - whole.consumed);
+      }
+    }
+  }
+}
+
 TEST_F(StreamConverterTest, IsNotUsableWithoutATable) {
   for (CodePage to : {CodePage{932}, CodePage{0}, kDefaultCodePage, kUtf7}) {
     StreamConverter converter(kUtf8, to, {});
