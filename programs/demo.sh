@@ -1,87 +1,71 @@
 #!/bin/sh
-# Shows a message on its way: from a host application through the library to the client's files.
-#   demo.sh BIN [COMMAND]
-# BIN is the folder of the built programs; COMMAND starts a Windows program (wine) where they are
-# such. Everything happens in a temporary folder that is removed at the end.
+# Shows a message on its whole road: a host program, the mail library, a client, a mail file.
+#   demo.sh BIN        the programs of a native build
+# With QV_WINE set BIN holds Windows programs, which are started with it.
+# Everything happens in a folder that is removed at the end.
 set -eu
 export LC_ALL=C.UTF-8
 bin=$(cd "$1" && pwd)
-wine=${2-}
 work=$(mktemp -d "${TMPDIR:-/tmp}/qv-demo-XXXXXX")
-client_pid=
-
-clean_up() {
-  [ -z "$client_pid" ] || kill "$client_pid" 2>/dev/null || true
+client=
+finish() {
+  [ -z "$client" ] || kill "$client" 2>/dev/null || true
   rm -rf "$work"
 }
-trap clean_up EXIT
+trap finish EXIT
 trap 'exit 1' INT TERM
 
-if [ -n "$wine" ]; then
-  suffix=.exe folder="Z:$work/mail"
-  staging=$(echo "$WINEPREFIX"/drive_c/users/*/Temp)/Quorvantis
+if [ -n "${QV_WINE-}" ]; then
+  suffix=.exe drive=Z: wine=$QV_WINE library=QVSMAPI.dll
+  staging() { echo "$WINEPREFIX"/drive_c/users/*/Temp/Quorvantis; }
 else
-  suffix= folder=$work/mail
+  suffix='' drive='' wine='' library=libQVSMAPI.so
   export QVSMAPI_HOME="$work/state"
-  staging=$QVSMAPI_HOME/drive_c/Temp/Quorvantis
+  staging() { echo "$QVSMAPI_HOME/drive_c/Temp/Quorvantis"; }
 fi
 
-step() { printf '\n--- %s\n' "$*"; }
-
-# Shows a command as one would type it, then runs it.
-show_and_run() {
-  program=$1
-  shift
-  printf '$ %s' "$program"
-  for word in "$@"; do
-    case $word in
-      *[!A-Za-z0-9._@=/:-]*) printf " '%s'" "$word" ;;
-      *) printf ' %s' "$word" ;;
-    esac
-  done
-  echo
-  $wine "$bin/$program$suffix" "$@"
-}
+step() { printf '\n== %s\n' "$*"; }
+show() { sed 's/^/   /'; }
 
 cd "$work"
-printf 'Minutes of the meeting in Zürich.\n' >minutes.txt
-printf 'Name;Größe\nJörg;1,85\n' >'Größen für März.csv'
-head -c 20000000 /dev/urandom >photo.jpg
+step "Three attachments: a text, a picture's worth of bytes, and 20 MB"
+printf 'Grüße aus Köln, 12 €\n' >'Grüße.txt'
+head -c 3000 /dev/urandom >chart.bin
+head -c 20971520 /dev/urandom >archive.bin
+ls -l 'Grüße.txt' chart.bin archive.bin | awk '{ print $5, $NF }' | show
 
-step "1. The client waits for messages (in the background)"
-echo "\$ qvclient --folder mail --count 1 --show-request &"
-$wine "$bin/qvclient$suffix" --folder "$folder" --count 1 --show-request >client.out 2>client.err &
-client_pid=$!
-until grep -q '^ready' client.out; do
-  kill -0 "$client_pid" 2>/dev/null || { cat client.err >&2; exit 1; }
+: >client.log
+step "The client registers its DDE service and waits for one message"
+$wine "$bin/qvclient$suffix" --folder "${drive}$work/mail" --count 1 --show-request \
+  >client.log 2>client.err &
+client=$!
+until grep -q '^ready' client.log; do
+  kill -0 "$client" 2>/dev/null || { cat client.err; echo "the client did not start"; exit 1; }
   sleep 0.05
 done
-echo "ready"
+echo "ready" | show
 
-step "2. An application sends a message with three attachments, one of 20 MB"
-show_and_run qvsend --to ann@example.com --to 'Jörg Müller <joerg@example.com>' \
-  --cc carol@example.com --bcc dave@example.com --subject 'Grüße aus Zürich & Genève' \
-  --body 'Liebe Ann,
-die Größen stehen in der Tabelle, 100% geprüft.' \
-  --attach minutes.txt --attach 'Größen für März.csv' --attach photo.jpg=Zürich.jpg
-wait "$client_pid" || { cat client.err >&2; exit 1; }
-client_pid=
+step "A host application sends through $library"
+echo 'qvsend --to ann@example.com --cc "Zoë <zoe@example.com>" --bcc carol@example.com \
+    --subject "Größe & Preis: 12 €" --body "Hallo Ann, ..." \
+    --attach Grüße.txt --attach chart.bin --attach archive.bin' | show
+$wine "$bin/qvsend$suffix" --to ann@example.com --cc 'Zoë <zoe@example.com>' \
+  --bcc carol@example.com --subject 'Größe & Preis: 12 €' \
+  --body "Hallo Ann,
+die Zahlen hängen an: \"Größe\" & Preis.
+Grüße, Jürgen" --attach 'Grüße.txt' --attach chart.bin --attach archive.bin | show
 
-step "3. The request that the library handed to the client (UTF-8, with its own escapes)"
-grep '^mailto:' client.out
+wait "$client" || { cat client.err; echo "the client failed"; exit 1; }
+client=
+step "The request that went over DDE, and what the client did with it"
+grep -v '^ready' client.log | show
 
-step "4. What the client says"
-grep -v '^mailto:' client.out
+step "The mail file: its headers and how its parts begin"
+tr -d '\r' <mail/0001.eml | awk 'length > 60 && !/ / { next } { print }' | head -60 | show
+echo "$(wc -c <mail/0001.eml) bytes in mail/0001.eml" | show
 
-step "5. The message file: its headers, and those of its parts"
-ls -l mail/0001.eml | awk '{ print "mail/0001.eml, " $5 " bytes" }'
-LC_ALL=C awk '{ sub(/\r$/, "") } /^[A-Za-z0-9+\/=]+$/ { skipped++; next } { print "  | " $0 }
-  END { print "(and " skipped " lines of Base64)" }' mail/0001.eml
-
-step "6. The copies that the library made for the client are gone"
-if [ -z "$(ls "$staging" 2>/dev/null)" ]; then
-  echo "The staging folder \"Quorvantis\" is empty."
-else
-  ls -l "$staging"
-  exit 1
-fi
+step "The copies in the staging folder are gone"
+for name in 'Grüße.txt' chart.bin archive.bin; do
+  [ ! -e "$(staging)/$name" ] || { echo "$name is still there"; exit 1; }
+  echo "no $name in Temp/Quorvantis" | show
+done
