@@ -1,5 +1,6 @@
 #include "platform/host/process.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/stat.h>
@@ -67,7 +68,8 @@ class Process : public Waitable {
 
 struct FirstThread : KernelObject {};
 
-// The attributes of a child: no blocked or ignored signals, a group of its own when asked for.
+// The attributes of a child: no blocked or ignored signals, a group of its own when asked for, no
+// stream of ours but the console.
 class SpawnSettings {
  public:
   explicit SpawnSettings(const LaunchRequest& request) {
@@ -84,6 +86,7 @@ class SpawnSettings {
     if (!request.folder.empty()) {
       posix_spawn_file_actions_addchdir_np(&actions_, request.folder.c_str());
     }
+    LeaveStreams();
     posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
   }
   ~SpawnSettings() {
@@ -105,6 +108,16 @@ class SpawnSettings {
   }
 
  private:
+  // A child shares the console, but no pipe or file: who reads a program's output would wait for
+  // the end of a client that it started.
+  void LeaveStreams() {
+    for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+      if (isatty(stream)) continue;
+      int mode = stream == STDIN_FILENO ? O_RDONLY : O_WRONLY;
+      posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", mode, 0);
+    }
+  }
+
   posix_spawnattr_t attributes_;
   posix_spawn_file_actions_t actions_;
 };
