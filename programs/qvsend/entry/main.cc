@@ -1,5 +1,6 @@
 // qvsend: sends a message through the mail library, as any host application does.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 
@@ -116,6 +117,9 @@ Trouble MakeLetter(const Options& options, Letter* letter) {
   letter->bcc = options.bcc;
   letter->subject = options.subject;
   letter->has_body = options.has_body;
+  for (const auto* addresses : {&options.to, &options.cc, &options.bcc}) {
+    if (std::count(addresses->begin(), addresses->end(), "") != 0) return "an address is empty";
+  }
   Trouble trouble = ReadBody(options, &letter->body);
   if (!trouble) trouble = FindFiles(options.attach, &letter->files);
   MakeNamesDistinct(&letter->files);
