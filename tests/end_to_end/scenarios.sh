@@ -4,10 +4,10 @@
 #   scenarios.sh BIN WORK
 # With QV_WINE set the programs are Windows ones, started with it.
 # Nothing waits for a time: a client is waited for until it says "ready", a message until it is
-# there.
+# there. A program that hangs is ended after $limit seconds, so that its scenario fails by name.
 set -u
 export LC_ALL=C.UTF-8
-bin=$1 work=$2
+bin=$1 work=$2 limit=120
 
 if [ -n "${QV_WINE-}" ]; then
   suffix=.exe drive=Z: wine=$QV_WINE
@@ -23,16 +23,17 @@ staging=$temp/Quorvantis
 
 # --- what scenarios are written with ---
 
-send() { $wine "$bin/qvsend$suffix" "$@"; }
-client() { $wine "$bin/qvclient$suffix" "$@"; }
-raw_request() { $wine "$bin/raw_request$suffix" "$drive$PWD/$1"; }
+send() { timeout "$limit" $wine "$bin/qvsend$suffix" "$@"; }
+client() { timeout "$limit" $wine "$bin/qvclient$suffix" "$@"; }
+raw_request() { timeout "$limit" $wine "$bin/raw_request$suffix" "$drive$PWD/$1"; }
 
 # Starts a client that ends after so many requests; "client.out" and "client.err" hold its lines.
 start_client() {
   count=$1
   shift
-  # The process itself, not a shell around it: it is signalled later.
-  (exec $wine "$bin/qvclient$suffix" --folder "${drive}mail" --count "$count" "$@") \
+  # No shell around it: it is signalled later, through the timeout command.
+  (exec timeout --foreground "$limit" $wine "$bin/qvclient$suffix" --folder "${drive}mail" \
+    --count "$count" "$@") \
     >client.out 2>client.err &
   client_pid=$!
   until grep -q '^ready' client.out; do
@@ -259,8 +260,13 @@ scenario_the_library_starts_the_client() {
   printf 'subject=launched\nto=ann\nbody=body\nattachment=a.txt=a.txt\n' >0001.expected
   client --register --folder "${drive}mäil" --count 2 >registered || return 1
   expect registered "registered: $client_program" || return 1
-  # Through a pipe: its end must not wait for the client's.
-  send --to ann --subject launched --body-file body --attach a.txt | cat >sent
+  # Through a pipe: its end must not wait for the client's. Wine hands the pipe down to the client,
+  # unlike the system.
+  if [ -n "$wine" ]; then
+    send --to ann --subject launched --body-file body --attach a.txt >sent || return 1
+  else
+    send --to ann --subject launched --body-file body --attach a.txt | cat >sent
+  fi
   expect sent "sent: 1 recipient, 1 attachment" || return 1
   client --unregister >unregistered || return 1
   expect unregistered "no longer registered: $client_program" || return 1
