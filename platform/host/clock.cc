@@ -15,9 +15,12 @@ namespace {
 struct Clock {
   std::mutex mutex;
   bool frozen = false;
-  DWORD ticks = 0;  // while frozen
-  DWORD step = 0;   // added by each reading while frozen
+  uint64_t micros = 0;  // while frozen; ticks are its milliseconds
+  uint64_t step = 0;    // microseconds that each reading adds while frozen
 };
+
+constexpr uint64_t kMicrosPerTick = 1000;
+constexpr uint64_t kCountsPerMicro = 10;  // performance counter and interrupt time
 
 Clock& State() {
   static auto& state = *new Clock;
@@ -25,11 +28,26 @@ Clock& State() {
 }
 
 // Moves a frozen clock on. False when it runs.
-bool Advance(DWORD milliseconds) {
+bool Advance(uint64_t micros) {
   Clock& clock = State();
   std::lock_guard hold(clock.mutex);
-  if (clock.frozen) clock.ticks += milliseconds;
+  if (clock.frozen) clock.micros += micros;
   return clock.frozen;
+}
+
+uint64_t RealMicroseconds() {
+  auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
+}
+
+// One reading of the clock, frozen or not.
+uint64_t ReadMicroseconds() {
+  Clock& clock = State();
+  std::lock_guard hold(clock.mutex);
+  if (!clock.frozen) return RealMicroseconds();
+  const uint64_t now = clock.micros;
+  clock.micros += clock.step;
+  return now;
 }
 
 }  // namespace
@@ -41,7 +59,7 @@ bool TicksFrozen() {
 }
 
 void PassTime(DWORD milliseconds) {
-  if (Advance(milliseconds)) return;
+  if (Advance(milliseconds * kMicrosPerTick)) return;
   if (milliseconds == 0) {
     std::this_thread::yield();
     return;
@@ -51,20 +69,25 @@ void PassTime(DWORD milliseconds) {
   } while (milliseconds == INFINITE);
 }
 
-uint64_t RealMilliseconds() {
-  auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-}
+uint64_t RealMilliseconds() { return RealMicroseconds() / kMicrosPerTick; }
 
-void FreezeTicks(DWORD ticks, DWORD step) {
+uint64_t InterruptTime() { return ReadMicroseconds() * kCountsPerMicro; }
+
+void FreezeMicroseconds(uint64_t micros, uint64_t step) {
   Clock& clock = State();
   std::lock_guard hold(clock.mutex);
   clock.frozen = true;
-  clock.ticks = ticks;
+  clock.micros = micros;
   clock.step = step;
 }
 
-void AdvanceTicks(DWORD milliseconds) { Advance(milliseconds); }
+void FreezeTicks(DWORD ticks, DWORD step) {
+  FreezeMicroseconds(ticks * kMicrosPerTick, step * kMicrosPerTick);
+}
+
+void AdvanceTicks(DWORD milliseconds) { Advance(milliseconds * kMicrosPerTick); }
+
+void AdvanceMicroseconds(uint64_t micros) { Advance(micros); }
 
 void ThawTicks() {
   Clock& clock = State();
@@ -76,15 +99,22 @@ void ThawTicks() {
 
 DWORD GetTickCount(void) {
   host::Enter(__func__);
-  host::Clock& clock = host::State();
-  std::lock_guard hold(clock.mutex);
-  if (!clock.frozen) return static_cast<DWORD>(host::RealMilliseconds());
-  DWORD now = clock.ticks;
-  clock.ticks += clock.step;
-  return now;
+  return static_cast<DWORD>(host::ReadMicroseconds() / host::kMicrosPerTick);
 }
 
 void Sleep(DWORD milliseconds) {
   host::Enter(__func__);
   host::PassTime(milliseconds);
+}
+
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency) {
+  if (DWORD fault = host::Enter(__func__)) return host::Fail(fault, FALSE);
+  frequency->QuadPart = static_cast<int64_t>(host::kCountsPerMicro * 1000000);
+  return TRUE;
+}
+
+BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
+  if (DWORD fault = host::Enter(__func__)) return host::Fail(fault, FALSE);
+  count->QuadPart = static_cast<int64_t>(host::ReadMicroseconds() * host::kCountsPerMicro);
+  return TRUE;
 }

@@ -13,4 +13,7 @@ void PassTime(DWORD milliseconds);
 // Milliseconds of the machine's clock, whatever a test did to the ticks.
 uint64_t RealMilliseconds();
 
+// Units of 100 nanoseconds; stands still with the ticks.
+QV_HOST_API uint64_t InterruptTime();
+
 }  // namespace host

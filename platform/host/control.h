@@ -29,6 +29,9 @@ QV_HOST_CONTROL void ResetCallCounts();
 // answers, then move it on instead of waiting. `step` is added at each reading.
 QV_HOST_CONTROL void FreezeTicks(DWORD ticks, DWORD step = 0);
 QV_HOST_CONTROL void AdvanceTicks(DWORD milliseconds);
+// The same in microseconds, which the interrupt time and the performance counter show.
+QV_HOST_CONTROL void FreezeMicroseconds(uint64_t micros, uint64_t step = 0);
+QV_HOST_CONTROL void AdvanceMicroseconds(uint64_t micros);
 QV_HOST_CONTROL void ThawTicks();
 
 struct MessageBoxRecord {
