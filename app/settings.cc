@@ -69,6 +69,22 @@ void ResetSettingsForTest() {
   state.path[0] = 0;
 }
 
+int32_t ReadSetting(const SettingKey& key) { return ReadSetting(key, key.default_number); }
+
+int32_t ReadSetting(const SettingKey& key, int32_t computed_default) {
+  return ReadSettingInt(key.section, key.key, computed_default);
+}
+
+uint32_t ReadSettingText(const SettingKey& key, char* buffer, uint32_t size) {
+  return ReadSettingString(key.section, key.key, key.default_text, buffer, size);
+}
+
+bool WriteSetting(const SettingKey& key, int32_t value) {
+  char text[16];
+  FormatTextN(text, sizeof text - 1, "%d", value);
+  return WriteSettingString(key.section, key.key, text) != 0;
+}
+
 }  // namespace qv
 
 uint32_t ReadSettingString(const char* section, const char* key, const char* default_text,

@@ -1,7 +1,8 @@
 // The settings file: sections in square brackets, key=value lines, kept by the platform's
 // private-profile calls.
 //
-//   int limit = ReadSettingInt("QVSetup", "CachedIOLimit", 128);
+//   int32_t limit = qv::ReadSetting(qv::setting::kCachedIOLimit);
+//   int32_t other = ReadSettingInt("Section", "Key", 128);   // keys of a program's own
 //
 // The file's path is string 2578 of the host executable (not of this library), at most 254
 // characters, loaded on the first call of any operation and never again. Where that string is
@@ -13,6 +14,8 @@
 
 #include <cstdint>
 
+#include "app/setting_keys.h"
+
 // Reads a text of at most size - 1 characters into buffer; returns the characters stored. A null
 // default is the empty text; without a buffer 0 is returned.
 uint32_t ReadSettingString(const char* section, const char* key, const char* default_text,
@@ -22,6 +25,14 @@ int32_t ReadSettingInt(const char* section, const char* key, int32_t default_val
 int32_t WriteSettingString(const char* section, const char* key, const char* value);
 
 namespace qv {
+
+// A number of the table, with its default or with one that the reader has worked out.
+int32_t ReadSetting(const SettingKey& key);
+int32_t ReadSetting(const SettingKey& key, int32_t computed_default);
+// A text of the table; as ReadSettingString.
+uint32_t ReadSettingText(const SettingKey& key, char* buffer, uint32_t size);
+// Stores a number as decimal text; true when it was written.
+bool WriteSetting(const SettingKey& key, int32_t value);
 
 // String of the host executable that names the settings file.
 constexpr uint32_t kSettingsPathString = 2578;

@@ -1,5 +1,7 @@
 #include "platform/host/clock.h"
 
+#include <time.h>
+
 #include <chrono>
 #include <mutex>
 #include <thread>
@@ -17,6 +19,8 @@ struct Clock {
   bool frozen = false;
   uint64_t micros = 0;  // while frozen; ticks are its milliseconds
   uint64_t step = 0;    // microseconds that each reading adds while frozen
+  bool wall_frozen = false;
+  SYSTEMTIME wall{};
 };
 
 constexpr uint64_t kMicrosPerTick = 1000;
@@ -33,6 +37,18 @@ bool Advance(uint64_t micros) {
   std::lock_guard hold(clock.mutex);
   if (clock.frozen) clock.micros += micros;
   return clock.frozen;
+}
+
+SYSTEMTIME RealLocalTime() {
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  tm local;
+  localtime_r(&now.tv_sec, &local);
+  auto word = [](int value) { return static_cast<WORD>(value); };
+  return {word(local.tm_year + 1900), word(local.tm_mon + 1),
+          word(local.tm_wday),        word(local.tm_mday),
+          word(local.tm_hour),        word(local.tm_min),
+          word(local.tm_sec),         word(static_cast<int>(now.tv_nsec / 1000000))};
 }
 
 uint64_t RealMicroseconds() {
@@ -92,7 +108,14 @@ void AdvanceMicroseconds(uint64_t micros) { Advance(micros); }
 void ThawTicks() {
   Clock& clock = State();
   std::lock_guard hold(clock.mutex);
-  clock.frozen = false;
+  clock.frozen = clock.wall_frozen = false;
+}
+
+void FreezeLocalTime(const SYSTEMTIME& time) {
+  Clock& clock = State();
+  std::lock_guard hold(clock.mutex);
+  clock.wall_frozen = true;
+  clock.wall = time;
 }
 
 }  // namespace host
@@ -100,6 +123,13 @@ void ThawTicks() {
 DWORD GetTickCount(void) {
   host::Enter(__func__);
   return static_cast<DWORD>(host::ReadMicroseconds() / host::kMicrosPerTick);
+}
+
+void GetLocalTime(SYSTEMTIME* time) {
+  host::Enter(__func__);
+  host::Clock& clock = host::State();
+  std::lock_guard hold(clock.mutex);
+  *time = clock.wall_frozen ? clock.wall : host::RealLocalTime();
 }
 
 void Sleep(DWORD milliseconds) {

@@ -34,6 +34,9 @@ QV_HOST_CONTROL void FreezeMicroseconds(uint64_t micros, uint64_t step = 0);
 QV_HOST_CONTROL void AdvanceMicroseconds(uint64_t micros);
 QV_HOST_CONTROL void ThawTicks();
 
+// The wall clock stands at this local time until ThawTicks.
+QV_HOST_CONTROL void FreezeLocalTime(const SYSTEMTIME& time);
+
 struct MessageBoxRecord {
   std::string text, caption;
   UINT type;

@@ -17,7 +17,9 @@ namespace {
 // What a caller of CreateFile asks for.
 struct OpenRequest {
   DWORD access, share, disposition, flags;
-  bool Writes() const { return (access & GENERIC_WRITE) != 0; }
+  bool Writes() const { return (access & (GENERIC_WRITE | FILE_APPEND_DATA)) != 0; }
+  // Without the right to write anywhere, each write goes to the end.
+  bool OnlyAppends() const { return Writes() && (access & GENERIC_WRITE) == 0; }
   bool MayCreate() const { return disposition != OPEN_EXISTING; }
 };
 
@@ -25,6 +27,7 @@ int NativeFlags(const OpenRequest& request, bool exists) {
   // A pipe under this name must not make us wait for its other end.
   int flags = O_CLOEXEC | O_NONBLOCK | (request.Writes() ? O_RDWR : O_RDONLY);
   if (!exists) flags |= O_CREAT | O_EXCL;
+  if (request.OnlyAppends()) flags |= O_APPEND;
   return flags;
 }
 

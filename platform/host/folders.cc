@@ -105,6 +105,11 @@ BOOL DeleteFileW(LPCWSTR path) {
   return host::Result(host::RemoveFile(host::FindWide(path)));
 }
 
+BOOL MoveFileA(LPCSTR from, LPCSTR to) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  return host::Result(host::Rename(host::FindNative(from), host::FindNative(to), false));
+}
+
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
   bool replace = (flags & MOVEFILE_REPLACE_EXISTING) != 0;

@@ -19,9 +19,11 @@ OpenFileList& State() {
   return state;
 }
 
+constexpr DWORD kWriteAccess = GENERIC_WRITE | FILE_APPEND_DATA;
+
 // Whether each access that one side has is in the other's share mode.
 bool Shares(DWORD access, DWORD share) {
-  bool reads = (access & GENERIC_READ) != 0, writes = (access & GENERIC_WRITE) != 0;
+  bool reads = (access & GENERIC_READ) != 0, writes = (access & kWriteAccess) != 0;
   return (!reads || (share & FILE_SHARE_READ) != 0) && (!writes || (share & FILE_SHARE_WRITE) != 0);
 }
 
@@ -52,7 +54,7 @@ OpenFile::~OpenFile() {
 }
 
 bool OpenFile::MayRead() const { return (access_ & GENERIC_READ) != 0; }
-bool OpenFile::MayWrite() const { return (access_ & GENERIC_WRITE) != 0; }
+bool OpenFile::MayWrite() const { return (access_ & kWriteAccess) != 0; }
 
 bool MayOpen(const struct stat& status, DWORD access, DWORD share) {
   OpenFileList& list = State();

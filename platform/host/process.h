@@ -26,6 +26,7 @@ using PHANDLER_ROUTINE = BOOL (*)(DWORD event);
 QV_HOST_API DWORD GetLastError(void);
 QV_HOST_API void SetLastError(DWORD error);
 QV_HOST_API DWORD GetTickCount(void);
+QV_HOST_API void GetLocalTime(SYSTEMTIME* time);
 QV_HOST_API BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency);
 QV_HOST_API BOOL QueryPerformanceCounter(LARGE_INTEGER* count);
 QV_HOST_API void Sleep(DWORD milliseconds);

@@ -85,6 +85,10 @@ struct FILETIME {
   DWORD dwHighDateTime;
 };
 
+struct SYSTEMTIME {
+  WORD wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;
+};
+
 union LARGE_INTEGER {
   struct {
     DWORD LowPart;

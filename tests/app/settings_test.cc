@@ -40,6 +40,40 @@ TEST_F(SettingsTest, ReadsNumbers) {
   EXPECT_EQ(ReadSettingInt(kSection, "Missing", -1), -1);
 }
 
+TEST_F(SettingsTest, TableKeysReadTheirDefaultsAndWhatIsStored) {
+  char text[16];
+  EXPECT_EQ(qv::ReadSetting(qv::setting::kSleep), -1);
+  EXPECT_EQ(qv::ReadSetting(qv::setting::kMaxWorkers, 17), 17);
+  EXPECT_EQ(qv::ReadSettingText(qv::setting::kSymbolModules, text, sizeof text), 15u);
+  EXPECT_STREQ(text, "NTDLL.DLL;KERNE");
+  EXPECT_TRUE(qv::WriteSetting(qv::setting::kConsolePosX, -2147483647 - 1));
+  EXPECT_EQ(qv::ReadSetting(qv::setting::kConsolePosX), -2147483647 - 1);
+  EXPECT_EQ(ReadSettingInt("Console", "PosX", 0), -2147483647 - 1);
+}
+
+// What counts is that an answer comes, and one of the two that make sense.
+TEST_F(SettingsTest, SurvivesFilesThatAreNoSettings) {
+  const std::string key = "[QVSetup]\r\nSlice=7\r\n";
+  const struct {
+    const char* name;
+    std::string bytes;
+  } kRows[] = {{"nothing", ""},
+               {"zeros in front", std::string(100, '\0') + key},
+               {"zeros inside", key + std::string(5000, '\0') + key},
+               {"one long line", key + std::string(1 << 20, 'x')},
+               {"100 MB", key + std::string(100 << 20, 'x')},
+               {"open bracket", "[QVSetup\r\nSlice=7"},
+               {"only equals", std::string(70000, '=')}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    ASSERT_TRUE(test::WriteWholeFile(path_, row.bytes));
+    const int32_t slice = ReadSettingInt(kSection, "Slice", 25);
+    EXPECT_TRUE(slice == 25 || slice == 7) << slice;
+    char text[4];
+    EXPECT_LE(ReadSettingString(kSection, "Slice", "", text, sizeof text), 3u);
+  }
+}
+
 TEST_F(SettingsTest, WritesWhatItReads) {
   EXPECT_NE(WriteSettingString(kSection, "DLL", "A.DLL;B.DLL"), 0);
   EXPECT_NE(WriteSettingString(kSection, "Width", "120"), 0);
