@@ -1,5 +1,6 @@
 #include "mapi/module_startup.h"
 
+#include "app/application_hooks.h"
 #include "app/ui/accelerators.h"
 #include "resources/charset_loader.h"
 #include "resources/module_source.h"
@@ -18,6 +19,7 @@ void RefreshPath(HMODULE module, char (&path)[MAX_PATH]) {
 // unconverted, which is better than a host that does not start.
 void Attach(HINSTANCE instance) {
   Module().instance = instance;
+  InstallApplicationHooks();
   ZRInitModuleResources(instance);
   ClearAccelerators();
   LoadCharsetTables();

@@ -48,6 +48,10 @@ QV_HOST_CONTROL std::vector<MessageBoxRecord> TakeMessageBoxes();
 // From here on debugger output is kept (and still written to debug.txt).
 QV_HOST_CONTROL std::vector<std::string> TakeDebugOutput();
 
+// Gives the process a console whose input has this mode; the mode that it has now. 0: no console.
+QV_HOST_CONTROL void SetConsoleInputMode(DWORD mode);
+QV_HOST_CONTROL DWORD ConsoleInputMode();
+
 // The value that the registry's "ACP" has; the narrow calls and GetACP follow it.
 QV_HOST_CONTROL void SetAnsiCodePage(UINT code_page);
 // Font character sets that CreateFontA finds; {} restores the default set.

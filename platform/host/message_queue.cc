@@ -27,6 +27,8 @@ struct Queue {
   std::deque<MSG> posted;
   std::map<LPARAM, QueueWork> work;  // of posted messages, until they are dispatched
   LPARAM next_work = 1;
+  bool quitting = false;
+  int quit_code = 0;
 };
 
 struct QueueTable {
@@ -81,7 +83,7 @@ void RunSentWork(Queue& queue, std::unique_lock<std::mutex>& hold) {
   }
 }
 
-// The next message in the range (both ends 0: any).
+// The next message in the range (both ends 0: any). A quit comes after everything posted.
 std::optional<MSG> NextMessage(Queue& queue, UINT first, UINT last, bool remove) {
   bool any = first == 0 && last == 0;
   for (auto at = queue.posted.begin(); at != queue.posted.end(); ++at) {
@@ -90,7 +92,9 @@ std::optional<MSG> NextMessage(Queue& queue, UINT first, UINT last, bool remove)
     if (remove) queue.posted.erase(at);
     return message;
   }
-  return std::nullopt;
+  if (!queue.quitting) return std::nullopt;
+  if (remove) queue.quitting = false;
+  return MakeMessage(nullptr, WM_QUIT, static_cast<WPARAM>(queue.quit_code), 0);
 }
 
 bool AddTo(DWORD thread, const std::function<void(Queue&)>& add) {
@@ -169,4 +173,12 @@ BOOL PostThreadMessageA(DWORD thread, UINT message, WPARAM wide, LPARAM paramete
     queue.posted.push_back(host::MakeMessage(nullptr, message, wide, parameter));
   });
   return posted ? TRUE : Fail(host::kInvalidThreadId, FALSE);
+}
+
+void PostQuitMessage(int code) {
+  Enter(__func__);
+  host::Queue& queue = host::Own();
+  std::lock_guard hold(queue.mutex);
+  queue.quitting = true;
+  queue.quit_code = code;
 }

@@ -4,9 +4,11 @@
 #include "platform/host/types.h"
 
 #define MB_OK 0
+#define MB_OKCANCEL 1
 #define MB_YESNOCANCEL 3
 #define MB_YESNO 4
 #define IDOK 1
+#define IDCANCEL 2
 #define IDYES 6
 #define IDNO 7
 #define WM_QUIT 0x0012
@@ -31,3 +33,4 @@ QV_HOST_API BOOL PeekMessageA(MSG* message, HWND window, UINT first, UINT last, 
 QV_HOST_API BOOL TranslateMessage(const MSG* message);
 QV_HOST_API LRESULT DispatchMessageA(const MSG* message);
 QV_HOST_API BOOL PostThreadMessageA(DWORD thread, UINT message, WPARAM wide, LPARAM l);
+QV_HOST_API void PostQuitMessage(int code);

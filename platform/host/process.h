@@ -5,6 +5,7 @@
 #include "platform/host/types.h"
 
 #define CREATE_NEW_PROCESS_GROUP 0x200
+#define STD_INPUT_HANDLE 0xFFFFFFF6u
 #define CTRL_C_EVENT 0
 #define CTRL_BREAK_EVENT 1
 #define STILL_ACTIVE 259
@@ -42,4 +43,8 @@ QV_HOST_API DWORD GetCurrentProcessId(void);
 QV_HOST_API DWORD GetCurrentThreadId(void);
 QV_HOST_API DWORD GetEnvironmentVariableA(LPCSTR name, LPSTR buffer, DWORD size);
 QV_HOST_API BOOL SetEnvironmentVariableA(LPCSTR name, LPCSTR value);
+// There is a console only where a test has given the process one (control.h).
+QV_HOST_API HANDLE GetStdHandle(DWORD which);
+QV_HOST_API BOOL GetConsoleMode(HANDLE console, LPDWORD mode);
+QV_HOST_API BOOL SetConsoleMode(HANDLE console, DWORD mode);
 QV_HOST_API BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);
