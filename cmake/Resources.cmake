@@ -11,6 +11,13 @@ find_program(QV_BUILD_CXX NAMES g++ c++ clang++ REQUIRED)
 set(QV_RESOURCE_TOOL ${CMAKE_BINARY_DIR}/tools/qvresource)
 
 function(qv_add_resources target)
+  qv_resource_object(${target} object ${ARGN})
+  target_sources(${target} PRIVATE ${object})
+endfunction()
+
+# qv_resource_object(NAME VARIABLE description ...): the object by itself; its path is put into the
+# variable.
+function(qv_resource_object target variable)
   set(folder ${CMAKE_BINARY_DIR}/resources/${target})
   set(descriptions)
   foreach(description ${ARGN})
@@ -35,5 +42,5 @@ function(qv_add_resources target)
     DEPENDS ${descriptions} ${QV_RESOURCE_TOOL}
     DEPFILE ${folder}/resources.d
     COMMENT "Resources of ${target}" VERBATIM)
-  target_sources(${target} PRIVATE ${object})
+  set(${variable} ${object} PARENT_SCOPE)
 endfunction()
