@@ -1,6 +1,7 @@
 #include "platform/host/files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +32,15 @@ int NativeFlags(const OpenRequest& request, bool exists) {
   return flags;
 }
 
+// A file that is opened for oneself alone is so for other processes too. Where the file system
+// knows no locks, it is not.
+DWORD LockOut(int file, const OpenRequest& request) {
+  if ((request.access & (GENERIC_READ | GENERIC_WRITE)) == 0) return 0;
+  int lock = request.share == 0 ? LOCK_EX : LOCK_SH;
+  bool refused = flock(file, lock | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  return refused ? ERROR_SHARING_VIOLATION : 0;
+}
+
 // Opens a native file; the descriptor is not open after an error. *exists says whether the file was
 // there before.
 DWORD OpenNative(const std::string& path, const OpenRequest& request, bool* exists,
@@ -50,6 +60,7 @@ DWORD OpenNative(const std::string& path, const OpenRequest& request, bool* exis
   mode_t mode = (request.flags & FILE_ATTRIBUTE_READONLY) != 0 ? 0444 : 0666;
   *file = Descriptor(open(path.c_str(), NativeFlags(request, *exists), mode));
   if (!file->is_open()) return ErrorFromNative(errno);
+  if (DWORD error = LockOut(file->number(), request)) return error;
   bool empty_it = *exists && request.disposition == CREATE_ALWAYS;
   if (empty_it && truncate(path.c_str(), 0) != 0) return ErrorFromNative(errno);
   return 0;

@@ -50,6 +50,8 @@ QV_HOST_API BOOL MoveFileA(LPCSTR from, LPCSTR to);
 QV_HOST_API BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
 QV_HOST_API DWORD GetFileAttributesA(LPCSTR path);
 QV_HOST_API DWORD GetFileAttributesW(LPCWSTR path);
+QV_HOST_API BOOL SetFileAttributesA(LPCSTR path, DWORD attributes);
+QV_HOST_API BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes);
 QV_HOST_API DWORD GetFullPathNameW(LPCWSTR path, DWORD size, LPWSTR buffer, LPWSTR* name_part);
 QV_HOST_API DWORD GetTempPathA(DWORD size, LPSTR buffer);
 QV_HOST_API DWORD GetTempPathW(DWORD size, LPWSTR buffer);

@@ -70,6 +70,17 @@ DWORD Attributes(const FoundName& name) {
   return AttributesOf(status);
 }
 
+// Read-only is the one attribute that a native file has; a link has none.
+DWORD GiveAttributes(const FoundName& name, DWORD attributes) {
+  if (name.error != 0) return name.error;
+  struct stat status;
+  if (lstat(name.path.c_str(), &status) != 0) return ErrorFromNative(errno);
+  if (S_ISLNK(status.st_mode)) return 0;
+  bool read_only = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+  mode_t mode = read_only ? status.st_mode & ~mode_t{0222} : status.st_mode | S_IWUSR;
+  return chmod(name.path.c_str(), mode & 07777) == 0 ? 0 : ErrorFromNative(errno);
+}
+
 BOOL Result(DWORD error) { return error == 0 ? TRUE : Fail(error, FALSE); }
 
 FoundName FindWide(LPCWSTR path) { return FindNative(std::u16string_view(path ? path : u"")); }
@@ -124,6 +135,16 @@ DWORD GetFileAttributesA(LPCSTR path) {
 DWORD GetFileAttributesW(LPCWSTR path) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, INVALID_FILE_ATTRIBUTES);
   return host::Attributes(host::FindWide(path));
+}
+
+BOOL SetFileAttributesA(LPCSTR path, DWORD attributes) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  return host::Result(host::GiveAttributes(host::FindNative(path), attributes));
+}
+
+BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  return host::Result(host::GiveAttributes(host::FindWide(path), attributes));
 }
 
 DWORD GetFullPathNameW(LPCWSTR path, DWORD size, LPWSTR buffer, LPWSTR* name_part) {

@@ -1,6 +1,7 @@
 // Open files, and who may open one beside whom.
 //
-// What an open file lets others do (its share mode) holds within this process.
+// What an open file lets others do (its share mode) holds within this process; between processes
+// only a file that lets others do nothing is kept from them (files.cc).
 #pragma once
 
 #include <sys/stat.h>

@@ -167,6 +167,12 @@ TEST_F(FilesTest, Attributes) {
   CloseHandle(file);
   EXPECT_NE(GetFileAttributesA(Path("fixed").c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
   EXPECT_EQ(ErrorOf(DeleteFileA(Path("fixed").c_str())), 5u);
+  EXPECT_TRUE(SetFileAttributesW(Wide(Path("fixed")).c_str(), FILE_ATTRIBUTE_NORMAL));
+  EXPECT_TRUE(SetFileAttributesA(Path("file").c_str(), FILE_ATTRIBUTE_READONLY));
+  EXPECT_EQ(ErrorOf(DeleteFileA(Path("fixed").c_str())), 0u);
+  EXPECT_EQ(ErrorOf(DeleteFileA(Path("file").c_str())), 5u);
+  EXPECT_TRUE(SetFileAttributesA(Path("file").c_str(), FILE_ATTRIBUTE_ARCHIVE));
+  EXPECT_EQ(ErrorOf(SetFileAttributesA(Path("fixed").c_str(), FILE_ATTRIBUTE_NORMAL)), 2u);
 }
 
 TEST_F(FilesTest, Moving) {
