@@ -142,6 +142,14 @@ Fit EscapePath(const char* path, CodePage cp, char* escaped) {
   return Fit::kFits;
 }
 
+// A copy is read-only when its original is. One that an earlier send left behind must not stop this
+// one.
+bool CopyOver(const char* path, const char* copy_path) {
+  if (CopyFileA(path, copy_path, FALSE)) return true;
+  return GetLastError() == ERROR_ACCESS_DENIED &&
+         SetFileAttributesA(copy_path, FILE_ATTRIBUTE_NORMAL) && CopyFileA(path, copy_path, FALSE);
+}
+
 // Copies the file into the staging folder and adds the piece that names the copy. Whether the piece
 // fits is settled first: the client deletes only copies that it hears of.
 bool TakeAttachment(const char* path, const char* name, CodePage cp, const char* prefix) {
@@ -154,7 +162,7 @@ bool TakeAttachment(const char* path, const char* name, CodePage cp, const char*
     RequestBuffers().attachments_full = true;
     return false;
   }
-  if (!path || !CopyFileA(path, copy_path, FALSE)) return false;
+  if (!path || !CopyOver(path, copy_path)) return false;
   AppendPiece(prefix, escaped_path, Length(escaped_path));
   return true;
 }

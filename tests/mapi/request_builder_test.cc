@@ -216,6 +216,9 @@ TEST_F(RequestBuilderTest, CopyReplacesAnOlderOne) {
   const std::string path = WriteTempFile("qv_same.txt", "old");
   EXPECT_TRUE(BeginMailRequest(path.c_str(), nullptr, true));
   WriteTempFile("qv_same.txt", "new");
+  // As the copy of a read-only file is.
+  ASSERT_TRUE(
+      SetFileAttributesA((StagingFolder() + "\\qv_same.txt").c_str(), FILE_ATTRIBUTE_READONLY));
   EXPECT_TRUE(BeginMailRequest(path.c_str(), nullptr, true));
   EXPECT_EQ(ReadWholeFile(StagingFolder() + "\\qv_same.txt"), "new");
 }
