@@ -35,6 +35,10 @@ DWORD FileHandle::OpenToRead(const std::string& path) {
   return Open(path, GENERIC_READ, share, OPEN_EXISTING);
 }
 
+DWORD FileHandle::OpenAlone(const std::string& path) {
+  return Open(path, GENERIC_WRITE, 0, OPEN_ALWAYS);
+}
+
 DWORD FileHandle::CreateToWrite(const std::string& path) {
   return Open(path, GENERIC_WRITE, 0, CREATE_NEW);
 }
@@ -91,6 +95,10 @@ DWORD FileSize(const std::string& path, uint64_t* size) {
   FileHandle file;
   DWORD error = file.OpenToRead(path);
   return error != ERROR_SUCCESS ? error : file.Size(size);
+}
+
+DWORD MakeWritable(const std::string& path) {
+  return Outcome(SetFileAttributesW(ToWide(path).c_str(), FILE_ATTRIBUTE_NORMAL));
 }
 
 DWORD DeleteFileAt(const std::string& path) { return Outcome(DeleteFileW(ToWide(path).c_str())); }

@@ -22,6 +22,8 @@ class FileHandle {
 
   // Shared with readers and with a program that deletes or renames it meanwhile.
   DWORD OpenToRead(const std::string& path);
+  // To write, and nobody else opens it meanwhile; made when it is not there.
+  DWORD OpenAlone(const std::string& path);
   // Only a file that is not there yet.
   DWORD CreateToWrite(const std::string& path);
 
@@ -44,6 +46,8 @@ DWORD ReadWholeFile(const std::string& path, uint64_t limit, std::string* conten
 
 DWORD FileSize(const std::string& path, uint64_t* size);
 
+// Takes off the mark that keeps a file from being changed or deleted.
+DWORD MakeWritable(const std::string& path);
 DWORD DeleteFileAt(const std::string& path);
 // Fails with ERROR_ALREADY_EXISTS when `to` is there.
 DWORD RenameFile(const std::string& from, const std::string& to);

@@ -36,7 +36,10 @@ void ClaimedCopies::MoveAway(const std::string& path, const StagedCopies& copies
   if (folder_.empty()) folder_ = NewFolderBeside(copies.folder());
   if (folder_.empty()) return;
   std::string target = program::Joined(folder_, program::LastPart(path));
-  if (program::RenameFile(path, target) == ERROR_SUCCESS) entry->second.current = target;
+  if (program::RenameFile(path, target) != ERROR_SUCCESS) return;
+  entry->second.current = target;
+  // A copy is read-only when its original is; that would keep it from being deleted.
+  program::MakeWritable(target);
 }
 
 std::string ClaimedCopies::PathOf(const std::string& path) const {

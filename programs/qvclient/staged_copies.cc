@@ -22,7 +22,9 @@ CopyState StagedCopies::State(const std::string& path) const {
 DWORD StagedCopies::Delete(const std::string& path) const {
   CopyState state = State(path);
   if (state == CopyState::kMissing) return ERROR_SUCCESS;
-  return state == CopyState::kCopy ? program::DeleteFileAt(path) : ERROR_INVALID_NAME;
+  if (state != CopyState::kCopy) return ERROR_INVALID_NAME;
+  program::MakeWritable(path);  // as read-only as its original
+  return program::DeleteFileAt(path);
 }
 
 }  // namespace qvclient

@@ -46,7 +46,7 @@ class MailboxFaults : public testing::Test {
 TEST_F(MailboxFaults, NothingIsLostWhicheverCallFails) {
   for (const char* call : {"CreateDirectoryW", "CreateFileW", "GetFileSizeEx", "ReadFile",
                            "WriteFile", "FlushFileBuffers", "MoveFileExW", "DeleteFileW",
-                           "GetFileAttributesW", "RemoveDirectoryA"}) {
+                           "GetFileAttributesW", "SetFileAttributesW", "RemoveDirectoryA"}) {
     uint32_t nth = 0;
     for (bool struck = true; struck;) {
       SetUp();

@@ -4,6 +4,7 @@
 
 #include "programs/common/file_names.h"
 #include "programs/common/files.h"
+#include "programs/common/text.h"
 #include "tests/test_platform.h"
 
 namespace qvclient {
@@ -51,6 +52,9 @@ class MailboxTest : public testing::Test {
 TEST_F(MailboxTest, StoresAndDeletesTheCopies) {
   std::string request = "mailto:?" + Stage("a") + "&" + Stage("b&to=c") + "&to=x&";
   Stage("not ours");
+  // As the copy of a read-only file is.
+  program::WideString read_only = program::ToWide(program::Joined(staging_, "a"));
+  ASSERT_TRUE(SetFileAttributesW(read_only.c_str(), FILE_ATTRIBUTE_READONLY));
   EXPECT_TRUE(Take(request));
   EXPECT_EQ(Stored(), Names{"0001.eml"});
   EXPECT_EQ(Staged(), Names{"not ours"});
