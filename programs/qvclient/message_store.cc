@@ -51,6 +51,15 @@ DWORD MessageStore::GiveNumber(const std::string& temporary, std::string* file_n
   }
 }
 
+DWORD MessageStore::Check() {
+  program::FileHandle file;
+  std::string temporary;
+  DWORD error = CreateTemporary(&file, &temporary);
+  if (error != ERROR_SUCCESS) return error;
+  file.Close();
+  return program::DeleteFileAt(temporary);
+}
+
 StoreOutcome MessageStore::Store(const Message& message, const MessageStamp& stamp) {
   program::FileHandle file;
   std::string temporary;

@@ -26,6 +26,9 @@ class MessageStore {
 
   const std::string& folder() const { return folder_; }
 
+  // Whether messages can be stored there now: makes a file and deletes it. The system's error.
+  DWORD Check();
+
   StoreOutcome Store(const Message& message, const MessageStamp& stamp);
 
  private:

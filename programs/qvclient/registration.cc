@@ -76,14 +76,18 @@ std::string MakeDefaultClient(const std::string& library_path) {
   if (!trouble.empty()) {
     return "cannot load the library " + program::ShownPath(library.path) + ": " + trouble;
   }
+  auto path = program::ToCodePage(library.path, GetSystemCodePage());
+  if (!path || !path->lost.empty()) {
+    return "host applications cannot load a library at " + program::ShownPath(library.path) +
+           ": move it to a folder with a plain name";
+  }
   HKEY clients = nullptr;
   LSTATUS error =
       RegCreateKeyExA(HKEY_CURRENT_USER, kMailClients, 0, nullptr, REG_OPTION_NON_VOLATILE,
                       KEY_ALL_ACCESS, nullptr, &clients, nullptr);
   if (error != ERROR_SUCCESS) return RegistryTrouble("cannot make the key of mail clients", error);
   RegCloseKey(clients);
-  auto path = program::ToCodePage(library.path, GetSystemCodePage());
-  if (!path || library.set_as_default(path->bytes.c_str()) == 0) {
+  if (library.set_as_default(path->bytes.c_str()) == 0) {
     return "the library could not register itself";
   }
   library.make_default();

@@ -65,8 +65,18 @@ int Failed(const program::Reporter& reporter, const std::string& what) {
 
 // --- Registration ---
 
+// A path that the user named, in the form of the system's calls; "" when none was named. False when
+// it has no such form, which is reported.
+bool NamedPath(const std::string& named, const program::Reporter& reporter, std::string* path) {
+  *path = named.empty() ? "" : platform::PlatformPath(named);
+  if (named.empty() || !path->empty()) return true;
+  reporter.Error("the path " + named + " is not valid: choose another");
+  return false;
+}
+
 int Register(const Options& options, const program::Reporter& reporter) {
-  std::string folder = options.folder.empty() ? "" : platform::PlatformPath(options.folder);
+  std::string folder;
+  if (!NamedPath(options.folder, reporter, &folder)) return program::kFailed;
   std::string count = options.count == 0 ? "" : std::to_string(options.count);
   bool kept = program::WriteProgramSetting(kFolderSetting, folder) &&
               program::WriteProgramSetting(kCountSetting, count);
@@ -89,7 +99,8 @@ int Unregister(const program::Reporter& reporter) {
 }
 
 int MakeDefaultClientNow(const Options& options, const program::Reporter& reporter) {
-  std::string library = options.library.empty() ? "" : platform::PlatformPath(options.library);
+  std::string library;
+  if (!NamedPath(options.library, reporter, &library)) return program::kFailed;
   std::string trouble = MakeDefaultClient(library);
   if (!trouble.empty()) return Failed(reporter, trouble);
   reporter.Line("Quorvantis is now the default mail client");
@@ -98,8 +109,8 @@ int MakeDefaultClientNow(const Options& options, const program::Reporter& report
 
 // --- Serving ---
 
-std::string MessageFolder(const Options& options) {
-  if (!options.folder.empty()) return platform::PlatformPath(options.folder);
+std::string MessageFolder(const std::string& named) {
+  if (!named.empty()) return named;
   std::string folder = program::ReadProgramSetting(kFolderSetting);
   return folder.empty() ? program::Joined(platform::StateFolder(), "mail") : folder;
 }
@@ -166,15 +177,18 @@ class Service {
 
 int Serve(const Options& options, const program::Reporter& reporter) {
   MailboxOptions mailbox;
-  mailbox.folder = MessageFolder(options);
+  if (!NamedPath(options.folder, reporter, &mailbox.folder)) return program::kFailed;
+  mailbox.folder = MessageFolder(mailbox.folder);
   mailbox.staging_folder = program::StagingFolder();
   mailbox.keep_copies = options.keep_copies;
   mailbox.quiet = options.quiet;
   mailbox.show_requests = options.show_request;
   DWORD error = program::MakeFolders(mailbox.folder);
+  if (error == ERROR_SUCCESS) error = MessageStore(mailbox.folder).Check();
   if (error != ERROR_SUCCESS) {
-    return Failed(reporter, "cannot make the folder " + program::ShownPath(mailbox.folder) + ": " +
-                                program::ErrorText(error) + "; choose another with --folder");
+    return Failed(reporter, "cannot store messages in " + program::ShownPath(mailbox.folder) +
+                                ": " + program::ErrorText(error) +
+                                "; choose another folder with --folder");
   }
   return Service(mailbox, MessageCount(options), reporter).Run(options.acknowledge_after);
 }
