@@ -4,7 +4,7 @@
 # BIN holds the programs, CHECK is the message check; with WINE.SH the programs are Windows ones.
 # QV_KEEP=1 leaves the work folder and says where it is.
 set -eu
-bin=$1 check=$2 wine=${3-}
+bin=$(realpath "$1") check=$(realpath "$2") wine=${3-}
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d "${TMPDIR:-/tmp}/qv-end-XXXXXX")
 [ "${QV_KEEP-}" ] && echo "work folder: $work" || trap 'rm -rf "$work"' EXIT

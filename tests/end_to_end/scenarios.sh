@@ -276,6 +276,27 @@ scenario_the_library_starts_the_client() {
   mv mäil mail
 }
 
+# Several users of the library at once, each with a file of the same name.
+scenario_senders_at_the_same_time() {
+  start_client 6 || return 1
+  senders=
+  for i in 1 2 3 4 5 6; do
+    mkdir $i
+    echo "of $i" >$i/same.txt
+    send --to ann --subject "from $i" --attach $i/same.txt --attach $i/same.txt=2 >$i/sent &
+    senders="$senders $!"
+  done
+  for sender in $senders; do
+    wait "$sender" || fail "a sender failed" || return 1
+  done
+  await_client || return 1
+  for i in 1 2 3 4 5 6; do
+    file=$(grep -l "^Subject: from $i" mail/*) || fail "no message of $i" || return 1
+    [ "$(grep -c "^$(base64 $i/same.txt)" "$file")" = 2 ] || fail "not the files of $i" || return 1
+  done
+  expect_staged ""
+}
+
 scenario_a_client_that_acknowledges_late() {
   printf 'x' >a.txt
   start_client 1 --acknowledge-after 1500 --quiet || return 1
@@ -323,6 +344,7 @@ scenario_failures_say_what_to_do() {
     fails 1 "cannot read the attachment folder: " --to ann --attach folder &&
     fails 1 "cannot read the body from gone: there is no such file" --body-file gone --attach a.txt &&
     fails 1 "the body in latin is no UTF-8 text" --body-file latin --attach a.txt &&
+    fails 1 "cannot read the body from : the name is not valid" --body-file '' --attach a.txt &&
     fails 1 "cannot load the library" --library gone.dll --to ann --attach a.txt &&
     fails 1 "send to fewer recipients" --to "$(printf '%0256d' 0)" --attach a.txt &&
     fails 2 "--via" --via pigeon --attach a.txt &&
@@ -337,6 +359,8 @@ scenario_failures_say_what_to_do() {
   client --count nonsense 2>complaint
   [ $? = 2 ] || fail "exit code is not 2" || return 1
   expect complaint "qvclient: " || return 1
+  client --folder a.txt/mail 2>complaint && fail "stores below a file" && return 1
+  expect complaint "cannot store messages in " || return 1
   client --unregister >unregistered && client --unregister >unregistered || return 1
   expect unregistered "nothing was registered"
 }

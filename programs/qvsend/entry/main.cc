@@ -15,10 +15,12 @@
 #include "programs/common/reporter.h"
 #include "programs/common/text.h"
 #include "programs/qvsend/attachment_list.h"
+#include "programs/qvsend/copies_ahead.h"
 #include "programs/qvsend/diagnosis.h"
 #include "programs/qvsend/outgoing.h"
 #include "programs/qvsend/plain_paths.h"
 #include "programs/qvsend/request_limits.h"
+#include "programs/qvsend/send_turn.h"
 #include "text/code_page_strings.h"
 
 namespace qvsend {
@@ -36,7 +38,7 @@ constexpr char kExample[] =
 struct Options {
   std::vector<std::string> to, cc, bcc, attach;
   std::string subject, body, body_file, via = "mapi", library;
-  bool has_body = false;
+  bool has_body = false, has_body_file = false;
 };
 
 void Describe(CLI::App& app, Options& options) {
@@ -63,7 +65,10 @@ void Describe(CLI::App& app, Options& options) {
       ->check(CLI::IsMember({"mapi", "cmc"}));
   one("--library", options.library, "The mail library; otherwise the one beside this program")
       ->type_name("PATH");
-  app.callback([&options, text, file] { options.has_body = *text || *file; });
+  app.callback([&options, text, file] {
+    options.has_body_file = static_cast<bool>(*file);
+    options.has_body = *text || *file;
+  });
 }
 
 // What stops a message, as one line; nothing when it may go on.
@@ -78,15 +83,18 @@ DWORD ReadStandardInput(std::string* text) {
   return std::ferror(stdin) ? ERROR_READ_FAULT : ERROR_SUCCESS;
 }
 
+DWORD ReadTextFile(const std::string& native, std::string* text) {
+  std::string path = platform::PlatformPath(native);
+  return path.empty() ? ERROR_INVALID_NAME : program::ReadWholeFile(path, kLongestBody, text);
+}
+
 Trouble ReadBody(const Options& options, std::string* body) {
-  if (options.body_file.empty()) {
+  if (!options.has_body_file) {
     *body = options.body;
     return std::nullopt;
   }
   DWORD error =
-      options.body_file == "-"
-          ? ReadStandardInput(body)
-          : program::ReadWholeFile(platform::PlatformPath(options.body_file), kLongestBody, body);
+      options.body_file == "-" ? ReadStandardInput(body) : ReadTextFile(options.body_file, body);
   if (error != ERROR_SUCCESS) {
     return "cannot read the body from " + options.body_file + ": " + program::ErrorText(error);
   }
@@ -166,6 +174,15 @@ bool Send(const program::MailLibrary& library, const Options& options, const Let
   return options.via == "cmc" ? SendByCmc(library, outgoing) : SendByMapi(library, outgoing);
 }
 
+Trouble LoadLibraryOf(const Options& options, program::MailLibrary* library) {
+  std::string path = platform::PlatformPath(options.library);
+  bool unnamed = options.library.empty(), valid = unnamed || !path.empty();
+  std::string failed = valid ? library->Load(unnamed ? "" : path) : "the name is not valid";
+  if (failed.empty()) return std::nullopt;
+  std::string shown = unnamed ? program::ShownPath(library->path) : options.library;
+  return "cannot load the library " + shown + ": " + failed + "; name it with --library";
+}
+
 Trouble Deliver(const Options& options, Letter& letter, const program::Reporter& reporter) {
   uint32_t code_page = GetSystemCodePage();
   if (options.via == "cmc") KeepFirstFile(&letter, reporter);
@@ -181,12 +198,10 @@ Trouble Deliver(const Options& options, Letter& letter, const program::Reporter&
   for (const std::string& warning : warnings) reporter.Warn(warning);
   if (Trouble trouble = CheckFit(outgoing, code_page, reporter)) return trouble;
   program::MailLibrary library;
-  std::string path = options.library.empty() ? "" : platform::PlatformPath(options.library);
-  if (std::string failed = library.Load(path); !failed.empty()) {
-    std::string shown =
-        options.library.empty() ? program::ShownPath(library.path) : options.library;
-    return "cannot load the library " + shown + ": " + failed + "; name it with --library";
-  }
+  if (Trouble trouble = LoadLibraryOf(options, &library)) return trouble;
+  SendTurn turn;
+  if (std::string failed = turn.Take(); !failed.empty()) return failed;
+  if (std::string failed = CopyAhead(letter, outgoing, code_page); !failed.empty()) return failed;
   if (!Send(library, options, letter, outgoing)) return WhyNotSent(letter, outgoing, code_page);
   reporter.Line(Summary(outgoing));
   return std::nullopt;
