@@ -269,26 +269,5 @@ TEST_F(RequestBuilderTest, NamesTooLongForTheBuffersAreRefused) {
   }
 }
 
-TEST_F(RequestBuilderTest, ThousandAttachmentsFillTheRequestWithWholePieces) {
-  const std::string path = WriteTempFile("qv_a.txt", "a");
-  std::string expected = "mailto:?";
-  size_t copied = 0;
-  bool full = false;
-  for (int i = 0; i < 1000; ++i) {
-    const std::string name = "qv_many_" + std::to_string(1000 + i);
-    const std::string piece = (i ? "&" : "") + Piece(name);
-    full = full || expected.size() + piece.size() + 2 > kRequestSize;
-    ASSERT_EQ(BeginMailRequest(path.c_str(), name.c_str(), i == 0), !full) << i;
-    if (full) continue;
-    expected += piece;
-    ++copied;
-  }
-  EXPECT_EQ(Request(), expected);
-  EXPECT_TRUE(full);
-  EXPECT_GT(copied, 100u);
-  EXPECT_TRUE(FileExists(StagingFolder() + "\\qv_many_" + std::to_string(1000 + copied - 1)));
-  EXPECT_FALSE(FileExists(StagingFolder() + "\\qv_many_" + std::to_string(1000 + copied)));
-}
-
 }  // namespace
 }  // namespace mapi_test

@@ -141,23 +141,4 @@ TEST(DdeFrozenTest, WaitsMoveTheFrozenClockOn) {
   host::ThawTicks();
 }
 
-TEST(DdeFaultTest, EveryCallFailsWithTheErrorAsked) {
-  uint32_t before = host::OpenHandles();
-  DWORD instance = 0;
-  host::FailCall("DdeInitializeA", 1, DMLERR_SYS_ERROR);
-  EXPECT_EQ(DdeInitializeA(&instance, platform_test::AnswerNothing, APPCMD_CLIENTONLY, 0),
-            static_cast<UINT>(DMLERR_SYS_ERROR));
-  {
-    DdeClient client;
-    host::FailCall("DdeCreateStringHandleA", 1, DMLERR_MEMORY_ERROR);
-    EXPECT_EQ(DdeCreateStringHandleA(client.instance(), "x", CP_WINANSI), nullptr);
-    EXPECT_EQ(DdeGetLastError(client.instance()), static_cast<UINT>(DMLERR_MEMORY_ERROR));
-    host::FailCall("DdeConnect", 1, DMLERR_SYS_ERROR);
-    EXPECT_EQ(client.Connect("Any"), static_cast<UINT>(DMLERR_SYS_ERROR));
-  }
-  EXPECT_EQ(host::FaultsStruck(), 3u);
-  EXPECT_EQ(host::OpenHandles(), before);
-  host::ClearFaults();
-}
-
 }  // namespace

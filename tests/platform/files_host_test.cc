@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <functional>
 
 #include "platform/host/control.h"
 #include "platform/native_files.h"
@@ -127,45 +126,6 @@ TEST_F(FilesHostTest, OnlyTemporaryFoldersOfTheSystemsFormCount) {
   EXPECT_EQ(GetTempPathA(MAX_PATH, path), 8u);
   EXPECT_STREQ(path, "C:\\Temp\\");
   SetEnvironmentVariableA("TMP", nullptr);
-}
-
-TEST_F(FilesHostTest, EveryCallFailsWithTheErrorAsked) {
-  ASSERT_TRUE(test::WriteWholeFile(Path("f"), "x"));
-  const std::string path = Path("f"), other = Path("g");
-  HANDLE file = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 7, nullptr, OPEN_EXISTING,
-                            0, nullptr);
-  ASSERT_NE(file, INVALID_HANDLE_VALUE);
-  char buffer[MAX_PATH];
-  DWORD done;
-  LARGE_INTEGER size;
-  const struct {
-    const char* function;
-    std::function<bool()> call;
-  } kRows[] = {
-      {"CreateFileA",
-       [&] {
-         return CreateFileA(path.c_str(), GENERIC_READ, 7, nullptr, OPEN_EXISTING, 0, nullptr) !=
-                INVALID_HANDLE_VALUE;
-       }},
-      {"ReadFile", [&] { return ReadFile(file, buffer, 1, &done, nullptr) != 0; }},
-      {"WriteFile", [&] { return WriteFile(file, "x", 1, &done, nullptr) != 0; }},
-      {"FlushFileBuffers", [&] { return FlushFileBuffers(file) != 0; }},
-      {"GetFileSizeEx", [&] { return GetFileSizeEx(file, &size) != 0; }},
-      {"CopyFileA", [&] { return CopyFileA(path.c_str(), other.c_str(), FALSE) != 0; }},
-      {"CreateDirectoryA", [&] { return CreateDirectoryA(other.c_str(), nullptr) != 0; }},
-      {"DeleteFileA", [&] { return DeleteFileA(path.c_str()) != 0; }},
-      {"GetTempPathA", [&] { return GetTempPathA(MAX_PATH, buffer) != 0; }},
-  };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.function);
-    host::FailCall(row.function, 1, 1234);
-    EXPECT_FALSE(row.call());
-    EXPECT_EQ(GetLastError(), 1234u);
-  }
-  EXPECT_EQ(host::FaultsStruck(), std::size(kRows));
-  CloseHandle(file);
-  EXPECT_EQ(test::ReadWholeFile(path), "x");
-  EXPECT_FALSE(test::Exists(other));
 }
 
 }  // namespace

@@ -67,14 +67,6 @@ TEST(GuardedCallTest, FaultAbandonsTheFunctionAndIsDescribed) {
   }
 }
 
-TEST(GuardedCallTest, WorksAgainAndAgain) {
-  for (int i = 0; i < 1000; ++i) {
-    Job job;
-    ASSERT_FALSE(GuardedCall(ReadNowhere, CatchEveryFault, &job));
-    ASSERT_EQ(job.reached, 1);
-  }
-}
-
 void InnerBlock(void* context) {
   Job inner;
   inner.verdict = In(context).verdict;

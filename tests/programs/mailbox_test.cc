@@ -67,13 +67,6 @@ TEST_F(MailboxTest, TheSameCopyTwiceIsOneFile) {
   EXPECT_TRUE(Staged().empty());
 }
 
-TEST_F(MailboxTest, KeepsCopiesWhenToldTo) {
-  std::string request = "mailto:?" + Stage("a") + "&";
-  options_.keep_copies = true;
-  EXPECT_TRUE(Take(request));
-  EXPECT_EQ(Staged(), Names{"a"});
-}
-
 // From Receive on, the staging folder belongs to the next message.
 TEST_F(MailboxTest, ALaterCopyOfTheSameNameChangesNothing) {
   Mailbox mailbox(options_, reporter_);

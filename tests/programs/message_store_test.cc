@@ -38,30 +38,6 @@ class MessageStoreTest : public testing::Test {
   std::string folder_ = test::TempFolder();
 };
 
-TEST_F(MessageStoreTest, WritesAWholeMessage) {
-  std::string bytes(200000, '\0');
-  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7 % 251);
-  ASSERT_TRUE(test::WriteWholeFile(Path("a.bin"), bytes));
-  Message message{"Hi", {"ann@example.com"}, {"bob"}, {}, "one\rtwo\nthree\r\nfour", {}};
-  message.attachments = {{"a.bin", Path("a.bin")}};
-  MessageStore store(folder_);
-  StoreOutcome outcome = store.Store(message, kStamp);
-  ASSERT_EQ(outcome.error, 0u);
-  EXPECT_EQ(outcome.file_name, "0001.eml");
-  EXPECT_EQ(test::ReadWholeFile(Path("0001.eml")),
-            "From: me@localhost\r\nTo: ann@example.com\r\nCc: bob\r\nSubject: Hi\r\n"
-            "Date: Thu, 01 Jan 1970 00:00:00 +0000\r\nMessage-ID: <1@localhost>\r\n"
-            "MIME-Version: 1.0\r\nContent-Type: multipart/mixed;\r\n"
-            " boundary=\"=_qvclient_part_=\"\r\n\r\n"
-            "--=_qvclient_part_=\r\nContent-Type: text/plain; charset=utf-8\r\n"
-            "Content-Transfer-Encoding: base64\r\nContent-Disposition: inline\r\n\r\n" +
-                Base64Lines("one\r\ntwo\r\nthree\r\nfour") +
-                "--=_qvclient_part_=\r\nContent-Type: application/octet-stream;\r\n"
-                " name=\"a.bin\"\r\nContent-Transfer-Encoding: base64\r\n"
-                "Content-Disposition: attachment;\r\n filename=\"a.bin\"\r\n\r\n" +
-                Base64Lines(bytes) + "--=_qvclient_part_=--\r\n");
-}
-
 TEST_F(MessageStoreTest, UsesFreeNumbersAndLeavesWhatIsThere) {
   ASSERT_TRUE(test::WriteWholeFile(Path("0001.eml"), "mine"));
   ASSERT_TRUE(test::WriteWholeFile(Path("0003.EML"), "mine too"));
@@ -82,6 +58,9 @@ TEST_F(MessageStoreTest, LeavesNothingOfAMessageThatFails) {
   EXPECT_EQ(outcome.failed_path, Path("gone"));
   EXPECT_TRUE(test::FolderEntries(folder_).empty());
 
+  EXPECT_EQ(MessageStore(folder_).Check(), 0u);
+  EXPECT_TRUE(test::FolderEntries(folder_).empty());
+  EXPECT_EQ(MessageStore(Path("no\\folder")).Check(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
   outcome = MessageStore(Path("no\\folder")).Store({}, kStamp);
   EXPECT_EQ(outcome.error, static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
   EXPECT_EQ(outcome.failed_path, Path("no\\folder"));
