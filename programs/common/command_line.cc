@@ -17,7 +17,7 @@ std::optional<int> ReportUsage(const Reporter& reporter, const std::string& what
 }  // namespace
 
 void PrepareCommandLine(CLI::App& app, const std::string& example) {
-  app.footer("\nExample:\n" + example + "\n");
+  app.footer("Example:\n" + example);
   app.set_version_flag("--version", app.get_name() + " " QV_VERSION, "Print the version");
   app.set_help_flag("--help", "Print this help");
 }

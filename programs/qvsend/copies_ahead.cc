@@ -16,8 +16,11 @@ DWORD MakeCopy(const OutgoingFile& file, uint32_t code_page) {
 
 std::string CannotCopy(const AttachmentFile& file, DWORD error) {
   std::string reason = error == ERROR_SUCCESS ? "" : program::ErrorText(error) + "; ";
+  bool by_name = error == ERROR_FILENAME_EXCED_RANGE || error == ERROR_INVALID_NAME;
   return "cannot copy " + file.shown + " into " + program::ShownPath(program::StagingFolder()) +
-         ": " + reason + "make room there, and see that files can be written";
+         ": " + reason +
+         (by_name ? "give it another one with --attach FILE=NAME"
+                  : "make room there, and see that files can be written");
 }
 
 std::string CopyPath(const OutgoingFile& file, uint32_t code_page) {

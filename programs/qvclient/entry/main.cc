@@ -186,8 +186,9 @@ int Serve(const Options& options, const program::Reporter& reporter) {
   DWORD error = program::MakeFolders(mailbox.folder);
   if (error == ERROR_SUCCESS) error = MessageStore(mailbox.folder).Check();
   if (error != ERROR_SUCCESS) {
-    return Failed(reporter, "cannot store messages in " + program::ShownPath(mailbox.folder) +
-                                ": " + program::ErrorText(error) +
+    std::string shown =
+        options.folder.empty() ? program::ShownPath(mailbox.folder) : options.folder;
+    return Failed(reporter, "cannot store messages in " + shown + ": " + program::ErrorText(error) +
                                 "; choose another folder with --folder");
   }
   return Service(mailbox, MessageCount(options), reporter).Run(options.acknowledge_after);
