@@ -34,6 +34,7 @@
 #include "platform/host/profile.h"
 #include "platform/host/registry.h"
 #include "platform/host/synchronization.h"
+#include "platform/host/system_info.h"
 #include "platform/host/types.h"
 
 #endif

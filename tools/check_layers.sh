@@ -28,7 +28,7 @@ git ls-files --cached --others --exclude-standard -- '*.h' '*.cc' '*.c' | awk '
     while ((getline line < file) > 0) {
       number++
       if (file !~ /^platform\// && file != "mapi/include/qvsmapi.h" && !test &&
-          (line ~ /_WIN32/ || line ~ /#include *<windows\.h>/))
+          (line ~ /(^|[^A-Za-z0-9_])_WIN32([^A-Za-z0-9_]|$)/ || line ~ /#include *<windows\.h>/))
         complain("asks for the platform outside platform/")
       if (line !~ /^#include "/) continue
       split(line, quoted, "\""); target = quoted[2]

@@ -8,11 +8,12 @@
 
 #include <cstdint>
 
-// What GlobalMemoryStatus says. That call reports at most 2 or 4 GiB, whatever the machine has.
+// What GlobalMemoryStatus says, cut at 2^32 - 1 where that call reports more. (In a 32-bit process
+// it reports at most 2 or 4 GiB, whatever the machine has.)
 struct MemoryStatus {
   uint32_t usable_total;      // the smallest of the three totals
-  uint32_t usable_available;  // the smallest of available page file, total physical (no mistake:
-                              // what is swapped out counts as usable) and available virtual
+  uint32_t usable_available;  // the smallest of available page file, total (not available)
+                              // physical and available virtual
   uint32_t total_physical;
   uint32_t available_physical;
   uint32_t total_page_file;  // physical memory and page file together: the limit to allocations

@@ -57,6 +57,26 @@ QV_HOST_CONTROL void SetAnsiCodePage(UINT code_page);
 // Font character sets that CreateFontA finds; {} restores the default set.
 QV_HOST_CONTROL void SetFontCharsets(const std::vector<BYTE>& char_sets);
 
+// What GetVersionExA reports (the numbers of that call), and metric 89 of GetSystemMetrics.
+struct SystemVersion {
+  DWORD platform = 2, major = 6, minor = 1, build = 7601;
+  std::string service_pack = "Service Pack 1";
+  WORD suite = 0x100;
+  BYTE product = 1;
+  int server_r2 = 0;
+};
+QV_HOST_CONTROL void SetSystemVersion(const SystemVersion& version);
+
+// What the memory calls report instead of the machine's figures, bytes.
+struct MemoryFigures {
+  uint64_t total_physical = 0, available_physical = 0;
+  uint64_t total_page_file = 0, available_page_file = 0;
+  uint64_t total_virtual = 0, available_virtual = 0;
+};
+QV_HOST_CONTROL void SetMemoryFigures(const MemoryFigures& figures);
+// The default version and the machine's figures again.
+QV_HOST_CONTROL void ResetSystem();
+
 // Open handles of all kinds: files, processes, keys, fonts, DDE instances, conversations
 // and strings. Resources of modules need no closing and do not count.
 QV_HOST_CONTROL uint32_t OpenHandles();
@@ -64,7 +84,7 @@ QV_HOST_CONTROL uint32_t OpenHandles();
 // The state directory (made when missing), a native path.
 QV_HOST_CONTROL std::string StateDirectory();
 // Empties the state directory and gives it what a fresh system holds; clears faults, frozen ticks,
-// recorded boxes and debugger output. Open handles stay.
+// a chosen version, memory figures, recorded boxes and debugger output. Open handles stay.
 QV_HOST_CONTROL void ResetState();
 
 }  // namespace host

@@ -71,6 +71,16 @@ HMODULE Load(std::u16string_view path) {
   return static_cast<HMODULE>(handle);
 }
 
+// An object that the program was started with can be searched only once it was opened too.
+void* FindSymbol(const LoadedModule& module, const char* name) {
+  bool is_main = module.handle == reinterpret_cast<HMODULE>(MainMap());
+  void* handle = dlopen(is_main ? nullptr : module.file.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (!handle) return nullptr;
+  void* address = dlsym(handle, name);
+  dlclose(handle);
+  return address;
+}
+
 // By the rule of GetModuleFileName: what fits, ended, and an error when that is not all.
 template <typename Char>
 DWORD CopyFileName(std::basic_string_view<Char> file, Char* buffer, DWORD size) {
@@ -89,7 +99,18 @@ LoadedModule FindModule(HMODULE handle) {
   return FindFirst([handle](link_map* map) { return reinterpret_cast<HMODULE>(map) == handle; });
 }
 
+// Calls of this library of the system are found by name in the stand-in.
+constexpr char kSystemLibrary[] = "KERNEL32.DLL";
+
+LoadedModule FindStandIn() {
+  Dl_info place;
+  void* map = nullptr;
+  if (!dladdr1(reinterpret_cast<void*>(&FindStandIn), &place, &map, RTLD_DL_LINKMAP)) return {};
+  return FindModule(static_cast<HMODULE>(map));
+}
+
 LoadedModule FindModuleByName(const std::string& name) {
+  if (SameIgnoringCase(name, kSystemLibrary)) return FindStandIn();
   bool bare = name.find('/') == std::string::npos;
   return FindFirst([&](link_map* map) {
     std::string file = Describe(map).file;
@@ -153,7 +174,7 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
   host::LoadedModule found = host::FindModule(module);
   if (!found.handle) return Fail(ERROR_INVALID_HANDLE, FARPROC{});
   // Numbers in place of names are not kept in ELF files.
-  void* address = IS_INTRESOURCE(name) ? nullptr : dlsym(found.handle, name);
+  void* address = IS_INTRESOURCE(name) ? nullptr : host::FindSymbol(found, name);
   if (!address) return Fail(ERROR_PROC_NOT_FOUND, FARPROC{});
   return reinterpret_cast<FARPROC>(address);
 }

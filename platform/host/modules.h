@@ -2,7 +2,8 @@
 //
 // A module handle stands for one ELF object of the process. Its resources are the section
 // ".qvres" of its own file, written by the project's resource tool, so a library reads the strings
-// of the executable that loaded it from that executable.
+// of the executable that loaded it from that executable. "KERNEL32.DLL" is the stand-in itself: its
+// calls are found by name there.
 #pragma once
 
 #include "platform/host/types.h"

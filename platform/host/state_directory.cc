@@ -103,6 +103,7 @@ void ResetState() {
   MakeFreshFolders(root);
   ClearFaults();
   ThawTicks();
+  ResetSystem();
   TakeMessageBoxes();
   TakeDebugOutput();
 }

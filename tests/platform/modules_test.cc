@@ -129,4 +129,12 @@ TEST(ModulesTest, LoadedLibrary) {
   EXPECT_EQ(GetModuleHandleA(QV_TEST_LIBRARY_FILE), nullptr);
 }
 
+TEST(ModulesTest, CallsOfTheSystemByName) {
+  HMODULE kernel = GetModuleHandleA("kernel32.dll");
+  ASSERT_NE(kernel, nullptr);
+  EXPECT_NE(GetProcAddress(kernel, "GlobalMemoryStatusEx"), nullptr);
+  EXPECT_EQ(GetProcAddress(kernel, "NoSuchCallOfTheSystem"), nullptr);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
+}
+
 }  // namespace
