@@ -15,7 +15,7 @@ std::vector<Job>& Jobs() {
 std::string OursName(const Job& job) { return job.name + "#ours"; }
 std::string PeerName(const Job& job) { return job.name + "#peer"; }
 
-// Keeps the median of each benchmark, in nanoseconds.
+// Keeps the median of each benchmark, in nanoseconds per iteration.
 class MedianReporter : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context&) override { return true; }
@@ -34,15 +34,25 @@ void Print(const Job& job, MedianReporter& reporter) {
   const char* clock = job.processor_time ? "|cpu" : "|real";
   auto ours = reporter.median.find(OursName(job) + clock);
   if (ours == reporter.median.end()) return;
-  if (!job.theirs) {
-    std::printf("%-44s %12.1f ns\n", job.name.c_str(), ours->second);
-    return;
+  double time = ours->second / job.operations;
+  std::printf("%-44s %12.1f ns", job.name.c_str(), time);
+  if (job.theirs) {
+    double theirs = reporter.median[PeerName(job) + clock] / job.operations;
+    double ratio = time / theirs;
+    std::printf(" %12.1f ns  %6.3fx", theirs, ratio);
+    if (job.target > 0) {
+      std::printf("  target %5.2fx  %s", job.target,
+                  ratio <= job.target * 1.05 ? "reached" : "missed");
+    }
   }
-  double theirs = reporter.median[PeerName(job) + clock];
-  double ratio = ours->second / theirs;
-  std::printf("%-44s %12.1f ns %12.1f ns  %6.3fx  target %5.2fx  %s\n", job.name.c_str(),
-              ours->second, theirs, ratio, job.target,
-              ratio <= job.target * 1.05 ? "reached" : "missed");
+  std::printf("\n");
+}
+
+void Register(const Job& job, const std::string& name,
+              const std::function<void(benchmark::State&)>& function) {
+  auto* registered = benchmark::RegisterBenchmark(name.c_str(), function);
+  if (job.own_time) registered->UseManualTime();
+  if (job.iterations > 0) registered->Iterations(job.iterations);
 }
 
 }  // namespace
@@ -60,8 +70,8 @@ int Run(int argc, char** argv) {
   benchmark::Initialize(&count, arguments.data());
 
   for (const Job& job : Jobs()) {
-    benchmark::RegisterBenchmark(OursName(job).c_str(), job.ours);
-    if (job.theirs) benchmark::RegisterBenchmark(PeerName(job).c_str(), job.theirs);
+    Register(job, OursName(job), job.ours);
+    if (job.theirs) Register(job, PeerName(job), job.theirs);
   }
   MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

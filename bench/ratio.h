@@ -16,11 +16,17 @@ namespace bench {
 struct Job {
   std::string name;
   std::string peer;   // "" for a job without one
-  double target = 0;  // our time divided by the peer's, at most
+  double target = 0;  // our time divided by the peer's, at most; 0: none, for the record only
   std::function<void(benchmark::State&)> ours;
   std::function<void(benchmark::State&)> theirs;
   // Processor time of this process instead of elapsed time.
   bool processor_time = false;
+  // The jobs measure by themselves and call SetIterationTime.
+  bool own_time = false;
+  // What one iteration does; the table shows the time of one.
+  double operations = 1;
+  // Iterations of a repetition; 0: as many as a repetition's time allows.
+  int64_t iterations = 0;
 };
 
 void Add(Job job);

@@ -1,8 +1,8 @@
 // One bucket array of a hash table: an array of head nodes in segments of about 16 KB.
 //
-// A large array would cost milliseconds to clear or to free, all in the one insert that needs it. So
-// a segment is made when the first entry goes into it, and an array that is being emptied gives its
-// segments back one by one. A segment that is not there holds only empty buckets.
+// A large array would cost milliseconds to clear or to free, all in the one insert that needs it.
+// So a segment is made when the first entry goes into it, and an array that is being emptied gives
+// its segments back one by one. A segment that is not there holds only empty buckets.
 //
 // Invariants: a head that is not live has no chain; no entry stands in a bucket before the cursor.
 #pragma once

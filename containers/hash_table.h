@@ -9,9 +9,11 @@
 //   for (each.Begin(table); each.Next(&block, sizeof block);) table.Remove(&block, sizeof block);
 //
 // Growing doubles the bucket array. The full one becomes the previous generation, and every later
-// insert and removal moves a few of its entries to the current one, so no call pays for all of them.
+// insert and removal moves a few of its entries to the current one, so no call pays for all of
+// them.
 //
-// Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and look at
+// Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and look
+// at
 //   no more than 128 buckets besides their own; the memory that one call clears or frees is bounded
 //   too. Nothing shrinks: bucket arrays and pooled chain nodes stay for as long as the table.
 // Threads: none of its own; the owner excludes other threads.
@@ -63,10 +65,10 @@ uint64_t HashBytes(const void* data, uint32_t size);
 
 class HashTable {
  public:
-  // Entries of up to `inline_size` bytes are kept inside their nodes, larger ones in copies of their
-  // own. The bucket count is given less 1, so that every value has a meaning; memory for it is first
-  // taken by an insert, which fails when the count is beyond reason. `load_limit` is in percent
-  // of the bucket count. `context` is passed to both functions.
+  // Entries of up to `inline_size` bytes are kept inside their nodes, larger ones in copies of
+  // their own. The bucket count is given less 1, so that every value has a meaning; memory for it
+  // is first taken by an insert, which fails when the count is beyond reason. `load_limit` is in
+  // percent of the bucket count. `context` is passed to both functions.
   HashTable(uint32_t inline_size, uint64_t initial_buckets_less_1, uint16_t load_limit,
             HashFunction hash, CompareFunction compare, uintptr_t context);
   // With 101 buckets and a load limit of 100 percent. Without functions the key is the whole entry.
@@ -106,8 +108,8 @@ class HashTable {
   virtual bool Equal(const void* data, uint32_t size, const void* stored, uint32_t stored_size,
                      uint32_t mode) const;
   // Moves up to 10 entries, and frees buckets of a source that has none left. False, with every
-  // entry still in its place, while an iterator is registered; false as well when memory ends on the
-  // way.
+  // entry still in its place, while an iterator is registered; false as well when memory ends on
+  // the way.
   virtual bool Migrate(HashGeneration* source, HashGeneration* destination);
 
  private:
@@ -146,8 +148,8 @@ class HashTable {
 };
 
 // Visits every entry once, the previous generation's first. While one is registered, between Begin
-// and End, the table may be changed in every way; entries that are added meanwhile may be visited or
-// not. The table grows only once and moves nothing then, so End soon.
+// and End, the table may be changed in every way; entries that are added meanwhile may be visited
+// or not. The table grows only once and moves nothing then, so End soon.
 class HashIterator {
  public:
   HashIterator() = default;

@@ -50,8 +50,7 @@ struct HashTableCheck {
     if (iterator->table_ != &table) return false;
     if (iterator->done_) return iterator->node_ == nullptr;
     if (iterator->node_ == nullptr) return true;
-    const HashGeneration& generation =
-        iterator->in_previous_ ? table.previous_ : table.current_;
+    const HashGeneration& generation = iterator->in_previous_ ? table.previous_ : table.current_;
     const HashNode* node = generation.Head(iterator->bucket_);
     while (node != nullptr && node != iterator->node_) node = node->next;
     return node != nullptr && node->IsLive();

@@ -1,0 +1,403 @@
+#include "containers/hash_table.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/hooks.h"
+#include "tests/containers/counted_memory.h"
+
+namespace qv {
+
+// Looks inside, and makes the damage that an iterator has to bear.
+struct HashTableTestAccess {
+  static bool HasPrevious(const HashTable& table) { return table.previous_.exists(); }
+  static uint64_t PreviousEntries(const HashTable& table) { return table.previous_.entries; }
+  static uint64_t Cursor(const HashTable& table) { return table.previous_.cursor; }
+  static uint64_t Buckets(const HashTable& table) { return table.current_.buckets; }
+  static void EmptyNodeUnder(HashIterator& iterator) { *iterator.node_ = {}; }
+};
+
+}  // namespace qv
+
+namespace {
+
+using qv::HashIterator;
+using qv::HashTable;
+using Access = qv::HashTableTestAccess;
+using testing::ElementsAre;
+
+// Entries are texts that begin with their key, one character. The context is the hash of all.
+uint64_t HashToContext(const void*, uint32_t, uintptr_t context, uint32_t) { return context; }
+uint64_t HashFirst(const void* data, uint32_t, uintptr_t, uint32_t) {
+  return *static_cast<const unsigned char*>(data);
+}
+bool SameFirst(const void* data, uint32_t, const void* stored, uint32_t, uintptr_t, uint32_t) {
+  return *static_cast<const char*>(data) == *static_cast<const char*>(stored);
+}
+
+bool Put(HashTable& table, const std::string& entry) {
+  bool stored = table.Insert(entry.data(), static_cast<uint32_t>(entry.size()));
+  EXPECT_TRUE(table.CheckInvariants()) << "after inserting " << entry;
+  return stored;
+}
+bool Take(HashTable& table, const std::string& key) {
+  bool removed = table.Remove(key.data(), static_cast<uint32_t>(key.size()));
+  EXPECT_TRUE(table.CheckInvariants()) << "after removing " << key;
+  return removed;
+}
+// The entry with a key, "-" when there is none.
+std::string Get(const HashTable& table, const std::string& key) {
+  char text[64];
+  uint32_t size = sizeof text;
+  if (!table.Lookup(key.data(), static_cast<uint32_t>(key.size()), text, &size)) return "-";
+  return std::string(text, size);
+}
+// What the iterator still visits, in order.
+std::vector<std::string> Rest(HashIterator& each) {
+  std::vector<std::string> entries;
+  uint32_t size = 0;
+  while (const void* entry = each.Next(&size)) {
+    entries.emplace_back(static_cast<const char*>(entry), size);
+  }
+  EXPECT_TRUE(each.done());
+  return entries;
+}
+
+TEST(HashTableTest, HashOfBytes) {
+  const struct {
+    const char* name;
+    std::string bytes;
+    uint64_t hash;
+  } kRows[] = {
+      {"empty", "", 0},
+      {"plain", "a", 0x00000006CA2E9442},
+      {"negative", "\x80", 0x9C1B80092725CE27},
+      {"minus one", "\xFF", 0x9C1B8000124A2494},
+      {"both signs", "\x7F\x80", 0x000023BACAAC866F},
+      {"eight", "12345678", 0x63E16E746474D7E5},
+      {"with zeros", "\xFA\xFB\xFC\xFD\xFE\xFF" + std::string(10, '\0'), 0xC2626EE43EA95B8A}};
+  for (const auto& row : kRows) {
+    EXPECT_EQ(qv::HashBytes(row.bytes.data(), static_cast<uint32_t>(row.bytes.size())), row.hash)
+        << row.name;
+  }
+}
+
+TEST(HashTableTest, RemaindersAreThoseOfDivision) {
+  const uint64_t kNumbers[] = {0,
+                               1,
+                               2,
+                               3,
+                               100,
+                               101,
+                               0xFFFFFFFF,
+                               0x100000000,
+                               0x123456789ABCDEF,
+                               (uint64_t{1} << 63) - 1,
+                               uint64_t{1} << 63,
+                               UINT64_MAX - 1,
+                               UINT64_MAX};
+  for (uint64_t divisor : {uint64_t{1}, uint64_t{2}, uint64_t{3}, uint64_t{101}, uint64_t{65536},
+                           uint64_t{1} << 40, (uint64_t{1} << 40) - 87, uint64_t{0xFFFFFFFF}}) {
+    const qv::Reciprocal reciprocal(divisor);
+    for (uint64_t number : kNumbers) {
+      EXPECT_EQ(reciprocal.Remainder(number), number % divisor) << number << " by " << divisor;
+    }
+    for (uint64_t factor = 1; factor < 1000; ++factor) {
+      EXPECT_EQ(reciprocal.Remainder(divisor * factor), 0u);
+      EXPECT_EQ(reciprocal.Remainder(divisor * factor - 1), divisor - 1);
+    }
+  }
+}
+
+TEST(HashTableTest, EntriesOfAllSizes) {
+  test::CountedMemory memory;
+  {
+    HashTable table(8, HashFirst, SameFirst);
+    const std::string kEntries[] = {"a", "b23456789", "c2345678", "d" + std::string(50, 'x')};
+    for (const std::string& entry : kEntries) EXPECT_TRUE(Put(table, entry));
+    for (const std::string& entry : kEntries) EXPECT_EQ(Get(table, entry.substr(0, 1)), entry);
+    EXPECT_EQ(table.Count(), 4u);
+    // From inline to separate and back.
+    for (const char* entry : {"a234567890", "a", "a2345678901", "a234567890"}) {
+      EXPECT_TRUE(Put(table, entry));
+      EXPECT_EQ(Get(table, "a"), entry);
+    }
+    EXPECT_EQ(table.Count(), 4u) << "an equal entry is replaced";
+    EXPECT_TRUE(Take(table, "d"));
+    EXPECT_FALSE(Take(table, "d"));
+    EXPECT_EQ(Get(table, "d"), "-");
+  }
+  EXPECT_EQ(test::Memory().blocks, 0);
+}
+
+TEST(HashTableTest, WithoutFunctionsTheKeyIsTheWholeEntry) {
+  HashTable table(4);
+  for (const char* entry : {"one", "two", "three", ""}) EXPECT_TRUE(Put(table, entry));
+  EXPECT_EQ(Get(table, "three"), "three");
+  EXPECT_EQ(Get(table, ""), "");
+  EXPECT_EQ(Get(table, "thre"), "-");
+  EXPECT_TRUE(Take(table, ""));
+  EXPECT_EQ(table.Count(), 3u);
+}
+
+TEST(HashTableTest, LookupForms) {
+  HashTable table(4, HashFirst, SameFirst);
+  Put(table, "abcdef");
+  char out[8] = "#######";
+  EXPECT_FALSE(table.Lookup("a", 1, out, 5u)) << "another size";
+  EXPECT_FALSE(table.Lookup("b", 1, out, 6u));
+  EXPECT_EQ(out, std::string("#######"));
+  EXPECT_TRUE(table.Lookup("a", 1, out, 6u));
+  EXPECT_EQ(out, std::string("abcdef#"));
+  EXPECT_TRUE(table.Lookup("a", 1, nullptr, 6u));
+  uint32_t size = 5;
+  out[0] = '#';
+  EXPECT_FALSE(table.Lookup("a", 1, out, &size)) << "too small";
+  EXPECT_EQ(size, 6u);
+  EXPECT_EQ(out[0], '#');
+  EXPECT_TRUE(table.Lookup("a", 1, out, &size));
+  EXPECT_EQ(size, 6u);
+  EXPECT_EQ(out[0], 'a');
+  size = 1;
+  EXPECT_TRUE(table.Lookup("a", 1, nullptr, &size));
+  EXPECT_EQ(size, 6u);
+  EXPECT_TRUE(table.Lookup("a", 1, nullptr, nullptr));
+  EXPECT_FALSE(table.Lookup("b", 1, out, &size));
+  EXPECT_EQ(size, 0u);
+}
+
+TEST(HashTableTest, BadArgumentsAndSizes) {
+  HashTable table(8, HashFirst, SameFirst);
+  EXPECT_FALSE(table.Insert(nullptr, 3));
+  EXPECT_FALSE(table.Remove(nullptr, 3));
+  EXPECT_FALSE(table.Lookup(nullptr, 3, nullptr, nullptr));
+  EXPECT_EQ(table.Count(), 0u);
+  const struct {
+    const char* name;
+    uint64_t buckets_less_1;
+  } kRows[] = {{"wraps to none", UINT64_MAX}, {"beyond reason", UINT64_MAX / 2}};
+  for (const auto& row : kRows) {
+    HashTable large(8, row.buckets_less_1, 100, HashFirst, SameFirst, 0);
+    EXPECT_FALSE(Put(large, "a")) << row.name;
+    EXPECT_EQ(Get(large, "a"), "-");
+    EXPECT_FALSE(Take(large, "a"));
+    HashIterator each;
+    each.Begin(large);
+    EXPECT_TRUE(each.done());
+  }
+}
+
+// Every call that a table makes of its functions.
+std::vector<std::string>& Calls() {
+  static std::vector<std::string> calls;
+  return calls;
+}
+TEST(HashTableTest, FunctionsGetModesSizesAndContext) {
+  Calls().clear();
+  auto hash = [](const void*, uint32_t size, uintptr_t context, uint32_t mode) -> uint64_t {
+    Calls().push_back("hash" + std::to_string(size) + " mode" + std::to_string(mode));
+    return context;
+  };
+  auto compare = [](const void* data, uint32_t size, const void* stored, uint32_t stored_size,
+                    uintptr_t context, uint32_t mode) {
+    EXPECT_EQ(context, 77u);
+    Calls().push_back("compare" + std::to_string(size) + "," + std::to_string(stored_size) +
+                      " mode" + std::to_string(mode));
+    return SameFirst(data, size, stored, stored_size, context, mode);
+  };
+  HashTable table(8, hash, compare, 77);
+  table.Insert("abc", 3);
+  table.Insert("ab", 2);
+  table.Lookup("a", 1, nullptr, nullptr);
+  table.Remove("a", 1);
+  EXPECT_THAT(Calls(), ElementsAre("hash3 mode0", "hash2 mode0", "compare2,3 mode0", "hash1 mode2",
+                                   "compare1,2 mode2", "hash1 mode2", "compare1,2 mode1"));
+}
+
+TEST(HashTableTest, GrowsInStepsAndEstimatesItsMemory) {
+  HashTable table(8, 3, 50, nullptr, nullptr, 0);  // 4 buckets: grows when 3 are in
+  EXPECT_EQ(table.MemoryEstimate(), 128u);
+  for (uint64_t i = 1; i <= 3; ++i) table.Insert(&i, sizeof i);
+  EXPECT_EQ(table.MemoryEstimate(), 29u * 4 + 128);
+  uint64_t next = 4;
+  table.Insert(&next, sizeof next);
+  EXPECT_EQ(table.MemoryEstimate(), 29u * (4 + 8) + 128);
+  EXPECT_TRUE(table.CheckInvariants());
+  EXPECT_TRUE(table.Remove(&next, sizeof next)) << "a step of its own";
+  EXPECT_EQ(table.MemoryEstimate(), 29u * 8 + 128);
+  EXPECT_TRUE(table.CheckInvariants());
+  EXPECT_EQ(table.Count(), 3u);
+  for (uint64_t i = 1; i <= 3; ++i) EXPECT_TRUE(table.Lookup(&i, 8, nullptr, nullptr));
+}
+
+TEST(HashTableTest, AnEntryOfThePreviousGenerationIsReplacedThere) {
+  HashTable table(8, 39, 50, HashFirst, SameFirst, 0);
+  for (char key = 'A'; key <= 'V'; ++key) Put(table, std::string(1, key) + "1");
+  ASSERT_EQ(Access::PreviousEntries(table), 21u) << "grown with the last one, nothing moved yet";
+  Put(table, "K2");  // moves ten others
+  EXPECT_EQ(Access::PreviousEntries(table), 11u);
+  EXPECT_EQ(Get(table, "K"), "K2");
+  EXPECT_EQ(table.Count(), 22u);
+}
+
+// No call does more than its share, whatever the table's size and load.
+TEST(HashTableTest, WorkOfACallIsBounded) {
+  const struct {
+    const char* name;
+    uint64_t first_buckets;
+    uint16_t load;
+  } kRows[] = {{"full", 2, 100}, {"crowded", 2, 400}, {"sparse", 500, 1}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    test::CountedMemory memory;
+    HashTable table(8, row.first_buckets - 1, row.load, nullptr, nullptr, 0);
+    uint32_t generations = 0;
+    for (uint64_t i = 0; i < 30000; ++i) {
+      const bool migrating = Access::HasPrevious(table);
+      const uint64_t entries = Access::PreviousEntries(table), cursor = Access::Cursor(table);
+      test::Memory().allocated = test::Memory().released = 0;
+      const uint64_t older = i / 2;
+      if (i % 5 == 4) {
+        table.Remove(&older, sizeof older);
+      } else {
+        ASSERT_TRUE(table.Insert(&i, sizeof i));
+      }
+      if (migrating && Access::HasPrevious(table)) {
+        ASSERT_LE(entries - Access::PreviousEntries(table), 11u);  // one may have been removed
+        ASSERT_LE(Access::Cursor(table) - cursor, 128u * 512) << "a segment has 512 buckets";
+      }
+      if (!migrating && Access::HasPrevious(table)) ++generations;
+      ASSERT_LE(test::Memory().allocated, 14u);
+      ASSERT_LE(test::Memory().released, 10u);
+    }
+    EXPECT_GE(generations, 3u);
+    EXPECT_LE(test::Memory().largest, 131072u) << "the bucket array comes in segments";
+    EXPECT_TRUE(table.CheckInvariants());
+  }
+}
+
+// --- iterators ---
+
+TEST(HashIteratorTest, EmptyAndUnregistered) {
+  HashTable table(8);
+  HashIterator each;
+  EXPECT_TRUE(each.done());
+  EXPECT_FALSE(each.Next(nullptr, 8));
+  each.End();
+  each.Begin(table);
+  EXPECT_TRUE(each.done());
+  uint32_t size = 9;
+  EXPECT_EQ(each.Next(&size), nullptr);
+  EXPECT_EQ(size, 0u);
+}
+
+TEST(HashIteratorTest, FormsOfNext) {
+  HashTable table(4, HashFirst, SameFirst);
+  for (const char* entry : {"a1", "b23456", "c3"}) Put(table, entry);
+  HashIterator each;
+  each.Begin(table);
+  char out[8] = {};
+  EXPECT_TRUE(each.Next(out, 2));
+  EXPECT_STREQ(out, "a1");
+  EXPECT_FALSE(each.Next(out, 2)) << "another size";
+  EXPECT_FALSE(each.done());
+  EXPECT_STREQ(out, "a1");
+  EXPECT_THAT(Rest(each), ElementsAre("c3"));
+  each.Begin(table);
+  EXPECT_THAT(Rest(each), ElementsAre("a1", "b23456", "c3"));
+}
+
+TEST(HashIteratorTest, ATableThatGoesEndsItsIterators) {
+  HashIterator first, second;
+  {
+    HashTable table(8);
+    Put(table, "a");
+    first.Begin(table);
+    second.Begin(table);
+    second.Begin(table);
+    EXPECT_TRUE(table.CheckInvariants());
+  }
+  EXPECT_TRUE(first.done());
+  EXPECT_EQ(second.Next(nullptr), nullptr);
+}
+
+TEST(HashIteratorTest, BlocksMigrationAndFollowsItsGeneration) {
+  HashTable table(8, 3, 50, HashFirst, SameFirst, 0);
+  for (const char* entry : {"a", "b", "c"}) Put(table, entry);
+  HashIterator each;
+  each.Begin(table);
+  Put(table, "d");  // grows: what the iterator walks is now the previous generation
+  EXPECT_EQ(Access::PreviousEntries(table), 3u);
+  for (char key = 'e'; key <= 'z'; ++key) Put(table, std::string(1, key));
+  EXPECT_EQ(Access::PreviousEntries(table), 3u);
+  EXPECT_EQ(Access::Buckets(table), 8u) << "and growth waits";
+  std::vector<std::string> rest = Rest(each);
+  EXPECT_EQ(std::set<std::string>(rest.begin(), rest.end()).size(), 26u);
+  EXPECT_EQ(rest.size(), 26u);
+  each.End();
+  Put(table, "A");
+  EXPECT_EQ(Access::Buckets(table), 16u) << "both go on when it has ended";
+}
+
+// One bucket: the chain is head, then the newest of the others first. The iterator stands on a
+// place of it while another entry goes.
+TEST(HashIteratorTest, RemovalsInTheChainUnderIt) {
+  const struct {
+    const char* name;
+    std::string entries;  // in the order of the chain: head, then the rest
+    size_t visited;       // before the removal
+    std::string removed;
+    std::string rest;
+  } kRows[] = {{"head of two, on it", "ab", 0, "a", "b"},
+               {"head of two, behind it", "ab", 1, "a", "b"},
+               {"second of two, on it", "ab", 1, "b", ""},
+               {"second of two, on the head", "ab", 0, "b", "a"},
+               {"head of three, on the last", "abc", 2, "a", "c"},
+               {"middle, on it", "abc", 1, "b", "c"},
+               {"middle, on the last", "abc", 2, "b", "c"},
+               {"head and its successor", "abc", 0, "ab", "c"},
+               {"successor twice", "abc", 1, "ab", "c"},
+               {"only one", "a", 0, "a", ""},
+               {"all", "abcd", 1, "dcba", ""},
+               {"all from the front", "abcd", 2, "abcd", ""}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    static std::string debug_text;
+    debug_text.clear();
+    qv::GlobalHooks().write_debug_text = [](const char* text) { debug_text += text; };
+    HashTable table(8, 0, 1000, HashToContext, SameFirst, 5);
+    Put(table, row.entries.substr(0, 1));
+    for (size_t i = row.entries.size() - 1; i > 0; --i) Put(table, row.entries.substr(i, 1));
+    HashIterator each;
+    each.Begin(table);
+    for (size_t i = 0; i < row.visited; ++i) EXPECT_NE(each.Next(nullptr), nullptr);
+    for (char key : row.removed) EXPECT_TRUE(Take(table, std::string(1, key)));
+    std::string rest;
+    for (const std::string& entry : Rest(each)) rest += entry;
+    EXPECT_EQ(rest, row.rest);
+    EXPECT_EQ(debug_text, "");
+  }
+  qv::ResetHooksForTest();
+}
+
+TEST(HashIteratorTest, ReportsAnEntryThatWasEmptiedUnderIt) {
+  static std::string debug_text;
+  debug_text.clear();
+  qv::GlobalHooks().write_debug_text = [](const char* text) { debug_text += text; };
+  HashTable table(8, HashFirst, SameFirst);
+  for (const char* entry : {"a", "b", "c"}) Put(table, entry);
+  HashIterator each;
+  each.Begin(table);
+  Access::EmptyNodeUnder(each);
+  EXPECT_FALSE(table.CheckInvariants());
+  EXPECT_THAT(Rest(each), ElementsAre("b", "c"));
+  EXPECT_EQ(debug_text, "\n\n!!! NO BOOM !!! GetNextHashSlot() - Stale data\n\n");
+  qv::ResetHooksForTest();
+}
+
+}  // namespace
