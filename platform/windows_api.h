@@ -35,6 +35,7 @@
 #include "platform/host/registry.h"
 #include "platform/host/synchronization.h"
 #include "platform/host/system_info.h"
+#include "platform/host/thread_storage.h"
 #include "platform/host/types.h"
 
 #endif

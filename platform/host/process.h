@@ -31,6 +31,7 @@ QV_HOST_API void GetLocalTime(SYSTEMTIME* time);
 QV_HOST_API BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency);
 QV_HOST_API BOOL QueryPerformanceCounter(LARGE_INTEGER* count);
 QV_HOST_API void Sleep(DWORD milliseconds);
+QV_HOST_API DWORD SleepEx(DWORD milliseconds, BOOL alertable);
 QV_HOST_API void OutputDebugStringA(LPCSTR text);
 QV_HOST_API BOOL CreateProcessA(LPCSTR application, LPSTR command_line,
                                 LPSECURITY_ATTRIBUTES process_security,

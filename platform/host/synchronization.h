@@ -1,4 +1,4 @@
-// Handles, waits and critical sections.
+// Handles, waits, events and critical sections.
 #pragma once
 
 #include "platform/host/registry.h"
@@ -15,6 +15,11 @@ struct CRITICAL_SECTION {
 };
 
 QV_HOST_API BOOL CloseHandle(HANDLE handle);
+// Events without a name only.
+QV_HOST_API HANDLE CreateEventA(LPSECURITY_ATTRIBUTES security, BOOL manual_reset, BOOL signalled,
+                                LPCSTR name);
+QV_HOST_API BOOL SetEvent(HANDLE event);
+QV_HOST_API BOOL ResetEvent(HANDLE event);
 QV_HOST_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 QV_HOST_API BOOL InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section, DWORD spins);
 QV_HOST_API void EnterCriticalSection(CRITICAL_SECTION* section);
