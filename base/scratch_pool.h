@@ -10,8 +10,9 @@
 
 #include <cstdint>
 
+#include "base/buffer_pool.h"
+
 constexpr uint32_t kScratchBufferSize = 8000;
-constexpr uint32_t kNoBufferIndex = 0xFFFFFFFF;
 
 // The first free buffer and its index in the pool, or null and kNoBufferIndex when memory for it,
 // or for a larger table, is not to be had (memory comes through the allocation hook).
@@ -38,11 +39,8 @@ class ScratchBlock {
   char* data_;
 };
 
-struct ScratchPoolFigures {
-  uint32_t capacity;  // entries of the table
-  uint32_t free;      // entries not in use (buffers kept at hand count as in use)
-};
-ScratchPoolFigures GetScratchPoolFigures();
+// Buffers kept at hand count as in use.
+BufferPool::Figures GetScratchPoolFigures();
 
 // Frees every buffer that is not in use, those kept at hand included, and the table when none is:
 // for a library that is being unloaded while its process goes on. The pool can be used again
