@@ -64,7 +64,7 @@ class ThreadSlot {
  private:
   DWORD Index();
 
-  std::atomic<DWORD> index_{TLS_OUT_OF_INDEXES};  // changed under the lock of all slots
+  std::atomic<DWORD> index_{TLS_OUT_OF_INDEXES};  // given a value under a lock
 };
 
 void ResetLocalSlotsForTest();

@@ -73,6 +73,7 @@ class LockPool : public FromHooks {
     void Push(PooledLock* item);
     void Remove(PooledLock* item);
   };
+  PooledLock* TakeUnused();
   static void PrintList(const List& list, int32_t* number);
 
   LockObject lock_;
