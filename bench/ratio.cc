@@ -53,6 +53,7 @@ void Register(const Job& job, const std::string& name,
   auto* registered = benchmark::RegisterBenchmark(name.c_str(), function);
   if (job.own_time) registered->UseManualTime();
   if (job.iterations > 0) registered->Iterations(job.iterations);
+  if (job.threads > 1) registered->Threads(job.threads)->UseRealTime();
 }
 
 }  // namespace

@@ -17,8 +17,8 @@ struct Job {
   std::string name;
   std::string peer;   // "" for a job without one
   double target = 0;  // our time divided by the peer's, at most; 0: none, for the record only
-  std::function<void(benchmark::State&)> ours;
-  std::function<void(benchmark::State&)> theirs;
+  std::function<void(benchmark::State&)> ours = {};
+  std::function<void(benchmark::State&)> theirs = {};
   // Processor time of this process instead of elapsed time.
   bool processor_time = false;
   // The jobs measure by themselves and call SetIterationTime.
@@ -27,6 +27,8 @@ struct Job {
   double operations = 1;
   // Iterations of a repetition; 0: as many as a repetition's time allows.
   int64_t iterations = 0;
+  // How many threads do the job at once; the time is that of all of them, divided by all they did.
+  int threads = 1;
 };
 
 void Add(Job job);
