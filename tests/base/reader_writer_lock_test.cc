@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "base/stopwatch.h"
+
 namespace qv {
 namespace {
 
@@ -111,9 +113,12 @@ TEST(ReaderWriterLockTest, CountsItsUses) {
 
 // A waiting writer or upgrader holds new readers off; so does it show that it waits.
 void AwaitWriter(ReaderWriterLock& lock) {
+  constexpr double kPatience = 20;  // seconds
+  const Stopwatch waiting;
   while (ZRLockTryRead(lock)) {
     ZRLockUnlockRead(lock);
     std::this_thread::yield();
+    ASSERT_LT(waiting.Seconds(), kPatience) << "nobody waits for us";
   }
 }
 
