@@ -31,6 +31,7 @@
 #include "platform/host/messages.h"
 #include "platform/host/modules.h"
 #include "platform/host/process.h"
+#include "platform/host/process_memory.h"
 #include "platform/host/profile.h"
 #include "platform/host/registry.h"
 #include "platform/host/synchronization.h"

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "platform/host/calls.h"
+#include "platform/host/reentrant_lock.h"
 #include "platform/host/waitable.h"
 
 namespace host {
@@ -22,7 +23,11 @@ bool Waitable::Wait(DWORD milliseconds) {
 
 namespace {
 
+#ifdef __SANITIZE_THREAD__
 using SectionMutex = std::recursive_mutex;
+#else
+using SectionMutex = ReentrantLock;
+#endif
 static_assert(sizeof(SectionMutex) <= sizeof(CRITICAL_SECTION::state));
 
 SectionMutex& MutexOf(CRITICAL_SECTION* section) {
