@@ -1,5 +1,6 @@
 #include "base/buffer_pool.h"
 
+#include <cstring>
 #include <utility>
 
 #include "base/hooks.h"
@@ -16,8 +17,20 @@ char* BufferPool::Get(uint32_t* index) {
   if (index == nullptr) return nullptr;
   *index = kNoBufferIndex;
   if (!IsAlive()) return nullptr;
-  ScopedLock hold(lock_);
-  return Take(index);
+  Entry* entry = TakeEntry(index);
+  while (entry == nullptr) {
+    if (!Grow()) return nullptr;
+    entry = TakeEntry(index);
+  }
+  if (entry->data == nullptr) {
+    entry->data = static_cast<char*>(GlobalHooks().allocate(element_size_));
+  }
+  char* data = entry->data;
+  if (data == nullptr) {
+    Put(index);
+    *index = kNoBufferIndex;
+  }
+  return data;
 }
 
 void BufferPool::Put(uint32_t* index) {
@@ -32,21 +45,58 @@ BufferPool::Figures BufferPool::GetFigures() {
 }
 
 void BufferPool::FreeUnused() {
-  ScopedLock hold(lock_);
-  for (Chunk* chunk = chunks_; chunk != nullptr; chunk = chunk->next) {
-    for (Entry& entry : chunk->entries) {
-      if (!entry.in_use) GlobalHooks().release(std::exchange(entry.data, nullptr));
-    }
+  char* buffers;
+  Chunk* chunks;
+  {
+    ScopedLock hold(lock_);
+    buffers = UnlinkFreeBuffers();
+    chunks = UnlinkTable();
   }
-  if (free_ != capacity_) return;
-  while (chunks_ != nullptr) GlobalHooks().release(std::exchange(chunks_, chunks_->next));
-  capacity_ = free_ = first_candidate_ = 0;
+  while (buffers != nullptr) {
+    char* next;
+    std::memcpy(&next, buffers, sizeof next);
+    GlobalHooks().release(std::exchange(buffers, next));
+  }
+  while (chunks != nullptr) GlobalHooks().release(std::exchange(chunks, chunks->next));
 }
 
 void BufferPool::FreeAll() {
-  ScopedLock hold(lock_);
-  for (uint32_t index = 0; index < capacity_; ++index) GiveBack(index);
+  {
+    ScopedLock hold(lock_);
+    for (uint32_t index = 0; index < capacity_; ++index) GiveBack(index);
+  }
   FreeUnused();
+}
+
+// Adds entries, unless another thread has just given one back or added some. False without memory.
+bool BufferPool::Grow() {
+  auto* chunk = static_cast<Chunk*>(GlobalHooks().allocate(sizeof(Chunk)));
+  if (chunk == nullptr) return false;
+  *chunk = {};
+  {
+    ScopedLock hold(lock_);
+    if (free_ == 0) {
+      Chunk** end = &chunks_;
+      while (*end != nullptr) end = &(*end)->next;
+      *end = std::exchange(chunk, nullptr);
+      capacity_ += kGrowth;
+      free_ += kGrowth;
+    }
+  }
+  GlobalHooks().release(chunk);
+  return true;
+}
+
+// Takes the first free entry, null when there is none.
+BufferPool::Entry* BufferPool::TakeEntry(uint32_t* index) {
+  ScopedLock hold(lock_);
+  if (free_ == 0) return nullptr;
+  while (EntryAt(first_candidate_)->in_use) ++first_candidate_;
+  *index = first_candidate_++;
+  --free_;
+  Entry* entry = EntryAt(*index);
+  entry->in_use = 1;
+  return entry;
 }
 
 // --- all below: with the lock held ---
@@ -59,39 +109,24 @@ BufferPool::Entry* BufferPool::EntryAt(uint32_t index) {
   return &chunk->entries[index];
 }
 
-bool BufferPool::Grow() {
-  auto* chunk = static_cast<Chunk*>(GlobalHooks().allocate(sizeof(Chunk)));
-  if (chunk == nullptr) return false;
-  *chunk = {};
-  Chunk** end = &chunks_;
-  while (*end != nullptr) end = &(*end)->next;
-  *end = chunk;
-  capacity_ += kGrowth;
-  free_ += kGrowth;
-  return true;
-}
-
-// The index of the first free entry; there is one.
-uint32_t BufferPool::FirstFree() {
-  uint32_t index = first_candidate_;
-  while (EntryAt(index)->in_use) ++index;
-  first_candidate_ = index;
-  return index;
-}
-
-char* BufferPool::Take(uint32_t* index) {
-  if (free_ == 0 && !Grow()) return nullptr;
-  const uint32_t found = FirstFree();
-  Entry& entry = *EntryAt(found);
-  if (entry.data == nullptr) {
-    entry.data = static_cast<char*>(GlobalHooks().allocate(element_size_));
-    if (entry.data == nullptr) return nullptr;
+// Takes the buffers that are not in use out of the table, chained through their first bytes.
+char* BufferPool::UnlinkFreeBuffers() {
+  char* chain = nullptr;
+  for (Chunk* chunk = chunks_; chunk != nullptr; chunk = chunk->next) {
+    for (Entry& entry : chunk->entries) {
+      if (entry.in_use || entry.data == nullptr) continue;
+      std::memcpy(entry.data, &chain, sizeof chain);
+      chain = std::exchange(entry.data, nullptr);
+    }
   }
-  entry.in_use = 1;
-  --free_;
-  ++first_candidate_;
-  *index = found;
-  return entry.data;
+  return chain;
+}
+
+// Takes the table away when no entry is in use; else null.
+BufferPool::Chunk* BufferPool::UnlinkTable() {
+  if (free_ != capacity_) return nullptr;
+  capacity_ = free_ = first_candidate_ = 0;
+  return std::exchange(chunks_, nullptr);
 }
 
 void BufferPool::GiveBack(uint32_t index) {

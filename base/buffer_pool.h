@@ -10,9 +10,11 @@
 // entry is first used and is kept. Memory comes through the allocation hook; other sizes than 8000
 // are for components with a pool of their own (base/scratch_pool.h is the process's).
 //
-// Threads: any; one lock, held around the table and one or two allocations. Ownership: a pool frees
-// everything when it is destroyed, buffers in use too. Errors: an index that is invalid or not in
-// use, and a pool whose magic number is gone (destroyed, or overwritten), are ignored.
+// Threads: any; one lock, held around the table only: memory is had and given back without it,
+// since the allocator may write messages under a lock of its own, and those take buffers.
+// Ownership: a pool frees everything when it is destroyed, buffers in use too. Errors: an index
+// that is invalid or not in use, and a pool whose magic number is gone (destroyed, or overwritten),
+// are ignored.
 #pragma once
 
 #include <cstddef>
@@ -26,7 +28,7 @@ namespace qv {
 
 class BufferPool {
  public:
-  // `element_size`: bytes of one buffer.
+  // `element_size`: bytes of one buffer, not less than a pointer.
   constexpr explicit BufferPool(uint32_t element_size) : element_size_(element_size) {}
   ~BufferPool();
   BufferPool(const BufferPool&) = delete;
@@ -65,9 +67,10 @@ class BufferPool {
 
   bool IsAlive() const { return magic_ == kMagic; }
   Entry* EntryAt(uint32_t index);
+  Entry* TakeEntry(uint32_t* index);
   bool Grow();
-  uint32_t FirstFree();
-  char* Take(uint32_t* index);
+  char* UnlinkFreeBuffers();
+  Chunk* UnlinkTable();
   void GiveBack(uint32_t index);
 
   uint32_t magic_ = kMagic;

@@ -33,3 +33,9 @@ constexpr ZRError ZRErrParam = 4125;
 constexpr ZRError ZRErrNetwork = 4126;
 constexpr ZRError ZRErrBadFormat = 4127;
 constexpr ZRError ZRErrSeek = 4128;
+
+// Memory.
+constexpr ZRError ZRErrMemParam = 4800;   // no source, bad count or range, deletion without a lock
+constexpr ZRError ZRErrMemHandle = 4801;  // not a live handle, or it cannot be locked
+constexpr ZRError ZRErrMemFull = 4802;    // a block could not be had or grown
+constexpr ZRError ZRErrMemLocked = 4804;  // a locked handle cannot be resized

@@ -12,8 +12,7 @@ LazyCriticalSection::~LazyCriticalSection() {
   if (stage_.load(std::memory_order_acquire) == kReady) DeleteCriticalSection(&section_);
 }
 
-CRITICAL_SECTION& LazyCriticalSection::Section() {
-  if (stage_.load(std::memory_order_acquire) == kReady) return section_;
+CRITICAL_SECTION& LazyCriticalSection::Initialised() {
   unsigned char expected = kUnused;
   if (stage_.compare_exchange_strong(expected, kStarting, std::memory_order_acquire)) {
     InitializeCriticalSectionAndSpinCount(&section_, kSpinCount);
@@ -22,9 +21,5 @@ CRITICAL_SECTION& LazyCriticalSection::Section() {
   while (stage_.load(std::memory_order_acquire) != kReady) Sleep(0);
   return section_;
 }
-
-void LazyCriticalSection::Enter() { EnterCriticalSection(&Section()); }
-bool LazyCriticalSection::TryEnter() { return TryEnterCriticalSection(&Section()) != 0; }
-void LazyCriticalSection::Leave() { LeaveCriticalSection(&Section()); }
 
 }  // namespace qv

@@ -21,14 +21,17 @@ class LazyCriticalSection {
   LazyCriticalSection(const LazyCriticalSection&) = delete;
   LazyCriticalSection& operator=(const LazyCriticalSection&) = delete;
 
-  void Enter();
+  void Enter() { EnterCriticalSection(&Section()); }
   // True when the section was taken.
-  bool TryEnter();
-  void Leave();
+  bool TryEnter() { return TryEnterCriticalSection(&Section()) != 0; }
+  void Leave() { LeaveCriticalSection(&Section()); }
 
  private:
   enum Stage : unsigned char { kUnused, kStarting, kReady };
-  CRITICAL_SECTION& Section();
+  CRITICAL_SECTION& Section() {
+    return stage_.load(std::memory_order_acquire) == kReady ? section_ : Initialised();
+  }
+  CRITICAL_SECTION& Initialised();
 
   std::atomic<unsigned char> stage_{kUnused};
   CRITICAL_SECTION section_{};

@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "base/hooks.h"
@@ -128,6 +129,37 @@ TEST_F(ScratchPoolTest, AnswersNothingWhenMemoryIsShort) {
   Fault() = {0, 1};
   ScratchBlock block;
   EXPECT_EQ(block.data(), nullptr);
+}
+
+// An allocator that needs a buffer itself, or waits for a thread that needs one: neither may find
+// the pool locked.
+void LetAnotherThreadTakeABuffer() {
+  static thread_local bool nested = false;
+  if (std::exchange(nested, true)) return;
+  std::thread([] {
+    nested = true;
+    uint32_t index;
+    ZRBufferGet(&index);
+    ZRBufferPut(&index);
+  }).join();
+  nested = false;
+}
+
+TEST_F(ScratchPoolTest, TheAllocatorIsCalledWithoutTheLock) {
+  GlobalHooks().allocate = [](size_t size) {
+    LetAnotherThreadTakeABuffer();
+    return std::malloc(size);
+  };
+  GlobalHooks().release = [](void* block) {
+    LetAnotherThreadTakeABuffer();
+    std::free(block);
+  };
+  uint32_t index;
+  EXPECT_NE(ZRBufferGet(&index), nullptr);
+  ExpectFigures(256, 255);  // not 512: the other thread has made room meanwhile
+  ZRBufferPut(&index);
+  ReleaseScratchPool();
+  EXPECT_LE(GetScratchPoolFigures().capacity, 256u);
 }
 
 // Neighbours, so that all of them look for kept buffers in the same place.
