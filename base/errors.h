@@ -34,6 +34,9 @@ constexpr ZRError ZRErrNetwork = 4126;
 constexpr ZRError ZRErrBadFormat = 4127;
 constexpr ZRError ZRErrSeek = 4128;
 
+// Resources.
+constexpr ZRError ZRErrNoMapping = 9630;  // no kind for a file type and creator
+
 // Memory.
 constexpr ZRError ZRErrMemParam = 4800;   // no source, bad count or range, deletion without a lock
 constexpr ZRError ZRErrMemHandle = 4801;  // not a live handle, or it cannot be locked

@@ -16,6 +16,7 @@ constexpr Hooks kDefaults{
     .create_console = [] {},
     .show_in_console = [](const char*) { return false; },
     .focus_previous_instance = [] {},
+    .clear_accelerators = [] {},
     .install_fault_filter = [] {},
     .current_task = [] { return TaskId{0}; },
     .copy_task_name =

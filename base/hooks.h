@@ -41,6 +41,8 @@ struct Hooks {
   bool (*show_in_console)(const char* text);
   // Gives the keyboard focus to the window of another instance of the program.
   void (*focus_previous_instance)();
+  // Empties the accelerator table.
+  void (*clear_accelerators)();
   // Puts the filter for unhandled faults in place, and what it needs.
   void (*install_fault_filter)();
 

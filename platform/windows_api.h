@@ -28,6 +28,7 @@
 #include "platform/host/exceptions.h"
 #include "platform/host/files.h"
 #include "platform/host/fonts.h"
+#include "platform/host/locale.h"
 #include "platform/host/messages.h"
 #include "platform/host/modules.h"
 #include "platform/host/process.h"

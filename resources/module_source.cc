@@ -1,94 +1,20 @@
 #include "resources/module_source.h"
 
-#include <array>
+#include <algorithm>
 #include <cstring>
-#include <string_view>
+#include <memory>
+
+#include "base/hooks.h"
+#include "files/disk_file.h"
+#include "memory/handle_bytes.h"
+#include "resources/resource_text.h"
 
 namespace qv {
 namespace {
 
-constexpr ResourceTypeCode kUnknownType = ResourceType("????");
-constexpr std::array<ResourceTypeCode, 17> kPlatformTypes = {
-    kUnknownType,         ResourceType("CURS"), ResourceType("BMAP"), ResourceType("ICON"),
-    ResourceType("MENU"), ResourceType("DLOG"), ResourceType("STRS"), ResourceType("FOND"),
-    ResourceType("FONT"), ResourceType("ACCL"), ResourceType("RCDt"), ResourceType("ERRT"),
-    ResourceType("OICN"), ResourceType("??13"), ResourceType("CICN"), ResourceType("NTAB"),
-    ResourceType("VERS"),
-};
-
-constexpr size_t kTypeBytes = 4;
-constexpr char kNegativePrefix[] = "NEG";
-
-char TypeByte(ResourceTypeCode type, size_t index) {
-  return static_cast<char>(type >> (8 * (kTypeBytes - 1 - index)));
-}
-
-// What the platform is asked for.
-struct LookUp {
-  char type[sizeof kNegativePrefix + kTypeBytes];
-  uint16_t number;
-};
-
-LookUp MakeLookUp(ResourceTypeCode type, int32_t number) {
-  LookUp result{};
-  const bool negative = number < 0;
-  char* at = result.type;
-  if (negative) {
-    std::memcpy(at, kNegativePrefix, sizeof kNegativePrefix - 1);
-    at += sizeof kNegativePrefix - 1;
-  }
-  for (size_t i = 0; i < kTypeBytes; ++i) at[i] = TypeByte(type, i);
-  if (!negative && at[kTypeBytes - 1] == ' ') at[kTypeBytes - 1] = '\0';
-  const auto bits = static_cast<uint32_t>(number);
-  result.number = static_cast<uint16_t>(negative ? 0 - bits : bits);
-  return result;
-}
-
-// A name shorter than four bytes is filled with blanks, as "STR" stands for "STR ".
-ResourceTypeCode TypeOfName(std::string_view name) {
-  ResourceTypeCode type = 0;
-  for (size_t i = 0; i < kTypeBytes; ++i) {
-    type = type << 8 | static_cast<uint8_t>(i < name.size() ? name[i] : ' ');
-  }
-  return type;
-}
-
-ResourceTypeCode UpperCase(ResourceTypeCode type) {
-  for (int shift = 0; shift < 32; shift += 8) {
-    const uint32_t letter = type >> shift & 0xFF;
-    if (letter >= 'a' && letter <= 'z') type -= uint32_t{'a' - 'A'} << shift;
-  }
-  return type;
-}
-
-struct Walk {
-  ResourceTypeCode wanted;  // in upper case; 0 for all
-  CModuleRes::Callback callback;
-  void* user_data;
-  ResourceTypeCode type;  // of the resources being walked
-  uint32_t calls = 0;
-  bool stopped = false;
-};
-
-BOOL CALLBACK VisitResource(HMODULE, LPCSTR, LPSTR name, LONG_PTR parameter) {
-  Walk& walk = *reinterpret_cast<Walk*>(parameter);
-  if (!IS_INTRESOURCE(name)) return TRUE;
-  ++walk.calls;
-  const auto number = static_cast<int32_t>(reinterpret_cast<ULONG_PTR>(name));
-  walk.stopped = walk.callback(walk.type, number, walk.user_data) == 1;
-  return walk.stopped ? FALSE : TRUE;
-}
-
-BOOL CALLBACK VisitType(HMODULE module, LPSTR type, LONG_PTR parameter) {
-  Walk& walk = *reinterpret_cast<Walk*>(parameter);
-  walk.type = IS_INTRESOURCE(type)
-                  ? TypeOfPlatformNumber(static_cast<uint32_t>(reinterpret_cast<ULONG_PTR>(type)))
-                  : TypeOfName(type);
-  if (walk.wanted == 0 || walk.wanted == UpperCase(walk.type)) {
-    EnumResourceNamesA(module, type, VisitResource, parameter);
-  }
-  return walk.stopped ? FALSE : TRUE;
-}
+constexpr int32_t kStringsPerList = 16;
+constexpr int32_t kMostStringNumber = 0xFFFF;
+constexpr uint32_t kPathSize = 256;  // bytes, terminator included
 
 struct ModuleSourceState {
   CModuleRes source;  // bound at start-up, before a second thread looks up
@@ -99,35 +25,194 @@ ModuleSourceState& State() {
   return state;
 }
 
-}  // namespace
+// A resource name as the platform takes it; null for none.
+class PlatformName {
+ public:
+  explicit PlatformName(const uint8_t* name) { LStrToCStr(text_, name, sizeof text_ - 1); }
+  const char* get() const { return text_[0] == '\0' ? nullptr : text_; }
 
-ResourceTypeCode TypeOfPlatformNumber(uint32_t number) {
-  return number < kPlatformTypes.size() ? kPlatformTypes[number] : kUnknownType;
+ private:
+  char text_[80];
+};
+
+// For Enumerate, whose callback knows no names.
+struct NumberedWalk {
+  CModuleRes::Callback callback;
+  void* user_data;
+  uint32_t calls = 0;
+};
+
+int VisitNumbered(ResourceTypeCode type, int32_t number, const uint8_t* name, CodePage,
+                  void* user_data) {
+  auto& walk = *static_cast<NumberedWalk*>(user_data);
+  if (name[0] != 0) return 0;
+  ++walk.calls;
+  return walk.callback(type, number, walk.user_data);
 }
+
+// The platform's number of a string, or -1.
+int32_t StringNumber(int32_t list, int32_t index) {
+  const bool exists = list >= 0 && list <= kMostStringNumber / kStringsPerList && index >= 1 &&
+                      index <= kStringsPerList;
+  return exists ? list * kStringsPerList + index - 1 : -1;
+}
+
+// Reads at most size - 1 bytes and a terminator; 0 when there is no such string.
+int32_t LoadModuleString(HMODULE module, int32_t number, char* out, int32_t size) {
+  if (module == nullptr || number < 0 || number > kMostStringNumber) return 0;
+  return LoadStringA(module, static_cast<UINT>(number), out, size);
+}
+
+Bytes BytesOf(const char* text, int32_t length) {
+  return {reinterpret_cast<const uint8_t*>(text), static_cast<size_t>(length)};
+}
+
+}  // namespace
 
 CModuleRes& ModuleSource() { return State().source; }
 
 }  // namespace qv
 
-void CModuleRes::Bind(HMODULE module) { module_ = module; }
+CModuleRes::CModuleRes() { code_page_ = kWesternWindows; }
+
+CModuleRes::~CModuleRes() { Reset(); }
+
+void CModuleRes::Reset() {
+  cache_.Reset();
+  if (loaded_here_ != 0) FreeLibrary(module_);
+  module_ = nullptr;
+  loaded_here_ = 0;
+}
+
+void CModuleRes::Bind(HMODULE module) {
+  Reset();
+  module_ = module;
+}
 
 qv::Bytes CModuleRes::Find(qv::ResourceTypeCode type, int32_t number) const {
-  const qv::LookUp look_up = qv::MakeLookUp(type, number);
-  const HRSRC found = FindResourceA(module_, MAKEINTRESOURCEA(look_up.number), look_up.type);
-  if (found == nullptr) return {};
-  const HGLOBAL loaded = LoadResource(module_, found);
-  if (loaded == nullptr) return {};
-  const auto* data = static_cast<const uint8_t*>(LockResource(loaded));
-  if (data == nullptr) return {};
-  return {data, SizeofResource(module_, found)};
+  return qv::FindInModule(module_, type, number, nullptr);
 }
 
 uint32_t CModuleRes::Enumerate(qv::ResourceTypeCode type, Callback callback,
                                void* user_data) const {
-  qv::Walk walk{qv::UpperCase(type), callback, user_data, 0};
-  EnumResourceTypesA(module_, qv::VisitType, reinterpret_cast<LONG_PTR>(&walk));
+  qv::NumberedWalk walk{callback, user_data};
+  qv::WalkModule(module_, type, qv::VisitNumbered, &walk);
   return walk.calls;
 }
+
+// --- binding to a file ---
+
+ZRError CModuleRes::Open(CDiskFile** file, bool) {
+  Reset();
+  if (file == nullptr || *file == nullptr) return ZRErrParam;
+  if (!(*file)->Exists()) return ZRErrNotFound;
+  char path[qv::kPathSize];
+  if ((*file)->GetNativePath(path, sizeof path) != ZRErrNone) return ZRErrOpenFailed;
+  module_ = LoadLibraryA(path);
+  if (module_ == nullptr) return ZRErrOpenFailed;
+  loaded_here_ = 1;
+  delete *file;
+  *file = nullptr;
+  return ZRErrNone;
+}
+
+// --- handles ---
+
+ZRHandle CModuleRes::Load(qv::ResourceTypeCode type, int32_t number, const char* name) const {
+  const qv::Bytes found = qv::FindInModule(module_, type, number, name);
+  ZRHandle handle = 0;
+  if (found.data() == nullptr) return 0;
+  ZRHandleFromBytes(found.data(), &handle, static_cast<uint32_t>(found.size()));
+  return handle;
+}
+
+ZRHandle CModuleRes::GetOrLoad(qv::ResourceTypeCode type, int32_t number, const char* name) {
+  const ZRHandle cached = cache_.Find(type, number, name);
+  if (cached != 0) return cached;
+  const ZRHandle loaded = Load(type, number, name);
+  if (loaded != 0) cache_.Add(type, number, name, loaded);
+  return loaded;
+}
+
+ZRHandle CModuleRes::GetResource(qv::ResourceTypeCode type, int32_t number) {
+  return GetOrLoad(type, number, nullptr);
+}
+
+ZRHandle CModuleRes::GetNamedResource(qv::ResourceTypeCode type, const uint8_t* name) {
+  const qv::PlatformName wanted(name);
+  return wanted.get() == nullptr ? 0 : GetOrLoad(type, 0, wanted.get());
+}
+
+ZRHandle CModuleRes::LoadResourceCopy(qv::ResourceTypeCode type, int32_t number) {
+  return Load(type, number, nullptr);
+}
+
+ZRHandle CModuleRes::LoadNamedResourceCopy(qv::ResourceTypeCode type, const uint8_t* name) {
+  const qv::PlatformName wanted(name);
+  return wanted.get() == nullptr ? 0 : Load(type, 0, wanted.get());
+}
+
+int32_t CModuleRes::GetResourceSize(qv::ResourceTypeCode type, int32_t number) {
+  const ZRHandle cached = cache_.Find(type, number, nullptr);
+  if (cached != 0) return static_cast<int32_t>(ZRGetHandleSize(cached));
+  const qv::Bytes found = Find(type, number);
+  return found.data() == nullptr ? qv::kNoResource : static_cast<int32_t>(found.size());
+}
+
+ZRError CModuleRes::EnumResources(qv::ResourceTypeCode type, qv::SourceCallback callback,
+                                  void* user_data) {
+  qv::WalkModule(module_, type, callback, user_data);
+  return ZRErrNotSupported;
+}
+
+// --- text ---
+
+bool CModuleRes::GetIndString(uint8_t* out, int32_t list, int32_t index, int32_t maximum,
+                              CodePage cp) {
+  if (out == nullptr) return false;
+  out[0] = 0;
+  char text[kMostLStr + 1];
+  const int32_t most = std::clamp(maximum, 0, kMostLStr);
+  const int32_t number = qv::StringNumber(list, index);
+  // One byte more than is asked for: a size of 1 would not tell an empty string from none.
+  const int32_t length = qv::LoadModuleString(module_, number, text, std::max(most, 1) + 1);
+  if (length == 0) return false;
+  return qv::DeliverLStr(qv::BytesOf(text, std::min(length, most)), code_page_, out, most, cp);
+}
+
+bool CModuleRes::GetString(char* out, int32_t number, int32_t size, CodePage cp) {
+  if (!qv::BeginCString(out, size, cp)) return false;
+  const int32_t length = qv::LoadModuleString(module_, number, out, size);
+  if (length == 0) return false;
+  const qv::HookBlock copy(static_cast<size_t>(length));
+  if (copy.data() != nullptr) std::memcpy(copy.data(), out, static_cast<size_t>(length));
+  qv::BeginCString(out, size, cp);
+  if (copy.data() == nullptr) return false;
+  return qv::DeliverCString(qv::BytesOf(copy.data(), length), code_page_, out, size, cp);
+}
+
+// --- what a module does not offer ---
+
+ZRError CModuleRes::Create(CDiskFile*, uint32_t, uint32_t) { return ZRErrNotSupported; }
+ZRError CModuleRes::EnumTypes(qv::TypeCallback, void*) { return ZRErrNotSupported; }
+ZRError CModuleRes::GetResourceName(qv::ResourceTypeCode, int32_t, uint8_t*) {
+  return ZRErrNotSupported;
+}
+ZRError CModuleRes::GetResourceNumberByName(qv::ResourceTypeCode, const uint8_t*, int32_t*) {
+  return ZRErrNotSupported;
+}
+ZRError CModuleRes::SetResourceName(qv::ResourceTypeCode, int32_t, const uint8_t*) {
+  return ZRErrNotSupported;
+}
+ZRError CModuleRes::RemoveResource(qv::ResourceTypeCode, int32_t) { return ZRErrNotSupported; }
+ZRError CModuleRes::ChangedResource(qv::ResourceTypeCode, int32_t) { return ZRErrNotSupported; }
+ZRError CModuleRes::AddResource(ZRHandle, qv::ResourceTypeCode, int32_t, const uint8_t*) {
+  return ZRErrNotSupported;
+}
+ZRError CModuleRes::UpdateFile() { return ZRErrNotSupported; }
+ZRError CModuleRes::ReleaseResource(ZRHandle*) { return ZRErrNotSupported; }
+ZRError CModuleRes::ReloadResource(ZRHandle) { return ZRErrNotSupported; }
+void CModuleRes::PurgeResources() {}
 
 ZRError ZRInitModuleResources(HMODULE module) {
   qv::ModuleSource().Bind(module);

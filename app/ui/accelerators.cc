@@ -9,6 +9,8 @@ AcceleratorTable& Accelerators() {
   return table;
 }
 
+void InstallAccelerators() { GlobalHooks().clear_accelerators = ClearAccelerators; }
+
 }  // namespace qv
 
 void ClearAccelerators() {

@@ -22,6 +22,10 @@ struct AcceleratorTable {
   uint32_t count = 0;
 };
 
+// Makes ClearAccelerators what the layers below empty the table with (GlobalHooks().
+// clear_accelerators); for the start of an application.
+void InstallAccelerators();
+
 // The process's table.
 AcceleratorTable& Accelerators();
 

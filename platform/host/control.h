@@ -54,6 +54,8 @@ QV_HOST_CONTROL DWORD ConsoleInputMode();
 
 // The value that the registry's "ACP" has; the narrow calls and GetACP follow it.
 QV_HOST_CONTROL void SetAnsiCodePage(UINT code_page);
+// The names of the user's language and country (ASCII); a fresh process has "en" and "US".
+QV_HOST_CONTROL void SetUserLanguage(const std::string& language, const std::string& country);
 // Font character sets that CreateFontA finds; {} restores the default set.
 QV_HOST_CONTROL void SetFontCharsets(const std::vector<BYTE>& char_sets);
 

@@ -29,12 +29,12 @@ class LStr {
   string bytes_;
 };
 
-string Run(size_t length, char c) { return string(length, c); }
+string Repeat(size_t length, char c) { return string(length, c); }
 
 TEST(LengthPrefixed, BetweenTheForms) {
   for (const size_t length : {0, 1, 254, 255, 256, 300}) {
     SCOPED_TRACE(length);
-    const string text = Run(length, 'a'), kept = text.substr(0, 255);
+    const string text = Repeat(length, 'a'), kept = text.substr(0, 255);
     string buffer = text + '\0';
     auto* bytes = reinterpret_cast<uint8_t*>(buffer.data());
     qv::CStrToLStrInPlace(bytes);
@@ -56,7 +56,7 @@ TEST(LengthPrefixed, CopiesKeepToTheirLimits) {
       {"cut", "name", 3, "nam"},
       {"nothing", "name", 0, ""},
       {"below nothing", "name", -1, ""},
-      {"a limit above a Str255", Run(255, 'x'), 9999, Run(255, 'x')},
+      {"a limit above a Str255", Repeat(255, 'x'), 9999, Repeat(255, 'x')},
       {"empty", "", 5, ""},
   };
   for (const auto& row : kRows) {
@@ -75,14 +75,14 @@ TEST(LengthPrefixed, CopiesKeepToTheirLimits) {
     EXPECT_EQ(out, row.expected + '\0');
   }
   LStr text("before");
-  qv::CStrToLStr(text, 9, Run(300, 'y').c_str());
-  EXPECT_EQ(text.text(), Run(9, 'y'));
+  qv::CStrToLStr(text, 9, Repeat(300, 'y').c_str());
+  EXPECT_EQ(text.text(), Repeat(9, 'y'));
   qv::SetLStr(text, 9, "abc", -2);
   EXPECT_EQ(text.text(), "") << "a count below 0 is 0";
 }
 
 TEST(LengthPrefixed, Appends) {
-  const string a200 = Run(200, 'a'), b100 = Run(100, 'b'), b255 = Run(255, 'b');
+  const string a200 = Repeat(200, 'a'), b100 = Repeat(100, 'b'), b255 = Repeat(255, 'b');
   const struct {
     const char* name;
     string out, text;
@@ -93,10 +93,12 @@ TEST(LengthPrefixed, Appends) {
       {"cut", "ab", "cdef", 3, "abc", "abcdef"},
       {"already longer than the limit", "abc", "d", 2, "abc", "abcd"},
       {"limit below 0", "abc", "d", -7, "abc", "abcd"},
-      {"sum of exactly 255", a200, Run(55, 'b'), 255, a200 + Run(55, 'b'), a200 + Run(55, 'b')},
-      {"sum of 256", a200, Run(56, 'b'), 255, a200 + Run(55, 'b'), Run(199, 'a') + Run(56, 'b')},
-      {"ends at byte 255", a200, b100, 255, a200 + Run(55, 'b'), Run(155, 'a') + b100},
-      {"takes the whole place", a200, b255, 255, a200 + Run(55, 'b'), b255},
+      {"sum of exactly 255", a200, Repeat(55, 'b'), 255, a200 + Repeat(55, 'b'),
+       a200 + Repeat(55, 'b')},
+      {"sum of 256", a200, Repeat(56, 'b'), 255, a200 + Repeat(55, 'b'),
+       Repeat(199, 'a') + Repeat(56, 'b')},
+      {"ends at byte 255", a200, b100, 255, a200 + Repeat(55, 'b'), Repeat(155, 'a') + b100},
+      {"takes the whole place", a200, b255, 255, a200 + Repeat(55, 'b'), b255},
       {"nothing to a full one", b255, "", 255, b255, b255},
   };
   for (const auto& row : kRows) {
@@ -145,8 +147,8 @@ TEST(LengthPrefixed, Inserts) {
       {"too long, not cut", "ad", "bc", 1, 3, false, false, "ad"},
       {"too long, cut", "ad", "bc", 1, 3, true, false, "abd"},
       {"no room at all", "ad", "bc", 1, 1, true, false, "ad"},
-      {"a full string", Run(255, 'x'), "y", 0, 999, true, false, Run(255, 'x')},
-      {"into one of 254", Run(254, 'x'), "yz", 0, 999, true, false, "y" + Run(254, 'x')},
+      {"a full string", Repeat(255, 'x'), "y", 0, 999, true, false, Repeat(255, 'x')},
+      {"into one of 254", Repeat(254, 'x'), "yz", 0, 999, true, false, "y" + Repeat(254, 'x')},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
@@ -241,8 +243,8 @@ TEST(LengthPrefixed, NthWordCountsFromZero) {
                {"one two", 2, ""},    {"one two ", 2, ""},   {"", 0, ""},
                {"one", -1, ""},       {"one", INT32_MAX, ""}};
   for (const auto& row : kRows) EXPECT_STREQ(qv::NthWord(row.text, row.n), row.word) << row.n;
-  const string longest = Run(300, 'w');
-  EXPECT_EQ(qv::NthWord(longest.c_str(), 0), Run(255, 'w'));
+  const string longest = Repeat(300, 'w');
+  EXPECT_EQ(qv::NthWord(longest.c_str(), 0), Repeat(255, 'w'));
   EXPECT_STREQ(qv::NthWord(qv::NthWord("a b", 1), 0), "b") << "out of its own buffer";
 }
 

@@ -120,19 +120,35 @@ bool ReadCodePage(Context& context, const Line& line) {
   return context.set.Add(line.place, {"ZRCS", 0}, number, std::move(bytes), context.problem);
 }
 
-// bytes TYPE NUMBER HEX ...
-bool ReadBytes(Context& context, const Line& line) {
-  uint32_t number = 0;
-  if (!context.CountIs(line, 2, kMostNumber) || !context.Number(line, 2, number)) return false;
-  TypeKey type{line.fields[1].text, 0};
-  for (char& c : type.name) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+// A type or resource by its name, in upper case.
+TypeKey Named(std::string name) {
+  for (char& c : name) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  return {std::move(name), 0};
+}
+
+// The hexadecimal bytes from the fourth field on, as a resource of the type in the second.
+bool AddBytes(Context& context, const Line& line, const NameKey& name) {
   ByteVector bytes;
   for (size_t i = 3; i < line.fields.size(); ++i) {
     uint32_t value = 0;
     if (!ParseHex(line.place, line.fields[i].text, 2, value, context.problem)) return false;
     AppendBig(bytes, value, 1);
   }
-  return context.set.Add(line.place, type, number, std::move(bytes), context.problem);
+  return context.set.Add(line.place, Named(line.fields[1].text), name, std::move(bytes),
+                         context.problem);
+}
+
+// bytes TYPE NUMBER HEX ...
+bool ReadBytes(Context& context, const Line& line) {
+  uint32_t number = 0;
+  return context.CountIs(line, 2, kMostNumber) && context.Number(line, 2, number) &&
+         AddBytes(context, line, {"", number});
+}
+
+// named TYPE NAME HEX ...
+bool ReadNamed(Context& context, const Line& line) {
+  return context.CountIs(line, 2, kMostNumber) &&
+         AddBytes(context, line, Named(line.fields[2].text));
 }
 
 bool ParseVersionNumber(const Place& place, std::string_view text, VersionRecord& record,
@@ -173,7 +189,7 @@ struct Directive {
 constexpr Directive kDirectives[] = {
     {"string", ReadString}, {"list", ReadList},     {"chst", ReadByteMapFile},
     {"chuc", ReadPages},    {"zrcs", ReadCodePage}, {"version", ReadVersion},
-    {"bytes", ReadBytes},
+    {"bytes", ReadBytes},   {"named", ReadNamed},
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 //                                        table to Unicode, one for the table from Unicode
 //   zrcs 1 1252                          a code page
 //   bytes TEST 7 0A FF                   any type; its name is stored in upper case
+//   named TEST BANNER 0A FF              the same with a name in place of the number
 //   version 1.0.0.0 ProductName "QVSMAPI" DataVersion "202606"   keys and texts of the string block
 //
 // '#' starts a comment. Strings stand in quotation marks: a backslash is itself, "" is one mark.

@@ -9,15 +9,18 @@ constexpr char kMagic[] = "QVRESPK1";
 constexpr size_t kEntrySize = 24;
 constexpr size_t kEntriesOffset = 12;
 
-// Type names, each once, behind the entries.
+constexpr uint32_t kNamed = 0xFFFFFFFF;  // in place of a number
+
+// Names of types and resources, each once, behind the entries.
 std::map<std::string, uint32_t> PlaceNames(const ResourceSet& set, ByteVector& tail, size_t start) {
   std::map<std::string, uint32_t> places;
   for (const auto& [key, bytes] : set.resources()) {
-    const std::string& name = key.first.name;
-    if (name.empty() || places.count(name)) continue;
-    places[name] = static_cast<uint32_t>(start + tail.size());
-    tail.insert(tail.end(), name.begin(), name.end());
-    tail.push_back(0);
+    for (const std::string& name : {key.first.name, key.second.name}) {
+      if (name.empty() || places.count(name)) continue;
+      places[name] = static_cast<uint32_t>(start + tail.size());
+      tail.insert(tail.end(), name.begin(), name.end());
+      tail.push_back(0);
+    }
   }
   return places;
 }
@@ -31,12 +34,12 @@ ByteVector EncodePack(const ResourceSet& set) {
   const auto names = PlaceNames(set, tail, start);
   AppendLittle(pack, static_cast<uint32_t>(resources.size()), 4);
   for (const auto& [key, bytes] : resources) {
-    const auto& [type, number] = key;
+    const auto& [type, name] = key;
     AlignTo4(tail);
     AppendLittle(pack, type.number, 4);
     AppendLittle(pack, type.name.empty() ? 0 : names.at(type.name), 4);
-    AppendLittle(pack, number, 4);
-    AppendLittle(pack, 0, 4);
+    AppendLittle(pack, name.name.empty() ? name.number : kNamed, 4);
+    AppendLittle(pack, name.name.empty() ? 0 : names.at(name.name), 4);
     AppendLittle(pack, static_cast<uint32_t>(start + tail.size()), 4);
     AppendLittle(pack, static_cast<uint32_t>(bytes.size()), 4);
     tail.insert(tail.end(), bytes.begin(), bytes.end());

@@ -5,18 +5,17 @@ namespace {
 
 constexpr uint32_t kStringsOfBlock = 16;
 
-std::string Describe(const TypeKey& type, uint32_t number) {
-  return "resource " + (type.name.empty() ? std::to_string(type.number) : type.name) + " " +
-         std::to_string(number);
+std::string Describe(const TypeKey& type, const NameKey& name) {
+  return "resource " + type.text() + " " + name.text();
 }
 
 }  // namespace
 
-bool ResourceSet::Add(const Place& place, const TypeKey& type, uint32_t number, ByteVector bytes,
-                      Problem& problem) {
-  if (number > 0xFFFF) return problem.Set(place, Describe(type, number) + " is out of range");
-  if (!resources_.emplace(Key{type, number}, std::move(bytes)).second) {
-    return problem.Set(place, Describe(type, number) + " is there already");
+bool ResourceSet::Add(const Place& place, const TypeKey& type, const NameKey& name,
+                      ByteVector bytes, Problem& problem) {
+  if (name.number > 0xFFFF) return problem.Set(place, Describe(type, name) + " is out of range");
+  if (!resources_.emplace(Key{type, name}, std::move(bytes)).second) {
+    return problem.Set(place, Describe(type, name) + " is there already");
   }
   return true;
 }

@@ -20,23 +20,31 @@ constexpr uint32_t kVersionType = 16;
 struct TypeKey {
   std::string name;
   uint32_t number = 0;
+  std::string text() const { return name.empty() ? std::to_string(number) : name; }
   friend bool operator<(const TypeKey& a, const TypeKey& b) {
     if (a.name.empty() != b.name.empty()) return !a.name.empty();
     return a.name != b.name ? a.name < b.name : a.number < b.number;
   }
 };
 
+// A resource's own name or number, likewise.
+using NameKey = TypeKey;
+
 class ResourceSet {
  public:
-  // One type and number may be given once only.
-  bool Add(const Place& place, const TypeKey& type, uint32_t number, ByteVector bytes,
+  // One type and name may be given once only.
+  bool Add(const Place& place, const TypeKey& type, const NameKey& name, ByteVector bytes,
            Problem& problem);
+  bool Add(const Place& place, const TypeKey& type, uint32_t number, ByteVector bytes,
+           Problem& problem) {
+    return Add(place, type, NameKey{"", number}, std::move(bytes), problem);
+  }
   // A string of the platform's string table; at most 65535 characters.
   bool AddString(const Place& place, uint32_t number, const std::string& text, Problem& problem);
   // Packs the strings into their blocks. Call once, when all descriptions are read.
   bool FinishStrings(Problem& problem);
 
-  using Key = std::pair<TypeKey, uint32_t>;
+  using Key = std::pair<TypeKey, NameKey>;
   const std::map<Key, ByteVector>& resources() const { return resources_; }
 
  private:

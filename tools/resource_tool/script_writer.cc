@@ -5,11 +5,10 @@ namespace qvresource {
 bool WriteScript(const std::string& path, const ResourceSet& set, Problem& problem) {
   std::string script;
   for (const auto& [key, bytes] : set.resources()) {
-    const auto& [type, number] = key;
-    const std::string type_text = type.name.empty() ? std::to_string(type.number) : type.name;
-    const std::string body = path + "." + type_text + "." + std::to_string(number);
+    const auto& [type, name] = key;
+    const std::string body = path + "." + type.text() + "." + name.text();
     if (!WriteFile(body, std::string(bytes.begin(), bytes.end()), problem)) return false;
-    script += std::to_string(number) + " " + type_text + " \"" + body + "\"\n";
+    script += name.text() + " " + type.text() + " \"" + body + "\"\n";
   }
   return WriteFile(path, script, problem);
 }
