@@ -200,14 +200,17 @@ TEST_F(ResourceTool, EncodesTablesBigEndian) {
   const std::string full =
       Replaced(Rows(0, 15, " %04X", 256), " D800 D900 DA00 DB00 DC00 DD00 DE00 DF00",
                " 0041 0041 0000 0000 0000 0000 0000 0000");
-  Write({{"d", "zrcs 1 1252\nbytes Test 3 00 FF\nchst 128 1 m\nchuc 200 p 7 8\n"},
-         {"m", Replaced("map 10000 20005\n" + Rows(0, 15, " %02X"), "80 81", "41 1A")},
-         {"p/7.txt", page},
-         {"p/8.txt", full}});
+  Write(
+      {{"d", "zrcs 1 1252\nbytes Test 3 00 FF\nnamed Test Own 41\nchst 128 1 m\nchuc 200 p 7 8\n"},
+       {"m", Replaced("map 10000 20005\n" + Rows(0, 15, " %02X"), "80 81", "41 1A")},
+       {"p/7.txt", page},
+       {"p/8.txt", full}});
   ASSERT_EQ(Run("pack", {"d"}), 0) << errors_;
   const std::string pack = Read("out.pack");
   EXPECT_EQ(FindInPack(pack, "ZRCS", 1), "\x04\xE4");
   EXPECT_EQ(FindInPack(pack, "TEST", 3), "\0\xFF"s);
+  EXPECT_EQ(FindInPack(pack, "TEST", 0xFFFFFFFF), "A");
+  EXPECT_NE(pack.find("\0OWN\0"s), std::string::npos);
   const std::string map = FindInPack(pack, "CHST", 128);
   ASSERT_EQ(map.size(), 260u);
   EXPECT_EQ(map.substr(0, 4), "\x27\x10\x4E\x25");
