@@ -19,8 +19,11 @@ class MemorySource final : public CResSource {
     for (auto& [key, resource] : resources_) ZRDisposeHandle(&resource.handle);
   }
 
+  // Takes the place of what has that number.
   void Add(qv::ResourceTypeCode type, int32_t number, std::string bytes, std::string name = "") {
-    resources_[{type, number}] = {std::move(bytes), std::move(name), 0};
+    Resource& resource = resources_[{type, number}];
+    ZRDisposeHandle(&resource.handle);
+    resource = {std::move(bytes), std::move(name), 0};
   }
   // A whole "STR#" of these strings.
   void AddList(int32_t number, const std::vector<std::string>& strings) {
@@ -90,7 +93,7 @@ class MemorySource final : public CResSource {
  private:
   struct Resource {
     std::string bytes, name;
-    ZRHandle handle;
+    ZRHandle handle = 0;
   };
   Resource* Find(qv::ResourceTypeCode type, int32_t number) {
     const auto found = resources_.find({type, number});
