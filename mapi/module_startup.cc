@@ -2,6 +2,7 @@
 
 #include "app/application_hooks.h"
 #include "app/ui/accelerators.h"
+#include "memory/checked_allocations.h"
 #include "resources/charset_loader.h"
 #include "resources/module_source.h"
 
@@ -19,6 +20,7 @@ void RefreshPath(HMODULE module, char (&path)[MAX_PATH]) {
 // unconverted, which is better than a host that does not start.
 void Attach(HINSTANCE instance) {
   Module().instance = instance;
+  InstallCheckedAllocator();
   InstallApplicationHooks();
   ZRInitModuleResources(instance);
   ClearAccelerators();

@@ -19,6 +19,7 @@ root=$cache/wine-root
 prefix=${QV_WINEPREFIX:-$cache/wine-prefix}
 here=$(cd "$(dirname "$0")/.." && pwd)
 
+no_32_bit="this machine's kernel runs no 32-bit programs"
 say() { echo "wine: $*" >&2; }
 fail() { say "$*"; exit 3; }
 
@@ -39,6 +40,7 @@ make_root() {
     as_root apt-get install -y -q --no-install-recommends mmdebstrap arch-test >/dev/null 2>&1 ||
       fail "mmdebstrap cannot be installed (network?)"
   }
+  arch-test i386 >/dev/null 2>&1 || fail "$no_32_bit"
   say "making a private 32-bit Wine in $root (850 MB, once)"
   mkdir -p "$cache"
   rm -rf "$root"
@@ -57,7 +59,7 @@ boot_prefix() {
   [ -f "$prefix/.ready" ] && return 0
   mkdir -p "$prefix"
   say "first boot of the prefix $prefix"
-  run_inside sh -c '$QV_WINE wineboot -i && $QV_WINE reg add "HKCU\\Software\\Wine\\Drivers" \
+  run_inside sh -c '$QV_WINE wineboot -i && wineserver -w && $QV_WINE reg add "HKCU\\Software\\Wine\\Drivers" \
     /v Graphics /t REG_SZ /d null /f && wineserver -k; wineserver -w' >"$cache/wine-boot.log" 2>&1 ||
     fail "the prefix does not boot; see $cache/wine-boot.log"
   touch "$prefix/.ready"
@@ -103,6 +105,8 @@ prepare() {
     say "using the Wine of this machine"
   else
     make_root
+    mkdir -p "$prefix"
+    run_inside true 2>/dev/null || fail "$no_32_bit"
   fi
   boot_prefix
 }

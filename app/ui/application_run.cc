@@ -8,8 +8,9 @@
 #include "app/settings.h"
 #include "app/ui/accelerators.h"
 #include "base/hooks.h"
+#include "memory/checked_allocations.h"
 #include "resources/charset_loader.h"
-#include "resources/module_source.h"
+#include "resources/resource_chain.h"
 
 namespace qv {
 namespace {
@@ -30,12 +31,6 @@ void StartDebugOutput(HINSTANCE instance) {
   OpenDebugLog(instance);
 }
 
-void StartResources(HINSTANCE instance) {
-  ZRInitModuleResources(instance);
-  ClearAccelerators();
-  LoadCharsetTables();
-}
-
 // A click into the console must not stop the program, as selecting text does.
 void TakeQuickEditAway() {
   HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
@@ -53,7 +48,9 @@ const ApplicationState& Application() { return State(); }
 void ZRSetApplicationMain(void (*application_main)()) { qv::State().main = application_main; }
 
 int ZRRunApplication(HINSTANCE instance, HINSTANCE previous, const char* command_line, int show) {
+  qv::InstallCheckedAllocator();
   qv::InstallApplicationHooks();
+  qv::InstallAccelerators();
   qv::GlobalHooks().install_fault_filter();
   if (previous != nullptr) {
     qv::GlobalHooks().focus_previous_instance();
@@ -62,7 +59,7 @@ int ZRRunApplication(HINSTANCE instance, HINSTANCE previous, const char* command
   qv::ApplicationState& application = qv::State();
   application = {instance, previous, command_line, show, application.main};
   qv::StartDebugOutput(instance);
-  qv::StartResources(instance);
+  ZROpenResourceFiles(instance);
   qv::TakeQuickEditAway();
   if (application.main != nullptr) application.main();
   qv::CloseDebugLog();
