@@ -9,11 +9,9 @@
 //   for (each.Begin(table); each.Next(&block, sizeof block);) table.Remove(&block, sizeof block);
 //
 // Growing doubles the bucket array. The full one becomes the previous generation, and every later
-// insert and removal moves a few of its entries to the current one, so no call pays for all of
-// them.
+// insert and removal moves a few of its entries to the current one: no call pays for all of them.
 //
-// Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and look
-// at
+// Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and visit
 //   no more than 128 buckets besides their own; the memory that one call clears or frees is bounded
 //   too. Nothing shrinks: bucket arrays and pooled chain nodes stay for as long as the table.
 // Threads: none of its own; the owner excludes other threads.
