@@ -1,0 +1,58 @@
+// A formatted debug line: with the log closed, and into an open log beside fprintf with a flush.
+#include <cstdio>
+
+#include "app/debug_log.h"
+#include "app/debug_output.h"
+#include "bench/ratio.h"
+
+namespace {
+
+constexpr char kFormat[] = "%s: %d of %d at %08X\n";
+
+void Closed(benchmark::State& state) {
+  qv::CloseDebugLog();
+  int number = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(DebugPrint(kFormat, "ZRFile", number++, 9, 77));
+}
+
+void ClosedPeer(benchmark::State& state) {
+  char line[128];
+  int number = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(std::snprintf(line, sizeof line, kFormat, "ZRFile", number++, 9, 77u));
+  }
+}
+
+void Open(benchmark::State& state) {
+  if (!qv::OpenDebugLog()) return state.SkipWithError("the debug log cannot be opened");
+  int number = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(DebugPrint(kFormat, "ZRFile", number++, 9, 77));
+  qv::ResetDebugLogForTest();
+}
+
+void OpenPeer(benchmark::State& state) {
+  std::FILE* file = std::tmpfile();
+  if (file == nullptr) return state.SkipWithError("no temporary file");
+  int number = 0;
+  for (auto _ : state) {
+    std::fprintf(file, kFormat, "ZRFile", number++, 9, 77u);
+    std::fflush(file);
+  }
+  std::fclose(file);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  bench::Add({.name = "debug line, nothing to write to",
+              .peer = "snprintf",
+              .target = 0.1,
+              .ours = Closed,
+              .theirs = ClosedPeer});
+  bench::Add({.name = "debug line into the log",
+              .peer = "fprintf + fflush",
+              .target = 1.0,
+              .ours = Open,
+              .theirs = OpenPeer});
+  return bench::Run(argc, argv);
+}
