@@ -82,8 +82,8 @@ constexpr ServerEdition kServer2019{kAny, kAny, " Server 2019 Datacenter",
 constexpr ServerEdition kServers[] = {
     {6, 3, " Server 2012 R2 Datacenter", " Server 2012 R2 Enterprise", " Server 2012 R2"},
     {6, 2, " Server 2012 Datacenter", " Server 2012 Enterprise", " Server 2012"},
-    {6, 1, " Server 2008 R2", " Server 2008 R2", " Server 2008 R2"},
-    {6, 0, " Server 2008", " Server 2008", " Server 2008"},
+    {6, 1, " Server 2008 R2 Datacenter", " Server 2008 R2 Enterprise", " Server 2008 R2"},
+    {6, 0, " Server 2008 Datacenter", " Server 2008 Enterprise", " Server 2008"},
     {5, 2, " Datacenter Edition", " Enterprise Edition", " Standard Edition"},
     {5, 0, " Datacenter Server", " Advanced Server", " Server"}};
 constexpr ServerEdition kOtherServer{kAny, kAny, " Server 4.0", " Server 4.0, Enterprise Edition",
