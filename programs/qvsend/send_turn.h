@@ -2,8 +2,7 @@
 // name, so of two at once one could deliver the other's file.
 //
 //   SendTurn turn;
-//   std::string trouble = turn.Take();     // "" when it is this program's turn, until the end of
-//   `turn`
+//   std::string trouble = turn.Take();   // "": it is our turn, until `turn` ends
 //
 // Other host applications take no turns. Threads: one at a time.
 #pragma once
