@@ -26,8 +26,8 @@ struct SettingKey {
 
 namespace setting {
 
-constexpr char kConsoleSection[] = "Console", kDebugSection[] = "Debug";
-constexpr char kInputOutputSection[] = "QVDebug", kSetupSection[] = "QVSetup";
+inline constexpr char kConsoleSection[] = "Console", kDebugSection[] = "Debug";
+inline constexpr char kInputOutputSection[] = "QVDebug", kSetupSection[] = "QVSetup";
 
 constexpr SettingKey Number(const char* section, const char* key, int32_t default_number,
                             const char* meaning) {
