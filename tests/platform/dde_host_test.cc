@@ -66,6 +66,14 @@ class DdeHostTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(WaitForText(file_, "ready")); }
   bool Serves() { return DdeClient().ConnectAndExecute(kService, "hello") == 0; }
+  // A connect waits a few milliseconds only, which a server busy with others may need for them.
+  bool ServesSoon() {
+    for (int i = 0; i < 500; ++i) {
+      if (Serves()) return true;
+      Sleep(10);
+    }
+    return false;
+  }
 
   // Emptied before the server, which is the next member, starts to write there.
   static std::string FreshLog() {
@@ -105,14 +113,14 @@ TEST_F(DdeHostTest, PeersThatKeepTheirPeaceBlockNobody) {
   std::vector<std::unique_ptr<Stranger>> silent;
   // More than the server has places for.
   for (int i = 0; i < 100; ++i) silent.push_back(std::make_unique<Stranger>(i % 2 ? "" : "\1"));
-  EXPECT_TRUE(Serves());
+  EXPECT_TRUE(ServesSoon());
 }
 
 TEST_F(DdeHostTest, RequestsOfAPeerThatReadsNoAnswersDoNotPileUp) {
   std::string bytes = Frame(1, std::string(kService) + '\0' + "Topic");
   for (uint32_t i = 0; i < 500; ++i) bytes += Frame(4, Number(i) + "flood");
   Stranger flood(bytes);
-  EXPECT_TRUE(Serves());
+  EXPECT_TRUE(ServesSoon());
 }
 
 TEST_F(DdeHostTest, SecondServerTakesOverWhenTheFirstIsGone) {
@@ -122,7 +130,7 @@ TEST_F(DdeHostTest, SecondServerTakesOverWhenTheFirstIsGone) {
   EXPECT_TRUE(Serves());
   EXPECT_TRUE(WaitForText(file_, "hello")) << "the first one wins";
   server_.Kill();
-  for (int i = 0; i < 500 && !Serves(); ++i) Sleep(10);
+  EXPECT_TRUE(ServesSoon());
   EXPECT_TRUE(WaitForText(file, "hello"));
 }
 
