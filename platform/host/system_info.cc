@@ -16,9 +16,10 @@
 namespace host {
 namespace {
 
-// The part of the address space that a 64-bit program of Windows can use.
-constexpr uint64_t kAddressSpace = (uint64_t{1} << 47) - 0x20000;
+// What the machine leaves to a program: all of the lower half but its last page. A stack may begin
+// right below that.
 constexpr uintptr_t kLowestAddress = 0x10000;
+constexpr uint64_t kAddressSpace = (uint64_t{1} << 47) - 0x1000 - kLowestAddress;
 constexpr DWORD kAllocationGranularity = 0x10000;
 constexpr WORD kArchitectureAmd64 = 9;
 constexpr DWORD kProcessorAmd64 = 8664;

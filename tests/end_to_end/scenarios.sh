@@ -197,7 +197,7 @@ END
 " --attach 'Łódź.txt' >sent 2>warned || return 1
   expect warned 'qvsend: warning: the system'"'"'s code page 1252 has no "Ł"' || return 1
   await_client && expect_staged "" || return 1
-  [ -z "$(ls "$temp" | grep '^qv')" ] || fail "a copy was left in the temporary folder"
+  [ -z "$(ls "$temp" | grep '^qvsend-')" ] || fail "a copy was left in the temporary folder"
 }
 
 scenario_texts_longer_than_a_request() {
