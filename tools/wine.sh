@@ -59,8 +59,14 @@ boot_prefix() {
   [ -f "$prefix/.ready" ] && return 0
   mkdir -p "$prefix"
   say "first boot of the prefix $prefix"
-  run_inside sh -c '$QV_WINE wineboot -i && wineserver -w && $QV_WINE reg add "HKCU\\Software\\Wine\\Drivers" \
-    /v Graphics /t REG_SZ /d null /f && wineserver -k; wineserver -w' >"$cache/wine-boot.log" 2>&1 ||
+  # The set-up may go on behind wineboot; what starts meanwhile would stop it half done.
+  # shellcheck disable=SC2016
+  run_inside sh -ec '
+    $QV_WINE wineboot -i
+    timeout 120 wineserver -w || true
+    $QV_WINE reg add "HKCU\\Software\\Wine\\Drivers" /v Graphics /t REG_SZ /d null /f
+    wineserver -k || true
+    timeout 120 wineserver -w || true' >"$cache/wine-boot.log" 2>&1 ||
     fail "the prefix does not boot; see $cache/wine-boot.log"
   touch "$prefix/.ready"
 }
