@@ -18,9 +18,9 @@ constexpr int32_t kNumber = 5;
 // The tables loaded, and one file in the chain.
 test::MemorySource& MainFile() {
   static test::MemorySource& file = []() -> test::MemorySource& {
-    test::OpenedFiles().Provide("main.rez");
+    test::OpenedFiles().Provide(".rez");  // under whatever name the language gives it
     FUZZ_CHECK(ZROpenResourceFiles(GetModuleHandleA(nullptr)) == ZRErrNone);
-    return *test::OpenedFiles().source("main.rez");
+    return *test::OpenedFiles().source(".rez");
   }();
   return file;
 }
