@@ -50,9 +50,7 @@ ZRHandle TakeFreeEntry(HandleTable& table, HandleEntry& entry, void* data, uint3
 void NoteLock(ZRHandle handle, HandleEntry& entry, TaskId current) {
   const MemorySettings& settings = CurrentMemorySettings();
   const bool first = entry.lock_count == 0;
-  if (first && settings.track_lockers == 0) {
-    entry.lock_site_depth = 0;
-  } else if (!CanReport()) {
+  if ((first && settings.track_lockers == 0) || !CanReport()) {
     entry.lock_site_depth = 0;
   } else if (first) {
     entry.lock_site_depth =
