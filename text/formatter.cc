@@ -45,11 +45,12 @@ class Arguments {
   double Double() { return va_arg(list_, double); }
   void* Pointer() { return va_arg(list_, void*); }
 
+  // 64 bits and a pointer are two types on the 32-bit build.
   int64_t Signed(ArgumentSize size) {
     switch (size) {
       case ArgumentSize::k16:
         return static_cast<int16_t>(Int());
-      case ArgumentSize::k64:
+      case ArgumentSize::k64:  // NOLINT(bugprone-branch-clone)
         return va_arg(list_, int64_t);
       case ArgumentSize::kPointer:
         return va_arg(list_, intptr_t);
@@ -62,7 +63,7 @@ class Arguments {
     switch (size) {
       case ArgumentSize::k16:
         return static_cast<uint16_t>(Int());
-      case ArgumentSize::k64:
+      case ArgumentSize::k64:  // NOLINT(bugprone-branch-clone)
         return va_arg(list_, uint64_t);
       case ArgumentSize::kPointer:
         return va_arg(list_, uintptr_t);

@@ -80,6 +80,7 @@ void PassTime(DWORD milliseconds) {
     std::this_thread::yield();
     return;
   }
+  // NOLINTNEXTLINE(bugprone-infinite-loop): INFINITE is for ever
   do {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
   } while (milliseconds == INFINITE);
