@@ -24,7 +24,7 @@ class CDiskFile {
   virtual ZRError GoToTempFolder();
 
   // The file's name inside the folder, at most 63 characters: a longer one answers ZRErrNotFound
-  // and empties the specification, as does any name without a folder. Null empties the name.
+  // and empties folder and name, as does any name without a folder. Null empties the name.
   virtual ZRError SetName(const char* name);
 
   // True when something exists at the path (a folder too).

@@ -198,8 +198,9 @@ void TakeDigit(char digit, Specification* spec) {
   }
 }
 
-// Reads the specification behind a "%" at p: flags, width, precision and size letters in any order,
-// since size letters may stand before the width. Returns the place behind the conversion character.
+// Reads the conversion that stands behind a "%" at p: flags, width, precision and size letters in
+// any order, since size letters may stand before the width. Returns the place behind the conversion
+// character.
 const char* ReadSpecification(const char* p, Arguments* arguments, Specification* spec) {
   for (;; ++p) {
     switch (*p) {

@@ -67,7 +67,7 @@ TEST_F(DiskFileTest, NamesInsideTheFolder) {
   EXPECT_EQ(file.SetName(nullptr), ZRErrNone);
   EXPECT_EQ(PathOf(file), folder_);
   EXPECT_EQ(file.SetName((longest + "n").c_str()), ZRErrNotFound);
-  EXPECT_EQ(PathOf(file), "") << "the specification is emptied";
+  EXPECT_EQ(PathOf(file), "") << "folder and name are emptied";
   ASSERT_EQ(file.GoToTempFolder(), ZRErrNone);
   file.SetName("name");
   ASSERT_EQ(file.GoToTempFolder(), ZRErrNone);
