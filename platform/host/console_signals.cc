@@ -71,6 +71,8 @@ void Serve(int number) {
   if (!AskHandlers(number == SIGINT ? CTRL_C_EVENT : CTRL_BREAK_EVENT)) EndProcess(number);
 }
 
+// Neither end blocks: a signal that is seen to be pending may be gone, taken by a thread that does
+// not block it, before it is read here.
 void ServeSignals() {
   ConsoleState& state = State();
   for (;;) {
@@ -89,9 +91,9 @@ void ServeSignals() {
 bool StartServing(ConsoleState& state) {
   if (state.started) return true;
   sigset_t ours = ConsoleSignals();
-  if (state.pending < 0) state.pending = signalfd(-1, &ours, SFD_CLOEXEC);
+  if (state.pending < 0) state.pending = signalfd(-1, &ours, SFD_CLOEXEC | SFD_NONBLOCK);
   if (state.pending < 0) return false;
-  if (state.pipe[0] < 0 && pipe2(state.pipe, O_CLOEXEC) != 0) return false;
+  if (state.pipe[0] < 0 && pipe2(state.pipe, O_CLOEXEC | O_NONBLOCK) != 0) return false;
   signal_pipe = state.pipe[1];
   state.started = StartServiceThread(ServeSignals);
   return state.started;

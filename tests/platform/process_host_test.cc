@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "platform/host/control.h"
 #include "platform/native_files.h"
@@ -79,6 +82,36 @@ TEST(ProcessHostTest, SignalsReachTheConsoleHandler) {
     ASSERT_EQ(kill(static_cast<pid_t>(child.id()), row.signal_number), 0);
     EXPECT_EQ(child.Finish(), row.exit_code);
   }
+}
+
+std::atomic<int> interrupts{0};
+
+BOOL WINAPI CountInterrupt(DWORD event) {
+  interrupts += event == CTRL_C_EVENT;
+  return TRUE;
+}
+
+// A signal of the process may go to a thread that does not block it while the serving thread looks
+// for it: whichever takes it, the handler is asked once.
+TEST(ProcessHostTest, NoInterruptIsLostBetweenThreads) {
+  std::atomic<bool> done{false};
+  std::thread other([&done] {
+    while (!done) std::this_thread::sleep_for(std::chrono::microseconds(50));
+  });
+  ASSERT_TRUE(SetConsoleCtrlHandler(CountInterrupt, TRUE));
+  int sent = 0;
+  auto arrived = [&sent] { return interrupts == sent; };
+  do {
+    ASSERT_EQ(kill(getpid(), SIGINT), 0);
+    ++sent;
+    for (int waits = 0; waits < 100000 && !arrived(); ++waits) {
+      std::this_thread::sleep_for(std::chrono::microseconds(20));
+    }
+  } while (arrived() && sent < 5000);
+  EXPECT_TRUE(arrived()) << "after " << sent;
+  EXPECT_TRUE(SetConsoleCtrlHandler(CountInterrupt, FALSE));
+  done = true;
+  other.join();
 }
 
 TEST(ProcessHostTest, CrashesHaveTheSystemsExitCode) {
