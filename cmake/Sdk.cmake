@@ -9,7 +9,7 @@
 function(qv_sdk)
   set(sdk ${CMAKE_BINARY_DIR}/sdk)
   set(headers)
-  foreach(folder base containers text app diag/system memory tasks files resources app/ui platform
+  foreach(folder base containers text app diag/system memory tasks files resources net app/ui platform
           platform/host)
     file(GLOB folder_headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
       ${CMAKE_SOURCE_DIR}/${folder}/*.h)
