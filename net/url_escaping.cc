@@ -24,8 +24,8 @@ class EscapedOutput {
  public:
   EscapedOutput(char* out, uint32_t size) : begin_(out), at_(out), end_(out + size) {}
 
-  static constexpr uint32_t kBlock = 16;
-  bool HasRoomForBlock() const { return Room() > size_t{kBlock} * kEscapeBytes; }
+  static constexpr ptrdiff_t kBlock = 16;
+  bool HasRoomForBlock() const { return Room() > kBlock * kEscapeBytes; }
 
   // Stores a whole form and moves by what counts of it, so that no branch depends on the byte.
   void PutUnchecked(const URLEscapeSet::Form& form) {
@@ -168,7 +168,7 @@ uint32_t EscapeURLBytes(std::string_view bytes, char* output, uint32_t size,
   const char* p = bytes.data();
   const char* const end = p + bytes.size();
   for (; end - p >= EscapedOutput::kBlock && out.HasRoomForBlock(); p += EscapedOutput::kBlock) {
-    for (uint32_t i = 0; i < EscapedOutput::kBlock; ++i) out.PutUnchecked(set.FormOf(p[i]));
+    for (ptrdiff_t i = 0; i < EscapedOutput::kBlock; ++i) out.PutUnchecked(set.FormOf(p[i]));
   }
   for (; p < end; ++p) out.Put(set.FormOf(*p));
   return out.Finish();
