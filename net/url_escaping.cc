@@ -1,9 +1,12 @@
 #include "net/url_escaping.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstring>
 
 #include "base/hooks.h"
+#include "text/ascii_block.h"
 #include "text/converters.h"
 #include "text/length_prefixed.h"
 
@@ -14,6 +17,14 @@ constexpr uint32_t kMostUtf8 = 1023;    // bytes of a text that are escaped
 constexpr uint32_t kEscapeBytes = 3;    // of "%41"
 constexpr uint32_t kMostCodeBytes = 4;  // of a character in any code page
 constexpr uint32_t kStackWorkArea = 1024;
+
+// True when two pieces of memory share no byte.
+bool AreApart(std::string_view a, std::string_view b) {
+  const auto begin = [](std::string_view piece) {
+    return reinterpret_cast<uintptr_t>(piece.data());
+  };
+  return begin(a) + a.size() <= begin(b) || begin(b) + b.size() <= begin(a);
+}
 
 bool IsUtf8OrNone(CodePage cp) { return cp == kUtf8 || cp == kDefaultCodePage; }
 
@@ -27,11 +38,19 @@ class EscapedOutput {
   static constexpr ptrdiff_t kBlock = 16;
   bool HasRoomForBlock() const { return Room() > kBlock * kEscapeBytes; }
 
-  // Stores a whole form and moves by what counts of it, so that no branch depends on the byte.
-  void PutUnchecked(const URLEscapeSet::Form& form) {
-    static_assert(sizeof form == kEscapeBytes + 1);
-    std::memcpy(at_, &form, sizeof form);
-    at_ += form.length;
+  // Stores whole forms and moves by what counts of each, so that no branch depends on a byte.
+  void PutBlock(const char* bytes, const URLEscapeSet& set) {
+    static_assert(std::endian::native == std::endian::little);
+    static_assert(offsetof(URLEscapeSet::Form, length) == kEscapeBytes);
+    char* at = at_;  // by itself: the bytes stored might else be those of this object
+#pragma GCC unroll 16
+    for (ptrdiff_t i = 0; i < kBlock; ++i) {
+      uint32_t form;  // loaded once: the length is its last byte
+      std::memcpy(&form, &set.FormOf(bytes[i]), sizeof form);
+      std::memcpy(at, &form, sizeof form);
+      at += form >> 24;
+    }
+    at_ = at;
   }
   // A byte in its escaped form needs one byte more than the form; what does not fit is dropped.
   void Put(const URLEscapeSet::Form& form) {
@@ -69,24 +88,54 @@ constexpr std::array<uint8_t, 256> kDigits = MakeDigits();
 class Unescaper {
  public:
   Unescaper(std::string_view text, char* output, uint32_t most)
-      : in_(text.data()), in_end_(in_ + text.size()), out_(output), out_end_(output + most) {}
+      : in_(text.data()),
+        in_end_(in_ + text.size()),
+        out_(output),
+        out_end_(output + most),
+        apart_(AreApart(text, {output, most})) {}
 
   // Returns the end of what was written.
   char* Run(bool decode_slashes) {
-    while (in_ < in_end_ && out_ < out_end_) {
-      const char c = *in_;
-      if (c == '%') {
-        TakeEscape(decode_slashes);
-      } else {
-        *out_++ = c == '+' ? ' ' : c;
-        ++in_;
-      }
+    for (;;) {
+      CopyPlain();
+      if (in_ == in_end_ || out_ == out_end_) return out_;
+      TakeEscape(decode_slashes);
     }
-    return out_;
   }
 
  private:
   uint8_t Digit() const { return in_ < in_end_ ? kDigits[static_cast<uint8_t>(*in_)] : kNoDigit; }
+
+  // Takes what stands before the next '%'.
+  void CopyPlain() {
+    if (apart_) CopyBlocks();
+    const char* in = in_;  // by themselves: the bytes stored might else be those of this object
+    char* out = out_;
+    const char* const end = in + Left();
+    for (; in < end && *in != '%'; ++in) *out++ = *in == '+' ? ' ' : *in;
+    in_ = in;
+    out_ = out;
+  }
+
+  // The same sixteen bytes at a time, as long as there are so many. More is stored than counts, so
+  // the text must not lie there.
+  void CopyBlocks() {
+    while (Left() >= static_cast<ptrdiff_t>(AsciiBlock::kBytes)) {
+      const auto block = AsciiBlock::Load(reinterpret_cast<const uint8_t*>(in_));
+      const uint32_t marks = block.EqualMask('%') | block.EqualMask('+');
+      block.Store(reinterpret_cast<uint8_t*>(out_));
+      const auto plain = marks == 0 ? AsciiBlock::kBytes : std::countr_zero(marks);
+      in_ += plain;
+      out_ += plain;
+      if (marks == 0) continue;
+      if (*in_ == '%') return;
+      *out_++ = ' ';
+      ++in_;
+    }
+  }
+
+  // Bytes that can be read and written.
+  ptrdiff_t Left() const { return std::min(in_end_ - in_, out_end_ - out_); }
 
   // Takes the '%' at hand, and what belongs to it.
   void TakeEscape(bool decode_slashes) {
@@ -118,6 +167,7 @@ class Unescaper {
   const char* in_end_;
   char* out_;
   char* out_end_;
+  bool apart_;  // text and output
 };
 
 // Converts `length` bytes of UTF-8 through a work area; returns the new length.
@@ -168,7 +218,7 @@ uint32_t EscapeURLBytes(std::string_view bytes, char* output, uint32_t size,
   const char* p = bytes.data();
   const char* const end = p + bytes.size();
   for (; end - p >= EscapedOutput::kBlock && out.HasRoomForBlock(); p += EscapedOutput::kBlock) {
-    for (ptrdiff_t i = 0; i < EscapedOutput::kBlock; ++i) out.PutUnchecked(set.FormOf(p[i]));
+    out.PutBlock(p, set);
   }
   for (; p < end; ++p) out.Put(set.FormOf(*p));
   return out.Finish();
@@ -193,6 +243,10 @@ void ZRURLEscape(const char* text, uint32_t length, char* output, uint32_t* size
     used = 0;
   } else if (qv::IsUtf8OrNone(cp)) {
     used = static_cast<uint32_t>(strnlen(text, std::min(length, qv::kMostUtf8)));
+    if (qv::AreApart({text, used}, {output, *size})) {
+      *size = qv::EscapeURLBytes({text, used}, output, *size, qv::SetOrDefault(set));
+      return;
+    }
     std::memcpy(work, text, used);
   } else {
     if (CPTermSize(cp) == 1) length = static_cast<uint32_t>(strnlen(text, length));

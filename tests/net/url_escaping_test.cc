@@ -182,6 +182,9 @@ TEST_F(URLEscaping, Unescapes) {
       {"a percent sign in place of a digit", "%%41", "A", "A"},
       {"one in place of the second", "%4%41", "A", "A"},
       {"read once", "%2541", "%41", "%41"},
+      {"in blocks", "ab+cd%20ef+%2Fgh++ijklmnopqrstuvw%41xyz+0123456789",
+       "ab cd ef %2Fgh  ijklmnopqrstuvwAxyz 0123456789",
+       "ab cd ef /gh  ijklmnopqrstuvwAxyz 0123456789"},
       {"zero byte", "a%00b", "a\0b"s, "a\0b"s},
   };
   for (const auto& row : kRows) {
