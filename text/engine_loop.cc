@@ -33,7 +33,7 @@ class Loop {
     if (line_ends_ != kKeep && (read.code == '\r' || read.code == '\n'))
       return ConvertLineEnd(read);
     const int size = writer_.Write(read.code, at_.out, Room());
-    if (size < 0) return EngineStop::kNoRoom;
+    if (size < 0) return EngineStop::kOutputEnd;
     at_.in += read.size;
     at_.out += size;
     return EngineStop::kInputEnd;
@@ -48,8 +48,8 @@ class Loop {
       if (second.size != 0 && second.code == '\n') next += second.size;
     }
     uint8_t* out = at_.out;
-    if (line_ends_ != kLf && !Put('\r', out)) return EngineStop::kNoRoom;
-    if (line_ends_ != kCr && !Put('\n', out)) return EngineStop::kNoRoom;
+    if (line_ends_ != kLf && !Put('\r', out)) return EngineStop::kOutputEnd;
+    if (line_ends_ != kCr && !Put('\n', out)) return EngineStop::kOutputEnd;
     at_.in = next;
     at_.out = out;
     return EngineStop::kInputEnd;
@@ -102,7 +102,7 @@ EngineStop RunReader(const Reader& reader, const Request& request) {
     case TextForm::kNone:
       break;
   }
-  return EngineStop::kNoRoom;
+  return EngineStop::kOutputEnd;
 }
 
 TextForm UnicodeForm(CodePage cp) {
@@ -165,7 +165,7 @@ EngineStop RunEngine(const EngineSource& source, const EngineTarget& target, Lin
     case TextForm::kNone:
       break;
   }
-  return EngineStop::kNoRoom;
+  return EngineStop::kOutputEnd;
 }
 
 EngineStop WriteByteOrderMark(const EngineTarget& target, EngineCursor& cursor) {

@@ -33,16 +33,16 @@ struct EngineCursor {
 };
 
 enum class EngineStop {
-  kInputEnd,  // all is converted
-  kCut,       // the rest is not a whole character, or (not at the end) a CR whose LF may follow
-  kNoRoom,    // the next character or line end does not fit
+  kInputEnd,   // all is converted
+  kCut,        // the rest is not a whole character, or (not at the end) a CR whose LF may follow
+  kOutputEnd,  // the next character or line end does not fit
 };
 
 // line_ends is one of kCr, kLf, kCrLf, kKeep. at_end: nothing follows the input.
 EngineStop RunEngine(const EngineSource& source, const EngineTarget& target, LineEndMode line_ends,
                      bool at_end, EngineCursor& cursor);
 
-// Writes a byte-order mark in the target's form, nothing in a code page; kInputEnd or kNoRoom.
+// Writes a byte-order mark in the target's form, nothing in a code page; kInputEnd or kOutputEnd.
 // Moves `out` only.
 EngineStop WriteByteOrderMark(const EngineTarget& target, EngineCursor& cursor);
 

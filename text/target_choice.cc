@@ -19,7 +19,7 @@ void VisitCharacters(const char* input, uint32_t input_bytes, CodePage from, Vis
   const EngineSource source = FindEngineSource(from);
   const auto* in = reinterpret_cast<const uint8_t*>(input);
   const uint8_t* end = in + input_bytes;
-  for (EngineStop stop = EngineStop::kNoRoom; stop == EngineStop::kNoRoom && in != end;) {
+  for (EngineStop stop = EngineStop::kOutputEnd; stop == EngineStop::kOutputEnd && in != end;) {
     uint8_t codes[128 * kCodeSize];
     EngineCursor at{in, end, codes, codes + sizeof codes};
     stop = RunEngine(source, {TextForm::kUtf32Big, nullptr}, kKeep, true, at);
