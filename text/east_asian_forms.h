@@ -112,10 +112,12 @@ class Iso2022Reader {
   ReadCharacter Read(const uint8_t* in, const uint8_t* end);
 
  private:
-  friend struct Iso2022Scheme;
+  ReadCharacter ReadSequence(const uint8_t* in, const uint8_t* end);
+  void ReturnToInitialState();
+
   const Iso2022Scheme* scheme_;
   uint8_t plain_set_, shifted_set_;  // what SI and SO choose
-  bool shifted_ = false;
+  bool shifted_;
 };
 
 class Iso2022Writer {
@@ -130,7 +132,7 @@ class Iso2022Writer {
 
  private:
   const Iso2022Scheme* scheme_;
-  uint8_t set_;
+  uint8_t set_;              // the character set that is open
   bool designated_ = false;  // what SO chooses has been named
 };
 

@@ -52,14 +52,14 @@ class Loop {
 
   EngineStop ConvertCharacter(const ReadCharacter& read) {
     if (decomposer_.active()) return ConvertDecomposed(read);
-    if (!Put(read.code, at_.out)) return EngineStop::kFull;
+    if (!Put(read.code, at_.out)) return EngineStop::kOutputEnd;
     return Advance(read);
   }
 
   EngineStop ConvertDecomposed(const ReadCharacter& read) {
     uint32_t parts[Decomposer::kMostParts];
     return PutAll(parts, decomposer_.Decompose(read.code, parts)) ? Advance(read)
-                                                                  : EngineStop::kFull;
+                                                                  : EngineStop::kOutputEnd;
   }
 
   // A CR is a line end at once; an LF behind it then is none.
@@ -67,7 +67,7 @@ class Loop {
     const bool second = read.code == '\n' && state_.after_cr;
     const uint32_t line_end[] = {'\r', '\n'};
     const uint32_t count = line_ends_ == kCrLf ? 2 : 1;
-    if (!second && !PutAll(line_end + (line_ends_ == kLf), count)) return EngineStop::kFull;
+    if (!second && !PutAll(line_end + (line_ends_ == kLf), count)) return EngineStop::kOutputEnd;
     state_.after_cr = read.code == '\r';
     return Advance(read);
   }
@@ -169,7 +169,7 @@ EngineStop RunReader(Reader reader, const Request& request) {
     case TextForm::kNone:
       break;
   }
-  return EngineStop::kFull;
+  return EngineStop::kOutputEnd;
 }
 
 TextForm FormOf(CodePage cp) {
@@ -263,7 +263,7 @@ EngineStop RunEngine(const EngineJob& job, EngineState& state, bool at_end, Engi
     case TextForm::kNone:
       break;
   }
-  return EngineStop::kFull;
+  return EngineStop::kOutputEnd;
 }
 
 EngineStop CloseEngine(const EngineJob& job, EngineState& state, EngineCursor& cursor) {
@@ -274,7 +274,7 @@ EngineStop CloseEngine(const EngineJob& job, EngineState& state, EngineCursor& c
   } else if (job.target.form == TextForm::kIso2022) {
     size = state.writer.iso2022.Close(cursor.out, room);
   }
-  if (size < 0) return EngineStop::kFull;
+  if (size < 0) return EngineStop::kOutputEnd;
   cursor.out += size;
   return EngineStop::kInputEnd;
 }

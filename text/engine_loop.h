@@ -79,9 +79,9 @@ struct EngineCursor {
 };
 
 enum class EngineStop {
-  kInputEnd,  // all is converted
-  kCut,       // the rest is not a whole character
-  kFull,      // the next character or line end does not fit
+  kInputEnd,   // all is converted
+  kCut,        // the rest is not a whole character
+  kOutputEnd,  // the next character or line end does not fit
 };
 
 // Converts as much as there is and fits; what follows may be converted by the next run. at_end:
@@ -89,11 +89,11 @@ enum class EngineStop {
 EngineStop RunEngine(const EngineJob& job, EngineState& state, bool at_end, EngineCursor& cursor);
 
 // Writes what ends the text (an open run of UTF-7, a character set that was switched to); at most
-// kMostCloseBytes, for which RunEngine leaves room. kInputEnd or kFull. Moves `out` only.
+// kMostCloseBytes, for which RunEngine leaves room. kInputEnd or kOutputEnd. Moves `out` only.
 EngineStop CloseEngine(const EngineJob& job, EngineState& state, EngineCursor& cursor);
 constexpr uint32_t kMostCloseBytes = 4;
 
-// Writes a byte-order mark in the target's form, nothing in a code page; kInputEnd or kFull.
+// Writes a byte-order mark in the target's form, nothing in a code page; kInputEnd or kOutputEnd.
 // Moves `out` only.
 EngineStop WriteByteOrderMark(const EngineJob& job, EngineState& state, EngineCursor& cursor);
 

@@ -20,7 +20,7 @@ void VisitCharacters(const char* input, uint32_t input_bytes, CodePage from, Vis
   EngineState state(job);
   const auto* in = reinterpret_cast<const uint8_t*>(input);
   const uint8_t* end = in + input_bytes;
-  for (EngineStop stop = EngineStop::kFull; stop == EngineStop::kFull && in != end;) {
+  for (EngineStop stop = EngineStop::kOutputEnd; stop == EngineStop::kOutputEnd && in != end;) {
     uint8_t codes[128 * kCodeSize];
     EngineCursor at{in, end, codes, codes + sizeof codes};
     stop = RunEngine(job, state, true, at);

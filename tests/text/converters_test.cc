@@ -1,4 +1,5 @@
 #include "text/converters.h"
+#include "text/pair_converters.h"
 
 #include <gtest/gtest.h>
 
