@@ -52,7 +52,10 @@ class WideTable final : public UnicodeTable {
   }
   // True when the codes below 80 are themselves.
   bool is_ascii() const { return is_ascii_; }
-  // True for the bytes that begin a pair in the page's text.
+  // True for the bytes that begin a pair in the page's text: those of CPIsLeadByte, and such as are
+  // no character and have pairs in the table. Of the latter kind are FA to FC of 932, where Windows
+  // writes characters of everyday names; they read as pairs although a walk by CPCharSize takes
+  // each byte by itself.
   bool is_lead(uint8_t byte) const { return is_lead_[byte]; }
 
  private:
@@ -63,6 +66,7 @@ class WideTable final : public UnicodeTable {
   void AddBlock(uint32_t block);
   void Set(uint32_t code, uint32_t value);
   void SetSingles(Bytes values);
+  void FindLeadBytes();
   void LinkToUnicode(const WideTable& base, const std::vector<bool>& own);
   void LinkFromUnicode(const WideTable& base, const std::vector<bool>& own);
 
