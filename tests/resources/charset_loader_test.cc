@@ -26,7 +26,7 @@ TEST_F(CharsetLoader, BuildsBothRegistries) {
   SetApplicationCodePage(1250);
   ASSERT_EQ(LoadCharsetTables(), ZRErrNone);
   EXPECT_EQ(GetApplicationCodePage(), 1252);
-  EXPECT_EQ(qv::AllUnicodeTables().size(), 112u);
+  EXPECT_EQ(qv::AllUnicodeTables().size(), 118u);
   const uint32_t count = qv::ConverterCount();
   EXPECT_GT(count, kByteMaps + kPairs);
   const struct {
