@@ -8,6 +8,7 @@
 #include "resources/module_source.h"
 #include "text/code_page_strings.h"
 #include "text/converters.h"
+#include "text/pair_converters.h"
 #include "text/unicode_table.h"
 
 namespace qv {
