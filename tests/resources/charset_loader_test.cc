@@ -8,6 +8,7 @@
 #include "resources/module_source.h"
 #include "text/code_page_strings.h"
 #include "text/converters.h"
+#include "text/line_breaks.h"
 #include "text/unicode_table.h"
 
 namespace {
@@ -80,6 +81,34 @@ TEST_F(CharsetLoader, AddsThePairsOfEachFamily) {
     }
     EXPECT_EQ(found, destinations) << source;
   }
+}
+
+TEST_F(CharsetLoader, TakesOverTheLineBreakLists) {
+  ASSERT_EQ(LoadCharsetTables(), ZRErrNone);
+  const struct {
+    CodePage cp;
+    uint32_t not_last, not_first;  // how many there are
+    uint32_t opening, closing;     // a corner bracket of each kind
+  } kRows[] = {{932, 20, 81, 0x8175, 0x8176},
+               {936, 26, 44, 0xA1B8, 0xA1B9},
+               {949, 17, 35, 0xA1B8, 0xA1B9},
+               {950, 26, 60, 0xA175, 0xA176},
+               {1252, 0, 0, 0, 0}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.cp);
+    uint32_t not_last = 0, not_first = 0;
+    for (uint32_t code = 0; code <= 0xFFFF; ++code) {
+      not_last += !qv::MayEndLine(row.cp, code);
+      not_first += !qv::MayBeginLine(row.cp, code);
+    }
+    EXPECT_EQ(not_last, row.not_last);
+    EXPECT_EQ(not_first, row.not_first);
+    EXPECT_EQ(qv::MayEndLine(row.cp, row.opening), row.cp == 1252);
+    EXPECT_EQ(qv::MayBeginLine(row.cp, row.closing), row.cp == 1252);
+    EXPECT_TRUE(qv::MayBeginLine(row.cp, row.opening) && qv::MayEndLine(row.cp, row.closing));
+  }
+  ReleaseCharsetTables();
+  EXPECT_TRUE(qv::MayEndLine(932, 0x8175));
 }
 
 }  // namespace

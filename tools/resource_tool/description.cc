@@ -5,6 +5,7 @@
 
 #include "tools/resource_tool/charset_tables.h"
 #include "tools/resource_tool/decompositions.h"
+#include "tools/resource_tool/line_break_lists.h"
 #include "tools/resource_tool/version_record.h"
 #include "tools/resource_tool/wide_tables.h"
 
@@ -165,6 +166,24 @@ bool ReadDecompositions(Context& context, const Line& line) {
   return true;
 }
 
+// qvlb FILE
+bool ReadLineBreaks(Context& context, const Line& line) {
+  if (!context.CountIs(line, 1, 1)) return false;
+  const std::string path = (context.folder / line.fields[1].text).string();
+  std::vector<Line> lines;
+  std::map<uint32_t, ByteVector> pages;
+  if (!context.reader.Read(path, Quotes::kPlain, lines, context.problem) ||
+      !EncodeLineBreakLists({path, 0}, lines, pages, context.problem)) {
+    return false;
+  }
+  for (auto& [page, body] : pages) {
+    if (!context.set.Add(line.place, {"QVLB", 0}, page, std::move(body), context.problem)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 // zrcs NUMBER PAGE
 bool ReadCodePage(Context& context, const Line& line) {
   uint32_t number = 0, page = 0;
@@ -249,6 +268,7 @@ constexpr Directive kDirectives[] = {
     {"zrcs", ReadCodePage},    {"version", ReadVersion},
     {"bytes", ReadBytes},      {"named", ReadNamed},
     {"wide", ReadWide},        {"decompositions", ReadDecompositions},
+    {"qvlb", ReadLineBreaks},
 };
 
 }  // namespace

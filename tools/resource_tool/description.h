@@ -9,6 +9,7 @@
 //   wide 240 932 codepages/932 20002     the same over a base page that stands above it, from which
 //                                        it takes the rows that are equal
 //   decompositions 244 unicode/decomposition.txt   takes four numbers
+//   qvlb linebreak.txt                   line-break lists; each page's number is the code page's
 //   zrcs 1 1252                          a code page
 //   bytes TEST 7 0A FF                   any type; its name is stored in upper case
 //   named TEST BANNER 0A FF              the same with a name in place of the number
