@@ -1,6 +1,7 @@
 #include "format/encodings/utf7.h"
 
 #include <array>
+#include <cstddef>
 
 #include "format/encodings/base64_digits.h"
 
