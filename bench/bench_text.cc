@@ -45,8 +45,8 @@ std::string JapaneseWords() {
   std::mt19937 random(7);
   std::u32string codes;
   while (codes.size() < kCorpusBytes * 3 / 4) {
-    const uint32_t kind = random() % 20;
-    for (uint32_t letters = 1 + random() % 6; letters > 0; --letters) {
+    const auto kind = static_cast<uint32_t>(random() % 20);
+    for (auto letters = 1 + random() % 6; letters > 0; --letters) {
       codes += kind < 10 ? static_cast<char32_t>(0x3042 + random() % 80)
                : kind < 18
                    ? U"日本語文字東京大阪人間時電子送受信件名添付先生会社年月今回"[random() % 28]
