@@ -9,8 +9,8 @@
 function(qv_sdk)
   set(sdk ${CMAKE_BINARY_DIR}/sdk)
   set(headers)
-  foreach(folder base containers text app diag/system memory tasks files resources net app/ui platform
-          platform/host)
+  foreach(folder base containers format/encodings text app diag/system memory tasks files resources
+          format net app/ui platform platform/host)
     file(GLOB folder_headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
       ${CMAKE_SOURCE_DIR}/${folder}/*.h)
     list(APPEND headers ${folder_headers})

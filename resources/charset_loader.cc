@@ -8,6 +8,8 @@
 #include "resources/module_source.h"
 #include "text/code_page_strings.h"
 #include "text/converters.h"
+#include "text/line_breaks.h"
+#include "text/pair_converters.h"
 #include "text/unicode_table.h"
 
 namespace qv {
@@ -15,6 +17,7 @@ namespace {
 
 constexpr ResourceTypeCode kByteMapType = ResourceType("CHST");
 constexpr ResourceTypeCode kUnicodeTableType = ResourceType("CHUC");
+constexpr ResourceTypeCode kLineBreakType = ResourceType("QVLB");
 constexpr ResourceTypeCode kCodePageType = ResourceType("ZRcs");
 constexpr int kGoOn = 0, kStop = 1;
 
@@ -158,6 +161,22 @@ ZRError LoadUnicodeTables() {
   return BuildUnicodeTables(resources) ? ZRErrNone : ZRErrNoMemory;
 }
 
+// --- Step: the line-break lists; the resource's number is the code page ---
+
+int AddLineBreaks(ResourceTypeCode type, int32_t number, void*) {
+  const LineBreakLoad load =
+      AddLineBreakLists(static_cast<CodePage>(number), ModuleSource().Find(type, number));
+  if (load != LineBreakLoad::kNoMemory) return kGoOn;
+  State().error = ZRErrNoMemory;
+  return kStop;
+}
+
+ZRError LoadLineBreaks() {
+  State().error = ZRErrNone;
+  ModuleSource().Enumerate(kLineBreakType, AddLineBreaks, nullptr);
+  return State().error;
+}
+
 void SetApplicationCodePageFromModule() {
   constexpr Field kCodePage{0, 2};
   Bytes resource = ModuleSource().Find(kCodePageType, 1);
@@ -173,8 +192,9 @@ void SetApplicationCodePageFromModule() {
 ZRError LoadCharsetTables() {
   ReleaseCharsetTables();
   SetApplicationCodePage(kWesternWindows);
-  constexpr ZRError (*kSteps[])() = {qv::AddSystemCodePages, qv::AddByteMaps, qv::AddPairs,
-                                     qv::SortAll, qv::LoadUnicodeTables};
+  constexpr ZRError (*kSteps[])() = {qv::AddSystemCodePages, qv::AddByteMaps,
+                                     qv::AddPairs,           qv::SortAll,
+                                     qv::LoadUnicodeTables,  qv::LoadLineBreaks};
   for (const auto& step : kSteps) {
     const ZRError error = step();
     if (error == ZRErrNone) continue;
@@ -188,4 +208,5 @@ ZRError LoadCharsetTables() {
 void ReleaseCharsetTables() {
   qv::ReleaseConverters();
   qv::ReleaseUnicodeTables();
+  qv::ReleaseLineBreakLists();
 }

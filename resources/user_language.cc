@@ -1,5 +1,9 @@
 #include "resources/user_language.h"
 
+#include <algorithm>
+#include <cstring>
+
+#include "base/lock_object.h"
 #include "platform/windows_api.h"
 #include "text/length_prefixed.h"
 
@@ -7,6 +11,24 @@ namespace qv {
 namespace {
 
 constexpr char kFallback[] = "en-US";
+struct LanguageState {
+  LockObject lock;
+  bool known = false;
+  char tag[kUserLanguageSize] = "";
+};
+
+// Never destroyed: threads may ask until the process ends.
+union LanguageHolder {
+  LanguageState state;
+  constexpr LanguageHolder() : state() {}
+  ~LanguageHolder() {}
+};
+
+LanguageState& State() {
+  static constinit LanguageHolder holder;
+  return holder.state;
+}
+
 constexpr int kMostNameUnits = 9;  // what the platform gives at most, terminator included
 
 // Appends one of the user's names, which are ASCII; false when the platform does not give it.
@@ -35,4 +57,21 @@ void GetUserLanguage(char (&tag)[kUserLanguageSize]) {
   AppendCStr(tag, kFallback, sizeof tag);
 }
 
+void ResetLanguageTagForTest() {
+  LanguageState& language = State();
+  ScopedLock hold(language.lock);
+  language.known = false;
+}
+
 }  // namespace qv
+
+void ZRGetLanguageTag(char* output, uint32_t size) {
+  if (output == nullptr || size == 0) return;
+  qv::LanguageState& language = qv::State();
+  qv::ScopedLock hold(language.lock);
+  if (!language.known) qv::GetUserLanguage(language.tag);
+  language.known = true;
+  const size_t length = std::min<size_t>(std::strlen(language.tag), size - 1);
+  std::memcpy(output, language.tag, length);
+  output[length] = '\0';
+}

@@ -6,6 +6,7 @@
 
 #include "text/code_page_strings.h"
 #include "text/converters.h"
+#include "text/east_asian_forms.h"
 #include "text/engine_loop.h"
 
 namespace qv {
@@ -25,6 +26,31 @@ bool RewriteLineEnd(const char*& at, const char* end, char*& out, const char* ou
   if (line_ends != kLf) *out++ = '\r';
   if (line_ends != kCr) *out++ = '\n';
   return true;
+}
+
+struct CopyRequest {
+  const char *in, *in_end;
+  char *out, *out_end;
+  LineEndMode line_ends;
+};
+
+// size_of gives the bytes of the character at a position, of which it may look at so many.
+template <class SizeOf>
+uint32_t Copy(const CopyRequest& request, uint32_t* output_bytes, SizeOf size_of) {
+  const char* at = request.in;
+  char* out = request.out;
+  while (at != request.in_end && out != request.out_end) {
+    const uint32_t size = size_of(at, static_cast<uint32_t>(request.in_end - at));
+    if (request.line_ends != kKeep && IsLineEnd(*at)) {
+      if (!RewriteLineEnd(at, request.in_end, out, request.out_end, request.line_ends)) break;
+      continue;
+    }
+    if (size > static_cast<uint32_t>(request.out_end - out)) break;
+    out = std::copy_n(at, size, out);
+    at += size;
+  }
+  *output_bytes = static_cast<uint32_t>(out - request.out);
+  return static_cast<uint32_t>(at - request.in);
 }
 
 class IdentityConverter final : public Converter {
@@ -64,20 +90,6 @@ class TableConverter final : public Converter {
   uint8_t map_[kMapSize] = {};
 };
 
-class PairConverter final : public Converter {
- public:
-  PairConverter(CodePage from, CodePage to) : Converter(from, to) {}
-  bool usable() const override { return source == destination; }
-  uint32_t Convert(const char* input, uint32_t input_bytes, char* output, uint32_t* output_bytes,
-                   int line_end_mode) const override {
-    if (usable()) {
-      return CopyWithLineEnds(source, input, input_bytes, output, output_bytes, line_end_mode);
-    }
-    *output_bytes = 0;
-    return 0;
-  }
-};
-
 }  // namespace
 
 uint32_t MapBytes(const uint8_t* map, const char* input, uint32_t input_bytes, char* output,
@@ -97,22 +109,22 @@ uint32_t MapBytes(const uint8_t* map, const char* input, uint32_t input_bytes, c
 
 uint32_t CopyWithLineEnds(CodePage cp, const char* input, uint32_t input_bytes, char* output,
                           uint32_t* output_bytes, int line_end_mode) {
-  const LineEndMode line_ends = ResolveLineEnds(line_end_mode, cp, cp);
-  const bool single = !IsCharacterWiseCodePage(cp);
-  const char *at = input, *end = input + input_bytes;
-  char *out = output, *out_end = output + *output_bytes;
-  while (at != end && out != out_end) {
-    if (line_ends != kKeep && IsLineEnd(*at)) {
-      if (!RewriteLineEnd(at, end, out, out_end, line_ends)) break;
-      continue;
-    }
-    const uint32_t size = single ? 1 : CPCharSizeOrOne(at, cp, static_cast<uint32_t>(end - at));
-    if (size > static_cast<uint32_t>(out_end - out)) break;
-    out = std::copy_n(at, size, out);
-    at += size;
+  const CopyRequest request{input, input + input_bytes, output, output + *output_bytes,
+                            ResolveLineEnds(line_end_mode, cp, cp)};
+  if (!IsCharacterWiseCodePage(cp)) {
+    return Copy(request, output_bytes, [](const char*, uint32_t) { return 1u; });
   }
-  *output_bytes = static_cast<uint32_t>(out - output);
-  return static_cast<uint32_t>(at - input);
+  if (EastAsianFormOf(cp) != EastAsianForm::kIso2022) {
+    return Copy(request, output_bytes, [cp](const char* at, uint32_t available) {
+      return CPCharSizeOrOne(at, cp, available);
+    });
+  }
+  return Copy(request, output_bytes,
+              [reader = Iso2022Reader(cp)](const char* at, uint32_t available) mutable {
+                const auto* bytes = reinterpret_cast<const uint8_t*>(at);
+                const uint32_t size = reader.Read(bytes, bytes + available).size;
+                return size == 0 ? available : size;
+              });
 }
 
 std::unique_ptr<Converter> NewIdentityConverter(CodePage source, CodePage destination) {
@@ -121,10 +133,6 @@ std::unique_ptr<Converter> NewIdentityConverter(CodePage source, CodePage destin
 
 std::unique_ptr<Converter> NewTableConverter(Bytes resource) {
   return std::unique_ptr<Converter>(new (std::nothrow) TableConverter(resource));
-}
-
-std::unique_ptr<Converter> NewPairConverter(CodePage source, CodePage destination) {
-  return std::unique_ptr<Converter>(new (std::nothrow) PairConverter(source, destination));
 }
 
 }  // namespace qv

@@ -13,7 +13,7 @@ uint32_t MapBytes(const uint8_t* map, const char* input, uint32_t input_bytes, c
                   uint32_t* output_bytes, LineEndMode line_ends);
 
 // The identity conversion of a code page: only line ends change. A double-byte character is not
-// split.
+// split, nor one of the ISO-2022 pages or a sequence there.
 uint32_t CopyWithLineEnds(CodePage cp, const char* input, uint32_t input_bytes, char* output,
                           uint32_t* output_bytes, int line_end_mode);
 

@@ -19,6 +19,7 @@
 #include "text/characters.h"
 #include "text/code_page_search.h"
 #include "text/code_pages.h"
+#include "text/convert_in_place.h"
 #include "text/process_code_pages.h"
 
 // Compares the first characters by code point: 0 equal, 1 when a's is greater, 2 when smaller, -1
@@ -55,11 +56,3 @@ uint32_t CPCopyChars(char* dst, uint32_t* dst_bytes, const char* src, uint32_t* 
 uint32_t CPLStrCopy(uint8_t* dst, const uint8_t* src, uint32_t max, CodePage cp);
 // Shortens in place to at most min(max, 255) bytes; returns the new length.
 uint32_t CPLStrTruncate(uint8_t* str, uint32_t max, CodePage cp);
-
-// Converts NUL-terminated text in place, at least one of the code pages being Unicode; every line
-// end becomes CR LF; no byte-order mark. Returns the bytes of the result, terminator included. The
-// buffer must hold `limit` bytes; a longer result is cut at a whole character with its terminator
-// inside (for a single-byte target up to limit bytes and a NUL at limit, as CPStrNCopy does).
-// Returns 0 and leaves the buffer as it was when neither is Unicode, a table is missing, or there
-// is no memory for a work area (needed when limit is above 4096).
-uint32_t CPConvert(char* buffer, CodePage from, CodePage to, uint32_t limit);

@@ -30,14 +30,11 @@ class Converter {
   Converter(CodePage from, CodePage to) : source(from), destination(to) {}
 };
 
-// Copies, changing line ends only. Null without memory (so for the two below).
+// Copies, changing line ends only. Null without memory (so for the one below).
 std::unique_ptr<Converter> NewIdentityConverter(CodePage source, CodePage destination);
 // Maps bytes through the 256-byte table of a whole "CHST" resource (source, destination, table);
 // a resource of another size gives a converter that converts nothing.
 std::unique_ptr<Converter> NewTableConverter(Bytes resource);
-// Between the forms of one East Asian family. Its arithmetic is not there yet: it converts nothing
-// (0 bytes), as any converter without its table does. Equal code pages are copied as above.
-std::unique_ptr<Converter> NewPairConverter(CodePage source, CodePage destination);
 
 // Registry, in building order: add converters, then sort. AddConverter and SortConverters give
 // false without memory; the caller then discards the whole registry.

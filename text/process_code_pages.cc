@@ -67,4 +67,12 @@ CodePage SetDefaultCodePage(CodePage cp) {
 
 CodePage GetApplicationCodePage() { return qv::State().application_page; }
 
+CodePage SystemAnsiCodePage() { return ValidCodePageOr1252(static_cast<CodePage>(GetACP())); }
+
+CodePage ValidWindowsCodePage(CodePage cp) {
+  return cp < kDefaultCodePage && IsValidCodePage(cp) ? cp : 0;
+}
+
+CodePage ValidCodePageOr1252(CodePage cp) { return IsValidCodePage(cp) ? cp : kWesternWindows; }
+
 void SetApplicationCodePage(CodePage cp) { qv::State().application_page = cp; }

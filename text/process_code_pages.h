@@ -16,6 +16,18 @@ CodePage SetDefaultCodePage(CodePage cp);
 CodePage GetApplicationCodePage();
 void SetApplicationCodePage(CodePage cp);
 
+// The same as GetApplicationCodePage.
+inline CodePage ApplicationCodePage() { return GetApplicationCodePage(); }
+
+// The platform's ANSI code page, which the narrow calls of this process take; 1252 when the
+// platform does not accept it. GetSystemCodePage reads what the registry says.
+CodePage SystemAnsiCodePage();
+
+// `cp` when the platform converts it and the number is one of the platform's (below 20000), else 0.
+CodePage ValidWindowsCodePage(CodePage cp);
+// `cp` when the platform converts it, else 1252.
+CodePage ValidCodePageOr1252(CodePage cp);
+
 // 65001, the code page in which text travels inside the library.
 constexpr CodePage GetInterchangeCodePage() { return kUtf8; }
 

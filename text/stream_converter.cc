@@ -2,17 +2,14 @@
 #include <cstring>
 
 #include "text/converters.h"
-#include "text/engine_loop.h"
 #include "text/unicode_engines.h"
 
 namespace qv {
 
 StreamConverter::StreamConverter(CodePage from, CodePage to, const ConversionOptions& options)
-    : from_(from),
-      to_(to),
-      options_{ResolveLineEnds(options.line_end_mode, from, to), options.flags},
-      usable_(FindEngineSource(from).form != TextForm::kNone &&
-              FindEngineTarget(to).form != TextForm::kNone),
+    : job_(MakeEngineJob(from, to, options.line_end_mode, options.decomposition)),
+      state_(job_),
+      usable_(job_.possible()),
       mark_written_((options.flags & kConvertByteOrderMark) == 0) {}
 
 ConversionResult StreamConverter::Convert(const char* input, uint32_t input_bytes, char* output,
@@ -31,9 +28,12 @@ ConversionResult StreamConverter::Run(const char* input, uint32_t input_bytes, c
   auto* out = reinterpret_cast<uint8_t*>(output);
   EngineCursor at{in, in + input_bytes, out, out + output_bytes};
   if (!mark_written_) {
-    mark_written_ = WriteByteOrderMark(FindEngineTarget(to_), at) == EngineStop::kInputEnd;
+    mark_written_ = WriteByteOrderMark(job_, state_, at) == EngineStop::kInputEnd;
   }
   if (mark_written_ && ConvertKept(at, at_end)) ConvertRest(at, at_end);
+  if (at_end && mark_written_ && kept_bytes_ == 0 && output_bytes >= kMostCloseBytes) {
+    CloseEngine(job_, state_, at);
+  }
   return {true, static_cast<uint32_t>(at.in - in), static_cast<uint32_t>(at.out - out)};
 }
 
@@ -41,14 +41,13 @@ ConversionResult StreamConverter::Run(const char* input, uint32_t input_bytes, c
 // more, so that the input can be converted where it lies.
 bool StreamConverter::ConvertKept(EngineCursor& at, bool at_end) {
   while (kept_bytes_ > 0) {
-    // Longer than anything that can be kept and completed: a CR and a sequence of seven bytes.
+    // Longer than anything that can be kept and completed: a sequence of seven bytes.
     uint8_t joined[2 * sizeof kept_];
     const size_t added =
         std::min<size_t>(static_cast<size_t>(at.in_end - at.in), sizeof joined - kept_bytes_);
     std::copy_n(at.in, added, std::copy_n(kept_, kept_bytes_, joined));
     EngineCursor inside{joined, joined + kept_bytes_ + added, at.out, at.out_end};
-    const EngineStop stop =
-        RunEngine(FindEngineSource(from_), FindEngineTarget(to_), LineEnds(), at_end, inside);
+    const EngineStop stop = RunEngine(job_, state_, at_end, inside);
     at.out = inside.out;
     const auto used = static_cast<uint32_t>(inside.in - joined);
     if (used >= kept_bytes_) {
@@ -66,8 +65,7 @@ bool StreamConverter::ConvertKept(EngineCursor& at, bool at_end) {
 }
 
 void StreamConverter::ConvertRest(EngineCursor& at, bool at_end) {
-  const EngineStop stop =
-      RunEngine(FindEngineSource(from_), FindEngineTarget(to_), LineEnds(), at_end, at);
+  const EngineStop stop = RunEngine(job_, state_, at_end, at);
   if (stop == EngineStop::kCut) KeepOrDrop(at, at_end);
 }
 
@@ -80,10 +78,6 @@ void StreamConverter::KeepOrDrop(EngineCursor& at, bool at_end) {
   if (!at_end) return;
   cut_bytes_ += kept_bytes_;
   kept_bytes_ = 0;
-}
-
-LineEndMode StreamConverter::LineEnds() const {
-  return static_cast<LineEndMode>(options_.line_end_mode);
 }
 
 }  // namespace qv

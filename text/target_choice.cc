@@ -16,13 +16,14 @@ constexpr uint32_t kFirstNonAscii = 0x80;
 template <class Visitor>
 void VisitCharacters(const char* input, uint32_t input_bytes, CodePage from, Visitor visit) {
   constexpr uint32_t kCodeSize = 4;
-  const EngineSource source = FindEngineSource(from);
+  const EngineJob job = MakeEngineJob(from, kUtf32Big, kKeep);
+  EngineState state(job);
   const auto* in = reinterpret_cast<const uint8_t*>(input);
   const uint8_t* end = in + input_bytes;
-  for (EngineStop stop = EngineStop::kNoRoom; stop == EngineStop::kNoRoom && in != end;) {
+  for (EngineStop stop = EngineStop::kOutputEnd; stop == EngineStop::kOutputEnd && in != end;) {
     uint8_t codes[128 * kCodeSize];
     EngineCursor at{in, end, codes, codes + sizeof codes};
-    stop = RunEngine(source, {TextForm::kUtf32Big, nullptr}, kKeep, true, at);
+    stop = RunEngine(job, state, true, at);
     if (at.in == in) return;
     in = at.in;
     const Bytes written(codes, static_cast<size_t>(at.out - codes));

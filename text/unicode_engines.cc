@@ -20,15 +20,11 @@ struct Output {
   CodePage code_page;
 };
 
-// `needs_unicode`: refuses two code pages of bytes.
-ConversionResult Convert(const Input& input, const Output& output, const ConversionOptions& options,
-                         bool needs_unicode) {
-  const EngineSource source = FindEngineSource(input.code_page);
-  const EngineTarget target = FindEngineTarget(output.code_page);
-  if (source.form == TextForm::kNone || target.form == TextForm::kNone) return {};
-  if (needs_unicode && source.form == TextForm::kBytes && target.form == TextForm::kBytes) {
-    return {};
-  }
+ConversionResult Convert(const Input& input, const Output& output,
+                         const ConversionOptions& options) {
+  const EngineJob job = MakeEngineJob(input.code_page, output.code_page, options.line_end_mode,
+                                      options.decomposition);
+  if (!job.possible()) return {};
   const bool measured = input.bytes == kMeasure;
   const uint32_t terminator = measured ? static_cast<uint32_t>(CPTermSize(output.code_page)) : 0;
   if (output.room < terminator) return {true, 0, 0};
@@ -36,11 +32,12 @@ ConversionResult Convert(const Input& input, const Output& output, const Convers
   auto* out = reinterpret_cast<uint8_t*>(output.text);
   EngineCursor at{in, in + (measured ? TextSize(input.text, input.code_page) : input.bytes), out,
                   out + (output.room - terminator)};
+  EngineState state(job);
   const bool mark = (options.flags & kConvertByteOrderMark) != 0;
-  if (!mark || WriteByteOrderMark(target, at) == EngineStop::kInputEnd) {
-    RunEngine(source, target,
-              ResolveLineEnds(options.line_end_mode, input.code_page, output.code_page), true, at);
+  if (!mark || WriteByteOrderMark(job, state, at) == EngineStop::kInputEnd) {
+    RunEngine(job, state, true, at);
   }
+  CloseEngine(job, state, at);
   for (uint32_t i = 0; i < terminator; ++i) *at.out++ = 0;
   return {true, static_cast<uint32_t>(at.in - in), static_cast<uint32_t>(at.out - out)};
 }
@@ -56,14 +53,15 @@ ConversionResult ConvertThroughUnicode(const char* input, uint32_t input_bytes, 
     *to = ChooseTargetCodePage(input, input_bytes == kMeasure ? TextSize(input, from) : input_bytes,
                                from);
   }
-  return Convert({input, input_bytes, from}, {output, output_bytes, *to}, options, true);
+  if (!IsUnicodeCodePage(from) && !IsUnicodeCodePage(*to)) return {};
+  return Convert({input, input_bytes, from}, {output, output_bytes, *to}, options);
 }
 
 ConversionResult ConvertBetweenCodePages(const char* input, uint32_t input_bytes, CodePage from,
                                          char* output, uint32_t output_bytes, CodePage to,
                                          const ConversionOptions& options) {
   if (input == nullptr || output == nullptr) return {};
-  return Convert({input, input_bytes, from}, {output, output_bytes, to}, options, false);
+  return Convert({input, input_bytes, from}, {output, output_bytes, to}, options);
 }
 
 }  // namespace qv

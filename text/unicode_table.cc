@@ -6,7 +6,10 @@
 #include <vector>
 
 #include "text/byte_tables.h"
+#include "text/decomposition.h"
+#include "text/east_asian_forms.h"
 #include "text/plain_ascii.h"
+#include "text/wide_tables.h"
 
 namespace qv {
 namespace {
@@ -47,12 +50,28 @@ bool ComesBefore(const TablePointer& a, const TablePointer& b) {
   return a->code_page() < b->code_page();
 }
 
+bool IsTableKind(uint16_t kind) {
+  switch (kind & ~kFromUnicodeBit) {
+    case kKindHighHalf:
+    case kKindAllBytes:
+    case kKindWide:
+    case kKindBased:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool IsWideKind(uint16_t kind) {
+  const int both_ways = kind & ~kFromUnicodeBit;
+  return both_ways == kKindWide || both_ways == kKindBased;
+}
+
+bool IsWidePage(CodePage cp) { return EastAsianFormOf(cp) != EastAsianForm::kNone; }
+
 // False without memory for the object; a table that does not load is left out.
 bool AddTable(std::vector<TablePointer>& tables, uint16_t kind, CodePage cp, Bytes body) {
-  const bool known = kind == kKindHighHalf || kind == kKindAllBytes ||
-                     kind == (kFromUnicodeBit | kKindHighHalf) ||
-                     kind == (kFromUnicodeBit | kKindAllBytes);
-  if (!known) return true;
+  if (!IsTableKind(kind) || IsWideKind(kind) != IsWidePage(cp)) return true;
   TablePointer table = NewUnicodeTable(kind, cp);
   if (!table) return false;
   if (table->Load(body)) tables.push_back(std::move(table));
@@ -62,9 +81,12 @@ bool AddTable(std::vector<TablePointer>& tables, uint16_t kind, CodePage cp, Byt
 bool AddResource(std::vector<TablePointer>& tables, Bytes resource) {
   if (resource.size() < kHeaderSize) return true;
   const auto kind = static_cast<uint16_t>(ReadBigEndian(resource, kKind));
-  if (kind >= kFirstDecomposition && kind <= kLastDecomposition) return true;
-  const auto cp = static_cast<CodePage>(ReadBigEndian(resource, kPage));
-  return AddTable(tables, kind, cp, resource.subspan(kHeaderSize));
+  const Bytes body = resource.subspan(kHeaderSize);
+  if (kind >= kFirstDecomposition && kind <= kLastDecomposition) {
+    SetDecompositionData(kind, body);
+    return true;
+  }
+  return AddTable(tables, kind, static_cast<CodePage>(ReadBigEndian(resource, kPage)), body);
 }
 
 bool AddAllTables(std::vector<TablePointer>& tables, std::span<const Bytes> resources) {
@@ -75,6 +97,36 @@ bool AddAllTables(std::vector<TablePointer>& tables, std::span<const Bytes> reso
   }
   return std::all_of(resources.begin(), resources.end(),
                      [&tables](Bytes resource) { return AddResource(tables, resource); });
+}
+
+WideTable* AsBased(const TablePointer& table) {
+  const bool based = (table->kind() & ~kFromUnicodeBit) == kKindBased;
+  return based ? static_cast<WideTable*>(table.get()) : nullptr;
+}
+
+// The table of its own rows that completes this one.
+const WideTable* FindBase(const std::vector<TablePointer>& tables, const WideTable& table) {
+  const auto kind = static_cast<uint16_t>(kKindWide | (table.kind() & kFromUnicodeBit));
+  for (const TablePointer& base : tables) {
+    if (base->kind() == kind && base->code_page() == table.base_page()) {
+      return static_cast<const WideTable*>(base.get());
+    }
+  }
+  return nullptr;
+}
+
+// Completes the tables that have a base; those whose base is missing are dropped.
+void LinkTables(std::vector<TablePointer>& tables) {
+  for (size_t i = 0; i < tables.size();) {
+    WideTable* const based = AsBased(tables[i]);
+    const WideTable* const base = based == nullptr ? nullptr : FindBase(tables, *based);
+    if (based != nullptr && base == nullptr) {
+      tables.erase(tables.begin() + static_cast<std::ptrdiff_t>(i));
+      continue;
+    }
+    if (based != nullptr) based->Link(*base);
+    ++i;
+  }
 }
 
 // Of two tables for one page and direction the first counts.
@@ -106,6 +158,9 @@ std::unique_ptr<UnicodeTable> NewUnicodeTable(uint16_t kind, CodePage cp) {
       if (kind & kFromUnicodeBit)
         return TablePointer(new (std::nothrow) UnicodeToByteTable(kind, cp));
       return TablePointer(new (std::nothrow) ByteToUnicodeTable(kind, cp));
+    case kKindWide:
+    case kKindBased:
+      return TablePointer(new (std::nothrow) WideTable(kind, cp));
     default:
       return nullptr;
   }
@@ -119,16 +174,21 @@ bool BuildUnicodeTables(std::span<const Bytes> resources) {
       ReleaseUnicodeTables();
       return false;
     }
+    LinkTables(state.tables);
   } catch (const std::bad_alloc&) {
     ReleaseUnicodeTables();
     return false;
   }
+  CheckDecompositionData();
   std::stable_sort(state.tables.begin(), state.tables.end(), ComesBefore);
   FillIndex(state);
   return true;
 }
 
-void ReleaseUnicodeTables() { State() = {}; }
+void ReleaseUnicodeTables() {
+  State() = {};
+  ReleaseDecompositionData();
+}
 
 std::span<const std::unique_ptr<UnicodeTable>> AllUnicodeTables() { return State().tables; }
 

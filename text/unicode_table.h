@@ -6,8 +6,10 @@
 //   kind 0x8000  rows of 18 bytes: code point / 16, then 16 bytes of the code page; ascending,
 //                none below row 8
 //   kind 0x8002  the same, from row 0
+//   kinds 6, 0x8006, 0x0A and 0x800A: double-byte pages, see wide_tables.h
+//   kinds 0xF000 to 0xF003: decompositions, see decomposition.h
 // A kind with the top bit maps from Unicode. An entry of 0 means "no character", except that byte 0
-// and U+0000 belong together. The decomposition kinds 0xF000 to 0xF003 are left out.
+// and U+0000 belong together.
 // Registry: built before a second thread converts text, then only read.
 #pragma once
 
@@ -32,7 +34,8 @@ class UnicodeTable {
   // then unusable and must be dropped. May throw std::bad_alloc.
   virtual bool Load(Bytes body) = 0;
   // The mapped value; 26 outside the table and, from Unicode, without an entry; to Unicode 0 for a
-  // code that has no character.
+  // byte that has no character. Double-byte tables give codes below 128 without an entry unchanged,
+  // others as 26, in both directions.
   virtual uint32_t Map(uint32_t value) const = 0;
 
   CodePage code_page() const { return code_page_; }
@@ -51,7 +54,10 @@ class UnicodeTable {
 std::unique_ptr<UnicodeTable> NewUnicodeTable(uint16_t kind, CodePage cp);
 
 // Builds the registry from whole "CHUC" resources (header and body) and the two built-in tables of
-// 20005; a table that fails to load is left out. False without memory (the registry is then empty).
+// 20005; a table that fails to load, whose base is missing, or whose kind is not for the form of
+// its page (single bytes, or one of east_asian_forms.h) is left out. The decomposition data go to
+// their own place. False without memory (the registry is then empty). The spans are not needed
+// afterwards.
 bool BuildUnicodeTables(std::span<const Bytes> resources);
 void ReleaseUnicodeTables();
 

@@ -1,9 +1,6 @@
 #include "platform/host/dde_server.h"
 
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,27 +10,22 @@
 #include "platform/host/calls.h"
 #include "platform/host/clock.h"
 #include "platform/host/dde_data.h"
-#include "platform/host/message_queue.h"
-#include "platform/host/service_thread.h"
 #include "platform/host/text.h"
 
 namespace host {
 namespace {
 
 constexpr uint64_t kSilentMilliseconds = 10000;
-constexpr int kOwnMilliseconds = 100;  // between attempts to take over a service
+constexpr int kOwnMilliseconds = 100;       // between attempts to take over a service
+constexpr int kSilenceMilliseconds = 1000;  // between looks at peers that say nothing
 constexpr int kExhaustedMilliseconds = 20;
 constexpr size_t kMostPeers = 64;
 
 // The server's end of a conversation, as the program sees it.
 struct ServerConversation : DdeConversation {
   std::shared_ptr<DdePeer> peer;
-  std::weak_ptr<DdeServer> server;
 
-  void Close() override {
-    peer->Hang();
-    if (auto alive = server.lock()) alive->Wake();
-  }
+  void Close() override { peer->Hang(); }
 };
 
 // A string handle for the length of a callback.
@@ -59,36 +51,30 @@ void DdePeer::Answer(const Frame& frame) {
   // Answers are short; a peer whose buffer is full of them does not read any.
   if (!SendFrame(socket_.number(), frame, 0)) Hang();
   busy_ = false;
+  has_more_ = reader_.size() > 0;
 }
 
 void DdePeer::Shut() { shutdown(socket_.number(), SHUT_RDWR); }
 
 DdeServer::DdeServer(const std::shared_ptr<DdeInstance>& instance, std::string service)
-    : instance_(instance),
-      thread_(instance->thread),
-      service_(std::move(service)),
-      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    : instance_(instance), thread_(instance->thread), service_(std::move(service)) {}
 
-DdeServer::~DdeServer() = default;
-
-bool DdeServer::Start() {
+void DdeServer::Start() {
   TryToOwn();
-  return wake_.is_open() && StartServiceThread([self = shared_from_this()] { self->Serve(); });
+  AddQueueSource(thread_, shared_from_this());
 }
 
 void DdeServer::Stop(bool all) {
-  std::lock_guard hold(mutex_);
-  stopped_ = true;
-  ended_ = ended_ || all;
-  // While the lock is held, the socket of this name is ours.
-  if (lock_.is_open()) RemoveServiceSocket(service_);
-  lock_.Close();
-  Wake();
-}
-
-void DdeServer::Wake() const {
-  uint64_t one = 1;
-  if (write(wake_.number(), &one, sizeof one) < 0) return;  // full: it is awake already
+  {
+    std::lock_guard hold(mutex_);
+    stopped_ = true;
+    ended_ = ended_ || all;
+    // While the lock is held, the socket of this name is ours.
+    if (lock_.is_open()) RemoveServiceSocket(service_);
+    lock_.Close();
+    listener_.Close();
+  }
+  WakeQueue(thread_);
 }
 
 void DdeServer::TryToOwn() {
@@ -100,88 +86,109 @@ void DdeServer::TryToOwn() {
 
 bool DdeServer::Finished() {
   std::lock_guard hold(mutex_);
-  if (stopped_) listener_.Close();
   return ended_ || (stopped_ && peers_.empty());
 }
 
-void DdeServer::Serve() {
-  while (!Finished()) {
-    TryToOwn();
-    Poll();
-    DropSilent();
+bool DdeServer::Prepare(std::vector<pollfd>* entries, int* milliseconds) {
+  if (Finished()) {
+    for (const Peer& peer : peers_) peer->Shut();
+    peers_.clear();
+    return false;
   }
-  for (const auto& peer : peers_) peer->Shut();
-  peers_.clear();
+  TryToOwn();
+  DropSilent();
+  std::lock_guard hold(mutex_);
+  bool any_silent = false, any_more = false;
+  entries->push_back({listener_.number(), POLLIN, 0});
+  for (const Peer& peer : peers_) {
+    const bool readable = !peer->busy_ && !peer->hung_;
+    entries->push_back({peer->socket_.number(), static_cast<short>(readable ? POLLIN : 0), 0});
+    any_silent = any_silent || !peer->greeted_;
+    any_more = any_more || peer->has_more_ || peer->hung_;
+  }
+  int limit = *milliseconds;
+  if (any_silent) limit = kSilenceMilliseconds;
+  if (!stopped_ && !listener_.is_open()) limit = kOwnMilliseconds;
+  if (any_more) limit = 0;
+  if (*milliseconds < 0 || limit < *milliseconds) *milliseconds = limit;
+  return true;
 }
 
-int DdeServer::PollTimeout() const {
-  bool any_silent =
-      std::any_of(peers_.begin(), peers_.end(), [](const auto& peer) { return peer->silent(); });
-  if (!listener_.is_open()) return kOwnMilliseconds;
-  return any_silent ? 1000 : -1;
+void DdeServer::Serve(std::span<const pollfd> entries) {
+  // A callback that looked at the queue may have served peers meanwhile.
+  std::vector<Peer> lost;
+  std::erase_if(peers_, [&](const Peer& peer) {
+    auto entry = std::find_if(entries.begin() + 1, entries.end(), [&](const pollfd& each) {
+      return each.fd == peer->socket_.number();
+    });
+    if (Keep(peer, entry != entries.end() && entry->revents != 0)) return false;
+    lost.push_back(peer);
+    return true;
+  });
+  for (const Peer& peer : lost) Lose(peer);
+  if (entries[0].revents != 0) Accept();
 }
 
-// Waits for the sockets and serves those that have something.
-void DdeServer::Poll() {
-  std::vector<pollfd> entries{{wake_.number(), POLLIN, 0}, {listener_.number(), POLLIN, 0}};
-  for (const auto& peer : peers_) {
-    entries.push_back({peer->number(), static_cast<short>(peer->Readable() ? POLLIN : 0), 0});
-  }
-  if (poll(entries.data(), entries.size(), PollTimeout()) < 0) return;
-  uint64_t count;
-  if (entries[0].revents != 0 && read(wake_.number(), &count, sizeof count) < 0) return;
-  std::vector<std::shared_ptr<DdePeer>> kept;
-  for (size_t i = 0; i < peers_.size(); ++i) {
-    bool keep = !peers_[i]->hung() && (entries[i + 2].revents == 0 || Read(peers_[i])) &&
-                TakeFrames(peers_[i]);
-    if (keep) {
-      kept.push_back(peers_[i]);
-    } else {
-      Lose(peers_[i]);
-    }
-  }
-  peers_ = std::move(kept);
-  if (entries[1].revents != 0) Accept();
+bool DdeServer::Keep(const Peer& peer, bool ready) {
+  return !peer->hung_ && (!ready || Read(peer)) && TakeFrames(peer);
 }
 
 void DdeServer::Accept() {
-  Descriptor socket(accept4(listener_.number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  Descriptor socket;
+  {
+    std::lock_guard hold(mutex_);
+    if (!listener_.is_open()) return;
+    socket =
+        Descriptor(accept4(listener_.number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  }
   if (!socket.is_open()) {
     // Without descriptors the peer stays in the backlog, and poll would report it at once again.
     bool exhausted = errno == EMFILE || errno == ENFILE;
     if (exhausted) std::this_thread::sleep_for(std::chrono::milliseconds(kExhaustedMilliseconds));
     return;
   }
-  if (peers_.size() >= kMostPeers) {
-    auto silent =
-        std::find_if(peers_.begin(), peers_.end(), [](const auto& peer) { return peer->silent(); });
-    if (silent == peers_.end()) return;
-    peers_.erase(silent);
-  }
-  peers_.push_back(std::make_shared<DdePeer>(std::move(socket)));
+  if (!MakeRoom()) return;
+  auto peer = std::make_shared<DdePeer>(std::move(socket));
+  // Its greeting is most often there already.
+  if (Keep(peer, true)) peers_.push_back(peer);
+}
+
+// In favour of a new peer one goes that has said nothing. False when all have.
+bool DdeServer::MakeRoom() {
+  if (peers_.size() < kMostPeers) return true;
+  auto silent =
+      std::find_if(peers_.begin(), peers_.end(), [](const Peer& peer) { return !peer->greeted_; });
+  if (silent == peers_.end()) return false;
+  peers_.erase(silent);
+  return true;
 }
 
 void DdeServer::DropSilent() {
   uint64_t now = RealMilliseconds();
-  std::erase_if(peers_, [now](const auto& peer) {
-    return peer->silent() && now - peer->since() > kSilentMilliseconds;
+  std::erase_if(peers_, [now](const Peer& peer) {
+    return !peer->greeted_ && now - peer->since_ > kSilentMilliseconds;
   });
 }
 
 // False when the peer is to be dropped.
-bool DdeServer::Read(const std::shared_ptr<DdePeer>& peer) {
+bool DdeServer::Read(const Peer& peer) {
   // A peer that left while its request is worked on; nothing more is read.
   if (peer->busy_) return false;
-  char block[16384];
-  ssize_t count = recv(peer->number(), block, sizeof block, MSG_DONTWAIT);
-  if (count == 0) return false;
-  if (count < 0) return errno == EAGAIN || errno == EINTR;
-  peer->reader_.Append({block, static_cast<size_t>(count)});
-  return true;
+  char block[32768];
+  for (;;) {
+    const ssize_t count = recv(peer->socket_.number(), block, sizeof block, MSG_DONTWAIT);
+    if (count == 0) return false;
+    if (count < 0) return errno == EAGAIN || errno == EINTR;
+    peer->reader_.Append({block, static_cast<size_t>(count)});
+    // The rest of a short read is not there yet; one frame at a time of what never ends.
+    if (static_cast<size_t>(count) < sizeof block || peer->reader_.size() > kLargestBody)
+      return true;
+  }
 }
 
 // What was read before the last answer counts too. False when the peer is to be dropped.
-bool DdeServer::TakeFrames(const std::shared_ptr<DdePeer>& peer) {
+bool DdeServer::TakeFrames(const Peer& peer) {
+  peer->has_more_ = false;
   while (!peer->busy_) {
     std::optional<Frame> frame = peer->reader_.Next();
     if (!frame) return !peer->reader_.broken();
@@ -191,11 +198,11 @@ bool DdeServer::TakeFrames(const std::shared_ptr<DdePeer>& peer) {
 }
 
 // Hands a request to the callback's thread. False for one that makes no sense here.
-bool DdeServer::TakeFrame(const std::shared_ptr<DdePeer>& peer, const Frame& frame) {
+bool DdeServer::TakeFrame(const Peer& peer, const Frame& frame) {
   auto self = shared_from_this();
   std::string_view body = frame.body;
   peer->busy_ = true;
-  if (frame.kind == FrameKind::kConnect && peer->silent()) {
+  if (frame.kind == FrameKind::kConnect && !peer->greeted_) {
     size_t end = body.find('\0');
     if (end == std::string_view::npos) return false;
     if (!SameIgnoringCase(body.substr(0, end), service_)) return false;
@@ -203,7 +210,7 @@ bool DdeServer::TakeFrame(const std::shared_ptr<DdePeer>& peer, const Frame& fra
     std::string topic(body.substr(end + 1));
     return SendWork(thread_, [self, peer, topic] { self->Greet(peer, topic); });
   }
-  if (frame.kind == FrameKind::kExecute && !peer->silent()) {
+  if (frame.kind == FrameKind::kExecute && peer->greeted_) {
     std::optional<uint32_t> number = TakeNumber(&body);
     if (!number) return false;
     std::string data(body);
@@ -212,13 +219,13 @@ bool DdeServer::TakeFrame(const std::shared_ptr<DdePeer>& peer, const Frame& fra
   return false;
 }
 
-void DdeServer::Lose(const std::shared_ptr<DdePeer>& peer) {
+void DdeServer::Lose(const Peer& peer) {
   peer->Shut();
-  if (peer->silent()) return;
+  if (!peer->greeted_) return;
   PostWork(thread_, [self = shared_from_this(), peer] { self->Disconnect(peer); });
 }
 
-void DdeServer::Greet(const std::shared_ptr<DdePeer>& peer, const std::string& topic) {
+void DdeServer::Greet(const Peer& peer, const std::string& topic) {
   auto instance = instance_.lock();
   bool accepted = false;
   if (instance && !topic.empty()) {
@@ -230,17 +237,14 @@ void DdeServer::Greet(const std::shared_ptr<DdePeer>& peer, const std::string& t
   if (accepted) {
     auto conversation = std::make_shared<ServerConversation>();
     conversation->peer = peer;
-    conversation->server = weak_from_this();
     peer->topic_ = topic;
     peer->conversation_ = AddConversation(instance, conversation);
   }
   peer->Answer({accepted ? FrameKind::kAccepted : FrameKind::kRefused, ""});
   if (!accepted) peer->Hang();
-  Wake();
 }
 
-void DdeServer::Execute(const std::shared_ptr<DdePeer>& peer, uint32_t number,
-                        const std::string& data) {
+void DdeServer::Execute(const Peer& peer, uint32_t number, const std::string& data) {
   auto instance = instance_.lock();
   uintptr_t flags = DDE_FNOTPROCESSED;
   if (instance && peer->conversation_) {
@@ -254,10 +258,9 @@ void DdeServer::Execute(const std::shared_ptr<DdePeer>& peer, uint32_t number,
   }
   peer->Answer({FrameKind::kAcknowledged,
                 NumberBytes(number) + NumberBytes(static_cast<uint32_t>(flags & 0xFFFF))});
-  Wake();
 }
 
-void DdeServer::Disconnect(const std::shared_ptr<DdePeer>& peer) {
+void DdeServer::Disconnect(const Peer& peer) {
   auto instance = instance_.lock();
   // A peer that was refused never had a conversation.
   if (!instance || !FindHandle<ServerConversation>(peer->conversation_)) return;
@@ -286,7 +289,7 @@ HDDEDATA DdeNameService(DWORD number, HSZ service, HSZ, UINT command) {
     instance->servers.erase(found);
   } else if (found == instance->servers.end()) {
     auto server = std::make_shared<host::DdeServer>(instance, name);
-    if (!server->Start()) return FailDde(instance, DMLERR_SYS_ERROR, HDDEDATA{});
+    server->Start();
     instance->servers.emplace(key, server);
   }
   return reinterpret_cast<HDDEDATA>(uintptr_t{TRUE});

@@ -1,14 +1,14 @@
 // The server's half of DDE: one service, its socket and its conversations.
 //
-// A thread of the stand-in reads the sockets. What it takes in goes to the thread that initialised
-// the instance: a connect as sent work, the rest as posted work, and the callback runs there.
+// The thread that initialised the instance reads the sockets itself, when it looks at its message
+// queue; as on Windows, a program that does not is not reached. What is taken in goes into that
+// queue: a connect as sent work, the rest as posted work, and the callback runs from there.
 // A peer can be anything. One that says nothing is dropped after a while, one that sends garbage at
 // once; a conversation is not read while its last request is being worked on, so a peer cannot
 // pile up requests.
 // One server has a service; others of the same name wait until it is gone.
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -16,82 +16,75 @@
 
 #include "platform/host/dde_instance.h"
 #include "platform/host/dde_wire.h"
+#include "platform/host/message_queue.h"
 
 namespace host {
 
-// A socket that a client has opened.
+// A socket that a client has opened. The thread of the instance only.
 class DdePeer {
  public:
   explicit DdePeer(Descriptor socket);
 
   // Sends unless the peer is gone, and lets the socket be read again.
   void Answer(const Frame& frame);
-  // Called from the callback's thread: the reading thread then drops the peer.
+  // The peer is dropped at the next look.
   void Hang() { hung_ = true; }
-
-  // For the reading thread.
-  int number() const { return socket_.number(); }
-  bool Readable() const { return !busy_ && !hung_; }
-  bool hung() const { return hung_; }
   // Ends the connection while work that waits in the queue still holds the peer.
   void Shut();
-  bool silent() const { return !greeted_; }
-  uint64_t since() const { return since_; }
 
  private:
   friend class DdeServer;
   Descriptor socket_;
   const uint64_t since_;
-  std::atomic<bool> busy_{false};  // a request is with the callback
-  std::atomic<bool> hung_{false};
-  // Reading thread only.
+  bool busy_ = false;      // a request is with the callback
+  bool has_more_ = false;  // the next request may be read already
+  bool hung_ = false;
   bool greeted_ = false;  // has asked for a conversation
   FrameReader reader_;
-  // Callback's thread only: the conversation once it is accepted, and its topic.
-  HCONV conversation_ = nullptr;
+  HCONV conversation_ = nullptr;  // once it is accepted
   std::string topic_;
 };
 
-class DdeServer : public std::enable_shared_from_this<DdeServer> {
+class DdeServer : public QueueSource, public std::enable_shared_from_this<DdeServer> {
  public:
   DdeServer(const std::shared_ptr<DdeInstance>& instance, std::string service);
-  ~DdeServer();
   DdeServer(const DdeServer&) = delete;
   DdeServer& operator=(const DdeServer&) = delete;
 
-  // False when there is no thread to be had.
-  bool Start();
-  // Takes no new conversations from now on; with `all` the open ones end too.
+  void Start();
+  // Any thread. Takes no new conversations from now on; with `all` the open ones end too, at the
+  // latest when the thread looks at its queue.
   void Stop(bool all);
-  void Wake() const;
+
+  bool Prepare(std::vector<pollfd>* entries, int* milliseconds) override;
+  void Serve(std::span<const pollfd> entries) override;
 
  private:
-  // The reading thread's.
-  void Serve();
+  using Peer = std::shared_ptr<DdePeer>;
+
   bool Finished();
   void TryToOwn();
-  int PollTimeout() const;
-  void Poll();
   void Accept();
+  bool MakeRoom();
   void DropSilent();
-  bool Read(const std::shared_ptr<DdePeer>& peer);
-  bool TakeFrames(const std::shared_ptr<DdePeer>& peer);
-  bool TakeFrame(const std::shared_ptr<DdePeer>& peer, const Frame& frame);
-  void Lose(const std::shared_ptr<DdePeer>& peer);
+  bool Keep(const Peer& peer, bool ready);
+  bool Read(const Peer& peer);
+  bool TakeFrames(const Peer& peer);
+  bool TakeFrame(const Peer& peer, const Frame& frame);
+  void Lose(const Peer& peer);
 
-  // The callback's thread's.
-  void Greet(const std::shared_ptr<DdePeer>& peer, const std::string& topic);
-  void Execute(const std::shared_ptr<DdePeer>& peer, uint32_t number, const std::string& data);
-  void Disconnect(const std::shared_ptr<DdePeer>& peer);
+  // Work in the queue.
+  void Greet(const Peer& peer, const std::string& topic);
+  void Execute(const Peer& peer, uint32_t number, const std::string& data);
+  void Disconnect(const Peer& peer);
 
   const std::weak_ptr<DdeInstance> instance_;
   const DWORD thread_;
   const std::string service_;
-  const Descriptor wake_;
-  std::mutex mutex_;  // guards the four below
+  std::vector<Peer> peers_;  // of the instance's thread only
+  std::mutex mutex_;         // guards the four below
   bool stopped_ = false, ended_ = false;
   Descriptor lock_, listener_;
-  std::vector<std::shared_ptr<DdePeer>> peers_;  // reading thread only
 };
 
 }  // namespace host

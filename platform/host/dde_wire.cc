@@ -45,21 +45,21 @@ std::string FileNameOf(const std::string& service) {
   return name;
 }
 
-std::string SocketFolder() {
-  std::string folder = StatePath("dde");
-  MakeFolders(folder);
-  return folder;
-}
+std::string SocketFolder() { return StatePath("dde"); }
 
-// The address of a service's socket. An address holds only a short path: it goes through the
-// descriptor of the folder, so that the state directory may lie as deep as it likes.
+// The address of a service's socket. An address holds only a short path: a longer one goes through
+// the descriptor of the folder, so that the state directory may lie as deep as it likes.
 class ServiceAddress {
  public:
-  explicit ServiceAddress(const std::string& service)
-      : folder_(open(SocketFolder().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+  explicit ServiceAddress(const std::string& service) {
+    std::string folder = SocketFolder();
+    const std::string file = "/" + FileNameOf(service) + ".sock";
+    if (folder.size() + file.size() >= sizeof address_.sun_path) {
+      folder_ = Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+      folder = "/proc/self/fd/" + std::to_string(folder_.number());
+    }
     address_.sun_family = AF_UNIX;
-    std::snprintf(address_.sun_path, sizeof address_.sun_path, "/proc/self/fd/%d/%s.sock",
-                  folder_.number(), FileNameOf(service).c_str());
+    (folder + file).copy(address_.sun_path, sizeof address_.sun_path - 1);
   }
   const sockaddr* pointer() const { return reinterpret_cast<const sockaddr*>(&address_); }
   socklen_t size() const { return sizeof address_; }
@@ -167,6 +167,7 @@ void RemoveServiceSocket(const std::string& service) {
 }
 
 Descriptor LockService(const std::string& service) {
+  MakeFolders(SocketFolder());
   return LockFile(SocketFolder() + "/" + FileNameOf(service) + ".lock", false);
 }
 

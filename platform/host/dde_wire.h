@@ -37,6 +37,8 @@ class FrameReader {
   std::optional<Frame> Next();
   // The peer sent what is no frame; the conversation has no future.
   bool broken() const { return broken_; }
+  // Bytes that make no frame yet.
+  size_t size() const { return bytes_.size(); }
 
  private:
   std::string bytes_;

@@ -1,6 +1,8 @@
 #include "platform/host/message_queue.h"
 
-#include <condition_variable>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
 #include <deque>
 #include <map>
 #include <memory>
@@ -9,6 +11,7 @@
 
 #include "platform/host/calls.h"
 #include "platform/host/clock.h"
+#include "platform/host/native_files.h"
 #include "platform/host/process.h"
 
 namespace host {
@@ -19,10 +22,15 @@ constexpr UINT kWorkMessage = 0x03E0;
 HWND WorkWindow() { return reinterpret_cast<HWND>(uintptr_t{0x30}); }
 
 constexpr DWORD kInvalidThreadId = 1444;
+constexpr int kBlindMilliseconds = 10;  // between two looks when there is no descriptor to wake
+
+using Sources = std::vector<std::shared_ptr<QueueSource>>;
 
 struct Queue {
-  std::mutex mutex;
-  std::condition_variable changed;
+  const Descriptor wake{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+  std::mutex mutex;      // guards what follows
+  bool waiting = false;  // the owner is about to sleep, or does
+  Sources sources;
   std::deque<QueueWork> sent;
   std::deque<MSG> posted;
   std::map<LPARAM, QueueWork> work;  // of posted messages, until they are dispatched
@@ -102,13 +110,67 @@ bool AddTo(DWORD thread, const std::function<void(Queue&)>& add) {
   if (!queue) return false;
   std::lock_guard hold(queue->mutex);
   add(*queue);
-  queue->changed.notify_all();
+  const uint64_t one = 1;
+  if (queue->waiting && write(queue->wake.number(), &one, sizeof one) < 0) return true;  // blind
   return true;
+}
+
+// The part of the entries that a source added.
+struct Share {
+  size_t first, count;
+};
+
+// Asks the sources what to wait for; those that are done leave the queue.
+std::vector<Share> Prepare(Queue& queue, Sources& sources, std::vector<pollfd>& entries,
+                           int* milliseconds) {
+  std::vector<Share> shares;
+  std::erase_if(sources, [&](const std::shared_ptr<QueueSource>& source) {
+    const size_t first = entries.size();
+    if (source->Prepare(&entries, milliseconds)) {
+      shares.push_back({first, entries.size() - first});
+      return false;
+    }
+    std::lock_guard hold(queue.mutex);
+    std::erase(queue.sources, source);
+    return true;
+  });
+  return shares;
+}
+
+// Waits for the sources and for what others put into the queue, or only looks. The lock is given
+// up meanwhile.
+void LookAtSources(Queue& queue, std::unique_lock<std::mutex>& hold, bool wait) {
+  Sources sources = queue.sources;
+  queue.waiting = wait;
+  hold.unlock();
+  int milliseconds = wait ? (queue.wake.is_open() ? -1 : kBlindMilliseconds) : 0;
+  std::vector<pollfd> entries{{queue.wake.number(), POLLIN, 0}};
+  const std::vector<Share> shares = Prepare(queue, sources, entries, &milliseconds);
+  const bool ready = poll(entries.data(), entries.size(), milliseconds) >= 0;
+  uint64_t count;
+  if (ready && entries[0].revents != 0 && read(queue.wake.number(), &count, sizeof count) < 0) {
+    // Another look has emptied it.
+  }
+  hold.lock();
+  queue.waiting = false;
+  hold.unlock();
+  for (size_t i = 0; ready && i < sources.size(); ++i) {
+    sources[i]->Serve({entries.data() + shares[i].first, shares[i].count});
+  }
+  hold.lock();
 }
 
 }  // namespace
 
 void MakeMessageQueue() { Own(); }
+
+void AddQueueSource(DWORD thread, std::shared_ptr<QueueSource> source) {
+  AddTo(thread, [&](Queue& queue) { queue.sources.push_back(std::move(source)); });
+}
+
+void WakeQueue(DWORD thread) {
+  AddTo(thread, [](Queue&) {});
+}
 
 bool SendWork(DWORD thread, QueueWork work) {
   return AddTo(thread, [&](Queue& queue) { queue.sent.push_back(std::move(work)); });
@@ -131,13 +193,15 @@ BOOL GetMessageA(MSG* message, HWND, UINT first, UINT last) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, -1);
   host::Queue& queue = host::Own();
   std::unique_lock hold(queue.mutex);
+  // A program that always has messages reaches its sources too.
+  if (!queue.posted.empty() && !queue.sources.empty()) host::LookAtSources(queue, hold, false);
   for (;;) {
     host::RunSentWork(queue, hold);
     if (std::optional<MSG> next = host::NextMessage(queue, first, last, true)) {
       *message = *next;
       return message->message != WM_QUIT;
     }
-    queue.changed.wait(hold);
+    host::LookAtSources(queue, hold, true);
   }
 }
 
@@ -145,6 +209,7 @@ BOOL PeekMessageA(MSG* message, HWND, UINT first, UINT last, UINT remove) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
   host::Queue& queue = host::Own();
   std::unique_lock hold(queue.mutex);
+  if (!queue.sources.empty()) host::LookAtSources(queue, hold, false);
   host::RunSentWork(queue, hold);
   std::optional<MSG> next = host::NextMessage(queue, first, last, (remove & PM_REMOVE) != 0);
   if (next) *message = *next;

@@ -1,26 +1,17 @@
 #include "programs/qvclient/base64_text.h"
 
-#include <cstdint>
+#include "format/encodings/base64.h"
 
 namespace qvclient {
 namespace {
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-uint32_t ByteAt(std::string_view bytes, size_t at) {
-  return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
-}
-
-void AppendGroup(std::string_view bytes, size_t at, std::string* text) {
-  uint32_t group = ByteAt(bytes, at) << 16 | ByteAt(bytes, at + 1) << 8 | ByteAt(bytes, at + 2);
-  *text += kAlphabet[group >> 18];
-  *text += kAlphabet[group >> 12 & 63];
-  *text += at + 1 < bytes.size() ? kAlphabet[group >> 6 & 63] : '=';
-  *text += at + 2 < bytes.size() ? kAlphabet[group & 63] : '=';
-}
+constexpr char kNoSeparator[] = "";
+constexpr std::string_view kLineEnd = "\r\n";
 
 void AppendBase64(std::string_view bytes, std::string* text) {
-  for (size_t at = 0; at < bytes.size(); at += 3) AppendGroup(bytes, at, text);
+  const size_t before = text->size();
+  text->resize(before + ZRBase64Encode(bytes.data(), bytes.size(), nullptr, kNoSeparator));
+  ZRBase64Encode(bytes.data(), bytes.size(), text->data() + before, kNoSeparator);
 }
 
 }  // namespace
@@ -36,7 +27,7 @@ std::string Base64Lines(std::string_view bytes) {
   text.reserve((bytes.size() / kBase64LineBytes + 1) * 78);
   for (size_t at = 0; at < bytes.size(); at += kBase64LineBytes) {
     AppendBase64(bytes.substr(at, kBase64LineBytes), &text);
-    text += "\r\n";
+    text += kLineEnd;
   }
   return text;
 }

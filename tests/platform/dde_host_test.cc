@@ -121,6 +121,8 @@ TEST_F(DdeHostTest, RequestsOfAPeerThatReadsNoAnswersDoNotPileUp) {
   for (uint32_t i = 0; i < 500; ++i) bytes += Frame(4, Number(i) + "flood");
   Stranger flood(bytes);
   EXPECT_TRUE(ServesSoon());
+  EXPECT_TRUE(WaitForText(file_, "5:flood\n5:flood\n"))
+      << "what came in one piece is not forgotten";
 }
 
 TEST_F(DdeHostTest, SecondServerTakesOverWhenTheFirstIsGone) {

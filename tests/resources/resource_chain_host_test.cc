@@ -39,6 +39,23 @@ TEST(UserLanguage, IsThatOfThePlatformOrEnglish) {
   host::SetUserLanguage("en", "US");
 }
 
+TEST(UserLanguage, IsKeptFromTheFirstQuestionOn) {
+  qv::ResetLanguageTagForTest();
+  char tag[qv::kUserLanguageSize] = "untouched", cut[4];
+  ZRGetLanguageTag(tag, 0);
+  EXPECT_STREQ(tag, "untouched");
+  host::SetUserLanguage("de", "AT");
+  ZRGetLanguageTag(cut, sizeof cut);
+  EXPECT_STREQ(cut, "de-");
+  host::SetUserLanguage("en", "US");
+  ZRGetLanguageTag(tag, sizeof tag);
+  EXPECT_STREQ(tag, "de-AT");
+  qv::ResetLanguageTagForTest();
+  ZRGetLanguageTag(tag, sizeof tag);
+  EXPECT_STREQ(tag, "en-US");
+  ZRGetLanguageTag(nullptr, 5);
+}
+
 TEST(UserLanguage, NamesTheMainFile) {
   for (const char* name : {"\\de-AT.rez", "\\de.rez"}) {
     host::SetUserLanguage("de", "AT");

@@ -1,3 +1,5 @@
+#include "text/convert_in_place.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -6,6 +8,7 @@
 #include "base/hooks.h"
 #include "tests/text/module_tables.h"
 #include "text/code_page_strings.h"
+#include "text/length_prefixed.h"
 
 namespace qv {
 namespace {
@@ -26,12 +29,19 @@ struct InPlace {
   uint32_t count;
   std::string buffer;  // what the result and the untouched rest leave in it
 };
-InPlace ConvertBuffer(const std::string& text, CodePage from, CodePage to, uint32_t limit) {
+using Function = uint32_t(char*, CodePage, CodePage, uint32_t);
+
+uint32_t KeepingLineEnds(char* text, CodePage from, CodePage to, uint32_t limit) {
+  return ConvertTextInPlace(text, limit, from, to);
+}
+
+InPlace ConvertBuffer(const std::string& text, CodePage from, CodePage to, uint32_t limit,
+                      Function* function = CPConvert) {
   constexpr char kGuard = '\x5A';
   std::string buffer = text + std::string(static_cast<size_t>(CPTermSize(from)), '\0');
   const size_t owned = std::max<size_t>(buffer.size(), limit);
   buffer.resize(owned + 32, kGuard);
-  const uint32_t count = CPConvert(buffer.data(), from, to, limit);
+  const uint32_t count = function(buffer.data(), from, to, limit);
   EXPECT_EQ(buffer.find_first_not_of(kGuard, owned), std::string::npos) << "wrote behind";
   return {count, buffer.substr(0, owned)};
 }
@@ -59,6 +69,8 @@ TEST_F(ConvertInPlace, ConvertsAndReportsTheBytes) {
       {"single bytes: the NUL may lie at the limit, in the text's own bytes", "abcdef", kUtf8, 1252,
        4, "abcd\0"s},
       {"longer line ends do not reach behind the buffer", "a\nb", kUtf8, 1252, 4, "a\r\n\0"s},
+      {"Japanese of a Windows system", "\x93\xFA\x96\x7B\n\xB1", 932, kUtf8, 20,
+       "\xE6\x97\xA5\xE6\x9C\xAC\r\n\xEF\xBD\xB1\0"s},
       {"no room for a terminator", "abc", kUtf8, kUtf16Little, 1, ""},
   };
   for (const auto& row : kRows) {
@@ -75,9 +87,8 @@ TEST_F(ConvertInPlace, LeavesTheBufferWhereNothingCanBeDone) {
     CodePage from, to;
   } kRows[] = {
       {"neither is Unicode", 1252, 1250},
-      {"no table", 932, kUtf8},
+      {"no table", 936, kUtf8},
       {"no table for the target", kUtf8, 949},
-      {"no reader yet", kUtf7, kUtf8},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
@@ -89,6 +100,69 @@ TEST_F(ConvertInPlace, LeavesTheBufferWhereNothingCanBeDone) {
 }
 
 void* NoMemory(size_t) { return nullptr; }
+
+TEST_F(ConvertInPlace, KeepsLineEnds) {
+  const struct {
+    const char* name;
+    std::string text;
+    CodePage from, to;
+    uint32_t limit;
+    std::string result;  // with its terminator
+  } kRows[] = {
+      {"through Unicode's engines", "a\r\xE9\n", 1252, kUtf8, 64, "a\r\xC3\xA9\n\0"s},
+      {"through a byte map", "caf\x8E\r", 10000, 1252, 64, "caf\xE9\r\0"s},
+      {"through two tables", "caf\xE9", 1252, 850, 64, "caf\x82\0"s},
+      {"wide", "a\n", 1252, kUtf16Little, 64, "a\0\n\0\0\0"s},
+      {"equal pages", "a\rb", 1252, 1252, 64, "a\rb\0"s},
+      {"nothing converts: as it was", "a\r\xE9", 1252, 949, 64, "a\r\xE9\0"s},
+      {"fits to the byte", "caf\xE9", 1252, kUtf8, 6, "caf\xC3\xA9\0"s},
+      {"one byte less: a whole character goes", "caf\xE9", 1252, kUtf8, 5, "caf\0"s},
+      {"single bytes keep the NUL inside", "abcdef", kUtf8, 1252, 4, "abc\0"s},
+      {"no room for a terminator", "abc", 1252, kUtf8, 0, ""},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    const InPlace converted = ConvertBuffer(row.text, row.from, row.to, row.limit, KeepingLineEnds);
+    EXPECT_EQ(converted.count, row.result.size());
+    EXPECT_EQ(converted.buffer.substr(0, row.result.size()), row.result);
+  }
+  EXPECT_EQ(ConvertTextInPlace(nullptr, 64, 1252, kUtf8), 0u);
+}
+
+TEST_F(ConvertInPlace, LengthPrefixed) {
+  const std::string accents(200, '\xE9');
+  std::string doubled;
+  for (int i = 0; i < 127; ++i) doubled += "\xC3\xA9";
+  const struct {
+    const char* name;
+    std::string text;
+    CodePage from, to;
+    uint32_t size;
+    std::string result;
+  } kRows[] = {
+      {"Western", "caf\xE9\r\n", 1252, kUtf8, 256, "caf\xC3\xA9\r\n"},
+      {"zero bytes are bytes", "a\0b"s, 1252, kUtf16Big, 256, "\0a\0\0\0b"s},
+      {"empty", "", 1252, kUtf8, 256, ""},
+      {"at most 255 bytes, whole characters", accents, 1252, kUtf8, 1000, doubled},
+      {"the buffer's size", "caf\xE9", 1252, kUtf8, 6, "caf\xC3\xA9"},
+      {"a character does not fit", "caf\xE9", 1252, kUtf8, 5, "caf"},
+      {"only the length byte", "abc", 1252, kUtf8, 1, ""},
+      {"no buffer", "abc", 1252, kUtf8, 0, "abc"},
+      {"nothing converts", "\xE9", 1252, 949, 256, "\xE9"},
+      {"nothing converts, and it is cut", "abcd", 1252, 949, 4, "abc"},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    uint8_t buffer[300];
+    std::fill_n(buffer, sizeof buffer, uint8_t{0x5A});
+    SetLStr(buffer, kMostLStr, row.text.data(), static_cast<int32_t>(row.text.size()));
+    const uint32_t length = ConvertLStrInPlace(buffer, row.size, row.from, row.to);
+    EXPECT_EQ(length, row.size == 0 ? 0 : row.result.size());
+    EXPECT_EQ(std::string(LStrBytes(buffer).begin(), LStrBytes(buffer).end()), row.result);
+    EXPECT_EQ(buffer[std::max<size_t>(row.result.size(), row.text.size()) + 1], 0x5A);
+  }
+  EXPECT_EQ(ConvertLStrInPlace(nullptr, 256, 1252, kUtf8), 0u);
+}
 
 // A limit above the stack's work area needs memory; up to it none is asked for.
 TEST_F(ConvertInPlace, LargeLimitsNeedMemory) {

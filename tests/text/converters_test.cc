@@ -6,6 +6,7 @@
 
 #include "tests/text/module_tables.h"
 #include "text/code_page_strings.h"
+#include "text/pair_converters.h"
 
 namespace qv {
 namespace {
@@ -44,7 +45,7 @@ TEST_F(Converters, DispatchByCodePages) {
       {"no code page", "abc", 0, 1252, kCrLf, "", 0},
       {"no conversion", "abc", 1252, 20000, kCrLf, "", 0},
       {"no conversion, kept", "abc", 1252, 20000, kKeep, "abc", 3},
-      {"no table to Unicode, kept", "\x82\xA0", 932, kUtf8, kKeep, "\x82\xA0", 2},
+      {"no table to Unicode, kept", "\xA4\xA2", 936, kUtf8, kKeep, "\xA4\xA2", 2},
       {"mode 6 is no copy", "abc", 1252, 932, kKeepToo, "", 0},
   };
   for (const auto& row : kRows) {

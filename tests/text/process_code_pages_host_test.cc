@@ -22,4 +22,15 @@ TEST(ProcessCodePagesHostTest, FallsBackWhenTheRegistryCannotBeRead) {
   qv::ResetCodePagesForTest();
 }
 
+TEST(ProcessCodePagesHostTest, AnsiCodePageIsThePlatforms) {
+  for (const uint32_t cp : {1251u, 932u}) {
+    host::SetAnsiCodePage(cp);
+    EXPECT_EQ(SystemAnsiCodePage(), cp);
+  }
+  host::FailCall("IsValidCodePage", 1, ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(SystemAnsiCodePage(), 1252) << "not accepted";
+  host::ClearFaults();
+  host::SetAnsiCodePage(1252);
+}
+
 }  // namespace

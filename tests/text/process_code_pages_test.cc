@@ -67,4 +67,23 @@ TEST_F(ProcessCodePagesTest, SystemCodePageIsTheRegistrysText) {
   EXPECT_EQ(GetSystemCodePage(), kApplicationPage) << "no value";
 }
 
+TEST(ValidCodePagesTest, AreThoseThatThePlatformConverts) {
+  const struct {
+    const char* name;
+    CodePage cp, below_20000, or_1252;
+  } kRows[] = {
+      {"Windows", 1250, 1250, 1250},
+      {"DOS", 437, 437, 437},
+      {"East Asian", 932, 932, 932},
+      {"none at all", 9999, 0, 1252},
+      {"the platform's current one", 0, 0, 1252},
+      {"known, but in the library's range", 20127, 0, 20127},
+      {"Unicode", 65001, 0, 65001},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(ValidWindowsCodePage(row.cp), row.below_20000) << row.name;
+    EXPECT_EQ(ValidCodePageOr1252(row.cp), row.or_1252) << row.name;
+  }
+}
+
 }  // namespace

@@ -13,8 +13,9 @@ using test::Converted;
 using test::ConvertWithEngine;
 using test::kAmple;
 
-constexpr CodePage kForms[] = {kUtf8,     kUtf16Little, kUtf16Big, kUtf32Little,
-                               kUtf32Big, 1252,         37,        864};
+// Forms without a state: text may be cut anywhere between characters.
+constexpr CodePage kForms[] = {kUtf8, kUtf16Little, kUtf16Big, kUtf32Little, kUtf32Big,
+                               1252,  37,           864,       932,          20001};
 
 class UnicodeEngines : public test::ModuleTables {};
 
@@ -70,14 +71,87 @@ TEST_F(UnicodeEngines, WriteEveryForm) {
       {kUtf16Big, "\0A\0\xE9\x20\xAC\xD8\x3D\xDE\x00"s},
       {kUtf32Little, "A\0\0\0\xE9\0\0\0\xAC\x20\0\0\x00\xF6\x01\0"s},
       {kUtf32Big, "\0\0\0A\0\0\0\xE9\0\0\x20\xAC\0\x01\xF6\x00"s},
+      {kUtf7, "A+AOkgrNg93gA-"},
       {1252, "A\xE9\x80\x1A"},
       {37, "\xC1\x51\x1A\x1A"},
+      {932, "A\x1A\x1A\x1A"},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.to);
     EXPECT_EQ(FromUtf8(text, row.to), row.out);
     if (!IsUnicodeCodePage(row.to)) continue;
     EXPECT_EQ(ConvertWithEngine(row.out, row.to, kUtf8, kKeep).text, text);
+  }
+}
+
+TEST_F(UnicodeEngines, EastAsianForms) {
+  // Latin, kanji, hiragana, half-width katakana, Latin.
+  const std::string text = "a\xE6\xBC\xA2\xE3\x81\x82\xEF\xBD\xB1z";
+  const struct {
+    CodePage page;
+    std::string out;
+  } kRows[] = {
+      {932, "a\x8A\xBF\x82\xA0\xB1z"},
+      {10001, "a\x8A\xBF\x82\xA0\xB1z"},
+      {20001, "a\xB4\xC1\xA4\xA2\x8E\xB1z"},
+      {20002, "a\x1B$B4A$\"\x1B(I1\x1B(Bz"},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.page);
+    EXPECT_EQ(FromUtf8(text, row.page), row.out);
+    EXPECT_EQ(ConvertWithEngine(row.out, row.page, kUtf8, kKeep),
+              (Converted{text, static_cast<uint32_t>(row.out.size())}));
+    // Behind a run, where blocks are converted.
+    const std::string run(100, 'x');
+    EXPECT_EQ(ConvertWithEngine(run + row.out + run, row.page, kUtf8, kKeep).text,
+              run + text + run);
+  }
+}
+
+TEST_F(UnicodeEngines, EastAsianPairsThatAreNoCharacter) {
+  const struct {
+    const char* name;
+    CodePage page;
+    std::string in, out;
+    uint32_t cut = 0;
+  } kRows[] = {
+      {"cut behind a lead byte", 932, "a\x82", "a", 1},
+      {"a pair without a character", 932, "\x81\xAD!", "\x1A!"},
+      {"a trail byte that is an ASCII letter", 932, "\x82\x41!", "\x1A!"},
+      {"a control byte behind a lead byte", 932, "\x82\x0A!", "\x1A\n!"},
+      {"no lead byte, no character", 932, "\xFD!", "\x1A!"},
+      {"Windows' place of an everyday character", 932, "\xFB\xFC!", "\xE9\xAB\x99!"},
+      {"cut there", 932, "a\xFB", "a", 1},
+      {"no character there", 932, "\xFC\x4C!", "\x1AL!"},
+      {"yen and backslash", 10001, "\\\x80", "\xC2\xA5\\"},
+      {"EUC: half of three bytes", 20001, "\x8F\xB0", "", 2},
+      {"EUC: JIS X 0212", 20001, "\x8F\xB0\xA1!", "\x1A!"},
+      {"ISO-2022: cut in a sequence", 20002, "a\x1B$", "a", 2},
+      {"ISO-2022: a sequence at the end", 20002, "a\x1B(B", "a"},
+      {"ISO-2022: half a pair", 20002, "\x1B$B4", "", 1},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(ConvertWithEngine(row.in, row.page, kUtf8, kKeep),
+              (Converted{row.out, static_cast<uint32_t>(row.in.size()) - row.cut}));
+    const std::string run(40, 'x');
+    EXPECT_EQ(ConvertWithEngine(run + row.in, row.page, kUtf8, kKeep).text, run + row.out);
+  }
+}
+
+// Whatever the room, what is written is whole and closed: it reads back as what was consumed.
+TEST_F(UnicodeEngines, FormsWithAStateAreClosedInAnyRoom) {
+  const std::string text = "a\xE6\xBC\xA2\r\n\xE3\x81\x82\xEF\xBD\xB1+b\xE6\xBC\xA2\xE6\xBC\xA2";
+  for (CodePage page : {CodePage{kUtf7}, CodePage{20002}}) {
+    const std::string whole = FromUtf8(text, page);
+    for (uint32_t room = 0; room <= whole.size(); ++room) {
+      const Converted cut = ConvertWithEngine(text, kUtf8, page, kKeep, room);
+      ASSERT_EQ(ConvertWithEngine(cut.text, page, kUtf8, kKeep),
+                (Converted{text.substr(0, cut.consumed), static_cast<uint32_t>(cut.text.size())}))
+          << page << " room " << room;
+    }
+    EXPECT_EQ(ConvertWithEngine(text, kUtf8, page, kKeep, static_cast<uint32_t>(whole.size())).text,
+              whole);
   }
 }
 
@@ -178,7 +252,9 @@ TEST_F(UnicodeEngines, WriteMarkAndTerminator) {
       {"UTF-16 big-endian", kUtf16Big, "\xFE\xFF\0a\0\0"s},
       {"UTF-32 little-endian", kUtf32Little, "\xFF\xFE\0\0a\0\0\0\0\0\0\0"s},
       {"UTF-32 big-endian", kUtf32Big, "\0\0\xFE\xFF\0\0\0a\0\0\0\0"s},
+      {"UTF-7, its run closed", kUtf7, "+/v8-a\0"s},
       {"a code page has no mark", 1252, "a\0"s},
+      {"nor has an East Asian one", 20002, "a\0"s},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
@@ -231,7 +307,8 @@ TEST_F(UnicodeEngines, NeverSplitACharacter) {
 TEST_F(UnicodeEngines, GiveUpWithoutATable) {
   const struct {
     CodePage from, to;
-  } kRows[] = {{932, kUtf8}, {kUtf8, 932}, {65000, kUtf8}, {kUtf8, 65000}, {1252, 932}, {1252, 0}};
+  } kRows[] = {{936, kUtf8}, {kUtf8, 936},   {kUtf8, 20014}, {20003, kUtf8},
+               {1252, 949},  {20009, kUtf8}, {1252, 0}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(testing::Message() << row.from << " to " << row.to);
     EXPECT_EQ(ConvertWithEngine("abc", row.from, row.to, kKeep), (Converted{"", 0}));
@@ -253,7 +330,13 @@ TEST_F(UnicodeEngines, ChooseTheCodePageThatLosesLeast) {
       {"Mac Cyrillic is as good: kept when preferred", "\xD0\xB4\xD0\xB0", 10007, 10007},
       {"accents count in plain ASCII", "\xC4\x8C\xC5\x99", 1252, 1250},
       {"one letter more decides", "\xC3\xA9\xC3\xA9\xD0\xB4", 1251, 1250},
-      {"the preferred has no table: same kind, lower class", "plain", 932, 1250},
+      {"the preferred is multi-byte", "plain", 932, 932},
+      {"the preferred has no table: same kind, lower class", "plain", 949, 932},
+      {"the preferred has no table: a single-byte one", "plain", 28591, 1250},
+      {"Japanese: multi-byte tables lose nothing, lower class", "\xE3\x81\x82", 1252, 932},
+      {"Japanese: kept when preferred", "\xE3\x81\x82", 20002, 20002},
+      {"Japanese and an accent: as many lost", "\xE3\x81\x82\xC3\xA9", 1252, 1252},
+      {"Cyrillic is in the Japanese pages too", "\xD0\xB4\xD0\xB0", 932, 932},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
@@ -274,7 +357,7 @@ TEST_F(UnicodeEngines, ChooseTheCodePageThatLosesLeast) {
   EXPECT_TRUE(BuildUnicodeTables({}));
   ReleaseUnicodeTables();
   EXPECT_FALSE(ConvertThroughUnicode("a", 1, kUtf8, out, 4, &to, {}).possible);
-  EXPECT_EQ(to, 932);
+  EXPECT_EQ(to, 932);  // the last preferred
   ResetCodePagesForTest();
 }
 

@@ -55,7 +55,7 @@ TEST(UnicodeTable, RefusesBodiesThatBreakTheRulesOfTheirKind) {
     SCOPED_TRACE(row.name);
     EXPECT_EQ(NewUnicodeTable(row.kind, 1234)->Load(row.body), row.loads);
   }
-  for (int kind : {1, 3, 6, 0x0A, 0x8006, 0xF000}) {
+  for (int kind : {1, 3, 4, 0x8008, 0xF000}) {
     EXPECT_EQ(NewUnicodeTable(static_cast<uint16_t>(kind), 1), nullptr);
   }
 }
@@ -122,15 +122,37 @@ TEST(UnicodeTable, SomePagesAreLookedUpAsOthers) {
 class ModuleUnicodeTables : public test::ModuleTables {};
 
 TEST_F(ModuleUnicodeTables, HoldEveryPageInBothDirections) {
-  EXPECT_EQ(AllUnicodeTables().size(), 2u * (50 + 5 + 1));
+  EXPECT_EQ(AllUnicodeTables().size(), 2u * (50 + 5 + 3 + 1));
   const struct {
     CodePage cp;
     uint32_t byte, code;
   } kRows[] = {
-      {1250, 0x80, 0x20AC}, {1250, 0x81, 0},  {10000, 0x80, 0xC4}, {10007, 0x80, 0x410},
-      {37, 0xC1, 'A'},      {37, 0x25, '\n'}, {864, 0x25, 0x66A},  {28606, 0xA4, 0x20AC},
-      {20005, 0x41, 'A'},   {20005, 0xE4, 0}, {1252, 256, 26},     {37, 256, 26},
+      {1250, 0x80, 0x20AC},
+      {1250, 0x81, 0},
+      {10000, 0x80, 0xC4},
+      {10007, 0x80, 0x410},
+      {37, 0xC1, 'A'},
+      {37, 0x25, '\n'},
+      {864, 0x25, 0x66A},
+      {28606, 0xA4, 0x20AC},
+      {20005, 0x41, 'A'},
+      {20005, 0xE4, 0},
+      {1252, 256, 26},
+      {37, 256, 26},
       {37, 0, 0},
+      {20002, 0x2422, 0x3042},
+      {20002, 0xB1, 0xFF71},
+      {20002, 0x41, 'A'},
+      {20002, 0x2D21, 0x2460},
+      {932, 0x82A0, 0x3042},
+      {932, 0xB1, 0xFF71},
+      {932, 0x8160, 0xFF5E},
+      {932, 0xED40, 0x7E8A},
+      {10001, 0x82A0, 0x3042},
+      {10001, 0x8160, 0x301C},
+      {10001, 0x5C, 0xA5},
+      {10001, 0x80, 0x5C},
+      {10001, 0x8540, 0x2460},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(testing::Message() << row.cp << " " << row.byte);

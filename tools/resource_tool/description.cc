@@ -1,9 +1,13 @@
 #include "tools/resource_tool/description.h"
 
 #include <filesystem>
+#include <map>
 
 #include "tools/resource_tool/charset_tables.h"
+#include "tools/resource_tool/decompositions.h"
+#include "tools/resource_tool/line_break_lists.h"
 #include "tools/resource_tool/version_record.h"
+#include "tools/resource_tool/wide_tables.h"
 
 namespace qvresource {
 namespace {
@@ -16,6 +20,7 @@ struct Context {
   SourceReader& reader;
   ResourceSet& set;
   Problem& problem;
+  std::map<uint32_t, WidePage> wide_pages = {};  // those that may be a base of others
 
   // The number in field `index`.
   bool Number(const Line& line, size_t index, uint32_t& value) {
@@ -84,6 +89,14 @@ bool ReadByteMapFile(Context& context, const Line& line) {
   return true;
 }
 
+// Both tables of a page, under two numbers.
+bool AddTables(Context& context, const Line& line, uint32_t number, PageTables& tables) {
+  return context.set.Add(line.place, {"CHUC", 0}, number, std::move(tables.to_unicode),
+                         context.problem) &&
+         context.set.Add(line.place, {"CHUC", 0}, number + 1, std::move(tables.from_unicode),
+                         context.problem);
+}
+
 bool AddPage(Context& context, const Line& line, uint32_t page, uint32_t number) {
   const std::string path =
       (context.folder / line.fields[2].text / (std::to_string(page) + ".txt")).string();
@@ -91,10 +104,7 @@ bool AddPage(Context& context, const Line& line, uint32_t page, uint32_t number)
   PageTables tables;
   return context.reader.Read(path, Quotes::kPlain, lines, context.problem) &&
          EncodeSingleBytePage({path, 0}, lines, page, tables, context.problem) &&
-         context.set.Add(line.place, {"CHUC", 0}, number, std::move(tables.to_unicode),
-                         context.problem) &&
-         context.set.Add(line.place, {"CHUC", 0}, number + 1, std::move(tables.from_unicode),
-                         context.problem);
+         AddTables(context, line, number, tables);
 }
 
 // chuc FIRST FOLDER PAGE ...
@@ -104,6 +114,72 @@ bool ReadPages(Context& context, const Line& line) {
   for (size_t i = 3; i < line.fields.size(); ++i, number += 2) {
     uint32_t page = 0;
     if (!context.Number(line, i, page) || !AddPage(context, line, page, number)) return false;
+  }
+  return true;
+}
+
+bool ReadWideFiles(Context& context, const Line& line, WidePage& page) {
+  const std::string stem = (context.folder / line.fields[3].text).string();
+  const std::string table = stem + ".txt", reverse = stem + "-reverse.txt";
+  std::vector<Line> rows, entries;
+  return context.reader.Read(table, Quotes::kPlain, rows, context.problem) &&
+         context.reader.Read(reverse, Quotes::kPlain, entries, context.problem) &&
+         ReadWidePage({table, 0}, rows, entries, page, context.problem);
+}
+
+// wide FIRST PAGE FILE [BASE]
+bool ReadWide(Context& context, const Line& line) {
+  uint32_t number = 0, base_number = 0;
+  WidePage page;
+  if (!context.CountIs(line, 3, 4) || !context.Number(line, 1, number) ||
+      !context.Number(line, 2, page.number)) {
+    return false;
+  }
+  const bool based = line.fields.size() == 5;
+  if (based && !context.Number(line, 4, base_number)) return false;
+  const auto base = context.wide_pages.find(base_number);
+  if (based && base == context.wide_pages.end()) {
+    return context.problem.Set(line.place, "the base has to stand above");
+  }
+  if (!ReadWideFiles(context, line, page)) return false;
+  PageTables tables = based ? EncodeBasedPage(page, base->second) : EncodeWidePage(page);
+  if (!based) context.wide_pages[page.number] = std::move(page);
+  return AddTables(context, line, number, tables);
+}
+
+// decompositions FIRST FILE
+bool ReadDecompositions(Context& context, const Line& line) {
+  uint32_t number = 0;
+  if (!context.CountIs(line, 2, 2) || !context.Number(line, 1, number)) return false;
+  const std::string path = (context.folder / line.fields[2].text).string();
+  std::vector<Line> lines;
+  std::vector<ByteVector> resources;
+  if (!context.reader.Read(path, Quotes::kPlain, lines, context.problem) ||
+      !EncodeDecompositions(lines, resources, context.problem)) {
+    return false;
+  }
+  for (ByteVector& resource : resources) {
+    if (!context.set.Add(line.place, {"CHUC", 0}, number++, std::move(resource), context.problem)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// qvlb FILE
+bool ReadLineBreaks(Context& context, const Line& line) {
+  if (!context.CountIs(line, 1, 1)) return false;
+  const std::string path = (context.folder / line.fields[1].text).string();
+  std::vector<Line> lines;
+  std::map<uint32_t, ByteVector> pages;
+  if (!context.reader.Read(path, Quotes::kPlain, lines, context.problem) ||
+      !EncodeLineBreakLists({path, 0}, lines, pages, context.problem)) {
+    return false;
+  }
+  for (auto& [page, body] : pages) {
+    if (!context.set.Add(line.place, {"QVLB", 0}, page, std::move(body), context.problem)) {
+      return false;
+    }
   }
   return true;
 }
@@ -187,9 +263,12 @@ struct Directive {
   bool (*read)(Context&, const Line&);
 };
 constexpr Directive kDirectives[] = {
-    {"string", ReadString}, {"list", ReadList},     {"chst", ReadByteMapFile},
-    {"chuc", ReadPages},    {"zrcs", ReadCodePage}, {"version", ReadVersion},
-    {"bytes", ReadBytes},   {"named", ReadNamed},
+    {"string", ReadString},    {"list", ReadList},
+    {"chst", ReadByteMapFile}, {"chuc", ReadPages},
+    {"zrcs", ReadCodePage},    {"version", ReadVersion},
+    {"bytes", ReadBytes},      {"named", ReadNamed},
+    {"wide", ReadWide},        {"decompositions", ReadDecompositions},
+    {"qvlb", ReadLineBreaks},
 };
 
 }  // namespace

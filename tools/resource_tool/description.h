@@ -5,6 +5,11 @@
 //   chst 128 13 codepages/bytemaps.txt   a file of 13 byte maps, numbers 128 and up
 //   chuc 128 codepages/single 437 737    FOLDER/PAGE.txt; each page takes two numbers, one for the
 //                                        table to Unicode, one for the table from Unicode
+//   wide 238 20002 codepages/jisx0208    a double-byte page: FILE.txt, FILE-reverse.txt; takes two
+//   wide 240 932 codepages/932 20002     the same over a base page that stands above it, from which
+//                                        it takes the rows that are equal
+//   decompositions 244 unicode/decomposition.txt   takes four numbers
+//   qvlb linebreak.txt                   line-break lists; each page's number is the code page's
 //   zrcs 1 1252                          a code page
 //   bytes TEST 7 0A FF                   any type; its name is stored in upper case
 //   named TEST BANNER 0A FF              the same with a name in place of the number

@@ -113,12 +113,9 @@ bool ParseHex(const Place& place, std::string_view text, size_t digits, uint32_t
   return true;
 }
 
-bool ParseRow(const Line& line, uint32_t code, size_t digits, std::vector<uint32_t>& values,
-              Problem& problem) {
-  const std::string label = HexText(code, 2) + ":";
-  if (line.fields[0].text != label) {
-    return problem.Set(line.place, "row " + label + " expected, not " + line.fields[0].text);
-  }
+namespace {
+
+bool ParseValues(const Line& line, size_t digits, std::vector<uint32_t>& values, Problem& problem) {
   if (line.fields.size() != 1 + kRowValues) {
     return problem.Set(line.place,
                        "the row has " + std::to_string(line.fields.size() - 1) + " values, not 16");
@@ -129,6 +126,27 @@ bool ParseRow(const Line& line, uint32_t code, size_t digits, std::vector<uint32
     values.push_back(value);
   }
   return true;
+}
+
+}  // namespace
+
+bool ParseRow(const Line& line, uint32_t code, size_t digits, std::vector<uint32_t>& values,
+              Problem& problem) {
+  const std::string label = HexText(code, 2) + ":";
+  if (line.fields[0].text != label) {
+    return problem.Set(line.place, "row " + label + " expected, not " + line.fields[0].text);
+  }
+  return ParseValues(line, digits, values, problem);
+}
+
+bool ParseFreeRow(const Line& line, uint32_t& code, std::vector<uint32_t>& values,
+                  Problem& problem) {
+  std::string_view label = line.fields[0].text;
+  if (label.back() != ':') return problem.Set(line.place, "\"CODE:\" expected");
+  label.remove_suffix(1);
+  if (!ParseHex(line.place, label, 4, code, problem)) return false;
+  if (code % kRowValues != 0) return problem.Set(line.place, "a row begins at a code ending in 0");
+  return ParseValues(line, 4, values, problem);
 }
 
 }  // namespace qvresource

@@ -50,4 +50,8 @@ bool ParseHex(const Place& place, std::string_view text, size_t digits, uint32_t
 bool ParseRow(const Line& line, uint32_t code, size_t digits, std::vector<uint32_t>& values,
               Problem& problem);
 
+// A row that names its code itself, in four digits; values have four too.
+bool ParseFreeRow(const Line& line, uint32_t& code, std::vector<uint32_t>& values,
+                  Problem& problem);
+
 }  // namespace qvresource

@@ -1,0 +1,16 @@
+// MD5 (RFC 1321): digests of 16 bytes. digest.h says how to use it.
+#pragma once
+
+#include "format/encodings/block_digest.h"
+
+namespace qv {
+
+class Md5 final : public WordDigest<4, false> {
+ public:
+  Md5() { Start(); }
+
+ private:
+  void HashBlocks(const uint8_t* bytes, size_t blocks) override;
+};
+
+}  // namespace qv
