@@ -294,10 +294,10 @@ TEST_F(UnicodePeers, ReadEachOthersUtf7) {
     for (uint32_t code = 1; code < 0x10000; ++code) {
       if (Within(code, 0xD800, 0xDFFF)) continue;
       const std::string units = Unit(code) + Unit(code * 7 % 0xD800) + Unit('a');
-      const std::string mine = test::ConvertWithEngine(units, kUtf16Big, kUtf7, kKeep).text;
+      const std::string mine = test::ConvertWithEngine(units, kUtf16Big, kUtf7, kKeep, 64).text;
       ASSERT_EQ(peer->to_unicode("UTF-7", mine), units) << peer->name << " " << mine;
       const std::string theirs = peer->from_unicode("UTF-7", units);
-      ASSERT_EQ(test::ConvertWithEngine(theirs, kUtf7, kUtf16Big, kKeep).text, units)
+      ASSERT_EQ(test::ConvertWithEngine(theirs, kUtf7, kUtf16Big, kKeep, 64).text, units)
           << peer->name << " " << theirs;
     }
   }
