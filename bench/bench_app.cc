@@ -1,5 +1,7 @@
-// A formatted debug line: with the log closed, and into an open log beside fprintf with a flush.
+// A formatted debug line: with the log closed, and into an open log beside fprintf with a flush
+// into a file that is appended to as well.
 #include <cstdio>
+#include <filesystem>
 
 #include "app/debug_log.h"
 #include "app/debug_output.h"
@@ -31,7 +33,8 @@ void Open(benchmark::State& state) {
 }
 
 void OpenPeer(benchmark::State& state) {
-  std::FILE* file = std::tmpfile();
+  const auto path = std::filesystem::temp_directory_path() / "qvsmapi_bench_app.log";
+  std::FILE* file = std::fopen(path.c_str(), "a");
   if (file == nullptr) return state.SkipWithError("no temporary file");
   int number = 0;
   for (auto _ : state) {
@@ -39,6 +42,7 @@ void OpenPeer(benchmark::State& state) {
     std::fflush(file);
   }
   std::fclose(file);
+  std::filesystem::remove(path);
 }
 
 }  // namespace

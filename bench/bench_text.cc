@@ -1,6 +1,7 @@
 // Code-page conversion beside glibc's iconv, and the formatter beside snprintf.
 #include <iconv.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -11,9 +12,11 @@
 #include "resources/charset_loader.h"
 #include "resources/module_source.h"
 #include "tests/test_platform.h"
+#include "text/code_page_strings.h"
 #include "text/converters.h"
 #include "text/formatter.h"
 #include "text/unicode_engines.h"
+#include "text/utf8.h"
 
 namespace {
 
@@ -37,6 +40,30 @@ std::string Words(int accented) {
   return text;
 }
 
+// Japanese in UTF-8, as prose is: hiragana, kanji, some katakana, a few letters.
+std::string JapaneseWords() {
+  std::mt19937 random(7);
+  std::u32string codes;
+  while (codes.size() < kCorpusBytes * 3 / 4) {
+    const auto kind = static_cast<uint32_t>(random() % 20);
+    for (auto letters = 1 + random() % 6; letters > 0; --letters) {
+      codes += kind < 10 ? static_cast<char32_t>(0x3042 + random() % 80)
+               : kind < 18
+                   ? U"日本語文字東京大阪人間時電子送受信件名添付先生会社年月今回"[random() % 28]
+               : kind < 19 ? static_cast<char32_t>(0x30A2 + random() % 80)
+                           : static_cast<char32_t>('a' + random() % 26);
+    }
+    codes += random() % 8 == 0 ? U"。\r\n" : random() % 3 == 0 ? U"、" : U"";
+  }
+  std::string text;
+  for (char32_t code : codes) {
+    uint8_t bytes[4];
+    const uint32_t size = qv::EncodeUtf8(code, bytes);
+    text.append(reinterpret_cast<const char*>(bytes), size);
+  }
+  return text;
+}
+
 std::string Iconv(const char* from, const char* to, std::string text) {
   iconv_t converter = iconv_open(to, from);
   std::string out(text.size() * 4 + 16, '\0');
@@ -53,19 +80,24 @@ struct Conversion {
   CodePage from, to;
   const char *iconv_from, *iconv_to;
   double target_short, target_long;  // 64 bytes; 4 KiB and 1 MiB
-  bool western;
+  const char* script;                // "ASCII", "Western", "Japanese"
 };
+
+std::string TextIn(const std::string& script) {
+  return script == "Japanese" ? JapaneseWords() : Words(script == "Western" ? 1 : 0);
+}
 
 // Slices of `bytes` bytes that begin at characters; short ones rotate through the whole corpus.
 class Slices {
  public:
-  Slices(std::shared_ptr<std::string> text, size_t bytes, bool utf8) : corpus_(std::move(text)) {
+  Slices(std::shared_ptr<std::string> text, size_t bytes, CodePage cp) : corpus_(std::move(text)) {
     const std::string& corpus = *corpus_;
-    for (size_t at = 0; at + bytes <= corpus.size(); at += bytes) {
-      size_t start = at, end = at + bytes;
-      while (utf8 && start < end && (corpus[start] & 0xC0) == 0x80) ++start;
-      while (utf8 && end < corpus.size() && (corpus[end] & 0xC0) == 0x80) ++end;
-      slices_.push_back({start, end - start});
+    for (size_t start = 0, end = 0; end < corpus.size(); start = end) {
+      while (end < corpus.size() && end - start < bytes) {
+        end += CPCharSizeOrOne(corpus.data() + end, cp,
+                               static_cast<uint32_t>(std::min<size_t>(corpus.size() - end, 7)));
+      }
+      if (end - start >= bytes || slices_.empty()) slices_.push_back({start, end - start});
     }
   }
   std::string_view Next() {
@@ -106,16 +138,14 @@ void CompareOnce(const Conversion& job, const std::string& corpus) {
 }
 
 void AddConversion(const Conversion& job) {
-  auto corpus =
-      std::make_shared<std::string>(Iconv("UTF-8", job.iconv_from, Words(job.western ? 1 : 0)));
+  auto corpus = std::make_shared<std::string>(Iconv("UTF-8", job.iconv_from, TextIn(job.script)));
   CompareOnce(job, *corpus);
   for (size_t bytes : {size_t{64}, size_t{4096}, kCorpusBytes}) {
-    auto slices = std::make_shared<Slices>(corpus, bytes, job.from == kUtf8);
+    auto slices = std::make_shared<Slices>(corpus, bytes, job.from);
     auto out = std::make_shared<std::string>(bytes * 4 + 64, '\0');
     iconv_t converter = iconv_open(job.iconv_to, job.iconv_from);
     char label[80];
-    std::snprintf(label, sizeof label, "%s, %s, %zu B", job.name, job.western ? "Western" : "ASCII",
-                  bytes);
+    std::snprintf(label, sizeof label, "%s, %s, %zu B", job.name, job.script, bytes);
     bench::Add({label, "iconv", bytes == 64 ? job.target_short : job.target_long,
                 [=](benchmark::State& state) {
                   for (auto _ : state) {
@@ -131,12 +161,14 @@ void AddConversion(const Conversion& job) {
 }
 
 constexpr Conversion kConversions[] = {
-    {"1252 to UTF-8", 1252, kUtf8, "CP1252", "UTF-8", 0.12, 0.05, false},
-    {"1252 to UTF-8", 1252, kUtf8, "CP1252", "UTF-8", 0.35, 0.35, true},
-    {"UTF-8 to 1252", kUtf8, 1252, "UTF-8", "CP1252", 0.12, 0.05, false},
-    {"UTF-8 to 1252", kUtf8, 1252, "UTF-8", "CP1252", 0.35, 0.35, true},
-    {"UTF-8 to UTF-16LE", kUtf8, kUtf16Little, "UTF-8", "UTF-16LE", 0.12, 0.06, false},
-    {"UTF-8 to UTF-16LE", kUtf8, kUtf16Little, "UTF-8", "UTF-16LE", 0.5, 0.5, true},
+    {"1252 to UTF-8", 1252, kUtf8, "CP1252", "UTF-8", 0.12, 0.05, "ASCII"},
+    {"1252 to UTF-8", 1252, kUtf8, "CP1252", "UTF-8", 0.35, 0.35, "Western"},
+    {"UTF-8 to 1252", kUtf8, 1252, "UTF-8", "CP1252", 0.12, 0.05, "ASCII"},
+    {"UTF-8 to 1252", kUtf8, 1252, "UTF-8", "CP1252", 0.35, 0.35, "Western"},
+    {"932 to UTF-8", 932, kUtf8, "CP932", "UTF-8", 0.15, 0.06, "ASCII"},
+    {"932 to UTF-8", 932, kUtf8, "CP932", "UTF-8", 0.5, 0.5, "Japanese"},
+    {"UTF-8 to UTF-16LE", kUtf8, kUtf16Little, "UTF-8", "UTF-16LE", 0.12, 0.06, "ASCII"},
+    {"UTF-8 to UTF-16LE", kUtf8, kUtf16Little, "UTF-8", "UTF-16LE", 0.5, 0.5, "Western"},
 };
 
 #define QV_FORMAT_JOB(name, target, ...)                                                         \

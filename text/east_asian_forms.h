@@ -136,4 +136,36 @@ class Iso2022Writer {
   bool designated_ = false;  // what SO chooses has been named
 };
 
+// --- By code page ---
+
+// Calls `visit` with the page's reader (writer) in its initial state; false when it has none.
+template <class Visit>
+bool VisitEastAsianReader(CodePage cp, Visit visit) {
+  switch (EastAsianFormOf(cp)) {
+    case EastAsianForm::kDoubleByte:
+      return visit(DoubleByteReader(cp)), true;
+    case EastAsianForm::kJapaneseEuc:
+      return visit(JapaneseEucReader{}), true;
+    case EastAsianForm::kIso2022:
+      return visit(Iso2022Reader(cp)), true;
+    case EastAsianForm::kNone:
+      break;
+  }
+  return false;
+}
+template <class Visit>
+bool VisitEastAsianWriter(CodePage cp, Visit visit) {
+  switch (EastAsianFormOf(cp)) {
+    case EastAsianForm::kDoubleByte:
+      return visit(DoubleByteWriter(cp)), true;
+    case EastAsianForm::kJapaneseEuc:
+      return visit(JapaneseEucWriter{}), true;
+    case EastAsianForm::kIso2022:
+      return visit(Iso2022Writer(cp)), true;
+    case EastAsianForm::kNone:
+      break;
+  }
+  return false;
+}
+
 }  // namespace qv

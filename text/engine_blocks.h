@@ -24,7 +24,8 @@ namespace qv {
 
 // `kReads`: bytes below 80 are ASCII characters (for ByteReader and ByteWriter where their table
 // says so). Decode reads one character of at most kMostBytes bytes, which lie before the end; false
-// where it takes the careful reader.
+// where it takes the careful reader. kComesInRuns, where it is there: one such character follows
+// another.
 template <class Reader>
 struct FastReader {
   static constexpr bool kReads = false;
@@ -35,7 +36,8 @@ struct FastReader<ByteReader> {
   static constexpr bool kReads = true;
   static constexpr uint32_t kMostBytes = 1;
   static bool IsAscii(const ByteReader& reader) { return reader.table.is_ascii(); }
-  static bool Decode(const ByteReader& reader, const uint8_t* in, ReadCharacter& character) {
+  [[gnu::always_inline]] static bool Decode(const ByteReader& reader, const uint8_t* in,
+                                            ReadCharacter& character) {
     character = {reader.table.CodeOf(*in), 1};
     return true;
   }
@@ -46,7 +48,8 @@ struct FastReader<Utf8Reader> {
   static constexpr bool kReads = true;
   static constexpr uint32_t kMostBytes = 4;
   static bool IsAscii(const Utf8Reader&) { return true; }
-  static bool Decode(const Utf8Reader&, const uint8_t* in, ReadCharacter& character) {
+  [[gnu::always_inline]] static bool Decode(const Utf8Reader&, const uint8_t* in,
+                                            ReadCharacter& character) {
     const uint32_t bytes = LoadUnit<4, true>(in);
     const Lead& lead = kLeads[bytes >> 27];
     character.code = ((bytes >> 24 & lead.bits) << 18 | (bytes >> 16 & 0x3F) << 12 |
@@ -80,12 +83,14 @@ struct FastReader<WideReader<DoubleByteReader>> {
   using Reader = WideReader<DoubleByteReader>;
   static constexpr bool kReads = true;
   static constexpr uint32_t kMostBytes = 2;
+  static constexpr bool kComesInRuns = true;
   static bool IsAscii(const Reader& reader) { return reader.table().is_ascii(); }
-  static bool Decode(const Reader& reader, const uint8_t* in, ReadCharacter& character) {
+  [[gnu::always_inline]] static bool Decode(const Reader& reader, const uint8_t* in,
+                                            ReadCharacter& character) {
     const bool pair = reader.table().is_lead(in[0]);
     const uint32_t code = pair ? LoadUnit<2, true>(in) : in[0];
     character = {reader.table().ValueOf(code), pair ? 2u : 1u};
-    return character.code != kReplacement;
+    return character.code != kReplacement && (!pair || in[1] >= WideTable::kLeastTrail);
   }
 };
 
@@ -95,8 +100,10 @@ struct FastReader<WideReader<JapaneseEucReader>> {
   using Reader = WideReader<JapaneseEucReader>;
   static constexpr bool kReads = true;
   static constexpr uint32_t kMostBytes = 2;
+  static constexpr bool kComesInRuns = true;
   static bool IsAscii(const Reader& reader) { return reader.table().is_ascii(); }
-  static bool Decode(const Reader& reader, const uint8_t* in, ReadCharacter& character) {
+  [[gnu::always_inline]] static bool Decode(const Reader& reader, const uint8_t* in,
+                                            ReadCharacter& character) {
     if (in[0] < 0x80) {
       character = {in[0], 1};
       return true;
@@ -238,7 +245,18 @@ class BlockLoop {
       if (!HasRoom(kRoundInput, kRoundOutput)) return false;
       const uint32_t plain = StorePlainBytes(AsciiBlock::kBytes);
       if (!ConvertOne()) return false;
+      if constexpr (requires { Input::kComesInRuns; }) {
+        if (!ConvertRun()) return false;
+      }
       history = history << 1 | plain / AsciiBlock::kBytes;
+    }
+    return true;
+  }
+
+  // In the scripts of double bytes the next character is as a rule of the same kind.
+  [[gnu::always_inline]] bool ConvertRun() {
+    while (HasRoom(kRoundInput, kRoundOutput) && *at_.in >= 0x80) {
+      if (!ConvertOne()) return false;
     }
     return true;
   }
@@ -286,8 +304,20 @@ class BlockLoop {
       ReadCharacter character;
       if (!Input::Decode(reader_, at_.in, character)) return false;
       at_.in += character.size;
+      if constexpr (requires { Input::kComesInRuns; } && std::is_same_v<Writer, Utf8Writer>) {
+        if (StoreThreeBytes(character.code)) return true;
+      }
       at_.out += writer_.Write(character.code, at_.out, kMostCharacterOutput);
     }
+    return true;
+  }
+
+  // Most of those characters have three bytes in UTF-8; one store of four puts them down.
+  [[gnu::always_inline]] bool StoreThreeBytes(uint32_t code) {
+    if (code - 0x800 >= 0x10000 - 0x800) return false;
+    StoreUnit<4, false>(0x8080E0 | code >> 12 | (code << 2 & 0x3F00) | (code << 16 & 0x3F0000),
+                        at_.out);
+    at_.out += 3;
     return true;
   }
 

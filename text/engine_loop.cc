@@ -172,7 +172,7 @@ EngineStop RunReader(Reader reader, const Request& request) {
   return EngineStop::kOutputEnd;
 }
 
-TextForm FormOf(CodePage cp) {
+TextForm UnicodeForm(CodePage cp) {
   switch (cp) {
     case kUtf8:
       return TextForm::kUtf8;
@@ -187,29 +187,29 @@ TextForm FormOf(CodePage cp) {
     case kUtf7:
       return TextForm::kUtf7;
     default:
-      break;
+      return TextForm::kNone;
   }
+}
+
+// The registry holds no table of a kind that the page's form cannot use.
+TextForm FormOver(const UnicodeTable& table, CodePage cp) {
+  const int kind = table.kind() & ~kFromUnicodeBit;
+  if (kind == kKindHighHalf || kind == kKindAllBytes) return TextForm::kBytes;
   switch (EastAsianFormOf(cp)) {
-    case EastAsianForm::kDoubleByte:
-      return TextForm::kDoubleByte;
     case EastAsianForm::kJapaneseEuc:
       return TextForm::kJapaneseEuc;
     case EastAsianForm::kIso2022:
       return TextForm::kIso2022;
     default:
-      return TextForm::kBytes;
+      return TextForm::kDoubleByte;
   }
 }
 
 EngineEnd FindEngineEnd(CodePage cp, bool target) {
-  const TextForm form = FormOf(cp);
-  if (IsUnicodeCodePage(cp)) return {form, cp, nullptr};
+  const TextForm form = UnicodeForm(cp);
+  if (form != TextForm::kNone) return {form, cp, nullptr};
   const UnicodeTable* table = FindUnicodeTable(cp, target);
-  if (table == nullptr) return {};
-  const int kind = table->kind() & ~kFromUnicodeBit;
-  const bool bytes = kind == kKindHighHalf || kind == kKindAllBytes;
-  if (bytes != (form == TextForm::kBytes)) return {};
-  return {form, cp, table};
+  return table == nullptr ? EngineEnd{} : EngineEnd{FormOver(*table, cp), cp, table};
 }
 
 }  // namespace
@@ -224,7 +224,7 @@ EngineJob MakeEngineJob(CodePage from, CodePage to, int line_end_mode,
           Decomposer(decomposition)};
 }
 
-EngineState::EngineState(const EngineJob& job) {
+void EngineState::Begin(const EngineJob& job) {
   if (job.source.form == TextForm::kUtf7) new (&reader.utf7) UTF7DecodeState;
   if (job.source.form == TextForm::kIso2022) {
     new (&reader.iso2022) Iso2022Reader(job.source.page);
@@ -267,11 +267,12 @@ EngineStop RunEngine(const EngineJob& job, EngineState& state, bool at_end, Engi
 }
 
 EngineStop CloseEngine(const EngineJob& job, EngineState& state, EngineCursor& cursor) {
+  if (!HasState(job.target.form)) return EngineStop::kInputEnd;
   const auto room = static_cast<size_t>(cursor.out_end - cursor.out);
   int size = 0;
   if (job.target.form == TextForm::kUtf7) {
     size = Utf7Writer(state.writer.utf7).Close(cursor.out, room);
-  } else if (job.target.form == TextForm::kIso2022) {
+  } else {
     size = state.writer.iso2022.Close(cursor.out, room);
   }
   if (size < 0) return EngineStop::kOutputEnd;

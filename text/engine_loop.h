@@ -21,14 +21,16 @@ enum class TextForm {
   kUtf16Big,
   kUtf32Little,
   kUtf32Big,
-  kUtf7,
   kDoubleByte,  // the East Asian ones
   kJapaneseEuc,
+  // With a state:
+  kUtf7,
   kIso2022,
 };
+constexpr bool HasState(TextForm form) { return form >= TextForm::kUtf7; }
 
 // The form of a code page as far as an engine can read (source) or write (target) it: kNone without
-// a table of the kind that the form needs.
+// its table.
 struct EngineEnd {
   TextForm form = TextForm::kNone;
   CodePage page = 0;
@@ -53,7 +55,9 @@ EngineJob MakeEngineJob(CodePage from, CodePage to, int line_end_mode,
 // What changes from one run to the next over the same text.
 class EngineState {
  public:
-  explicit EngineState(const EngineJob& job);
+  explicit EngineState(const EngineJob& job) {
+    if (HasState(job.source.form) || HasState(job.target.form)) Begin(job);
+  }
 
   bool after_cr = false;  // the line end of a CR is written; an LF that follows belongs to it
   union ReaderState {
@@ -68,6 +72,9 @@ class EngineState {
     Utf7WriterState utf7;
     Iso2022Writer iso2022;
   } writer;
+
+ private:
+  void Begin(const EngineJob& job);
 };
 
 // Where a conversion stands; the loop moves `in` and `out`.

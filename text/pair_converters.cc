@@ -65,9 +65,17 @@ uint32_t JapaneseCounterpart(uint32_t code, CodePage from, CodePage to) {
   return IsShiftJis(to) ? ShiftJisFromJis(jis) : jis;
 }
 
-// GB 2312 and KS X 1001: the codes whose bytes are both A1 to FE. Besides, 936 is a part of 20014.
+// Trail bytes of GBK are 40 to 7E and 80 to FE; 80 by itself is the euro sign.
+bool IsGbk(uint32_t code) {
+  const uint32_t trail = code & 0xFF;
+  return code == 0x80 || (code > 0xFF && trail >= 0x40 && trail != 0x7F && trail != 0xFF);
+}
+
+// GB 2312 and KS X 1001: the codes whose bytes are both A1 to FE. 936 and 20014 share more: all that
+// the lead bytes of 936 can express.
 uint32_t EucCounterpart(uint32_t code, CodePage from, CodePage to) {
-  if ((from == 936 && to == 20014) || (from == 20014 && to == 936)) return code;
+  const auto is_gbk_page = [](CodePage cp) { return cp == 936 || cp == 20014; };
+  if (is_gbk_page(from) && is_gbk_page(to)) return IsGbk(code) ? code : kReplacement;
   const auto is_high = [](uint32_t byte) { return byte >= 0xA1 && byte <= 0xFE; };
   return is_high(code >> 8) && is_high(code & 0xFF) ? code : kReplacement;
 }
@@ -136,46 +144,6 @@ class PairLoop {
   PairText& at_;
 };
 
-struct PairRequest {
-  CodePage from, to;
-  LineEndMode line_ends;
-  PairText& text;
-};
-
-template <class Reader, class Writer>
-void Run(const Reader& reader, const Writer& writer, const PairRequest& request) {
-  PairLoop<Reader, Writer>(request.from, request.to, reader, writer, request.line_ends,
-                           request.text)
-      .Run();
-}
-
-template <class Reader>
-void RunReader(const Reader& reader, const PairRequest& request) {
-  switch (EastAsianFormOf(request.to)) {
-    case EastAsianForm::kDoubleByte:
-      return Run(reader, DoubleByteWriter(request.to), request);
-    case EastAsianForm::kJapaneseEuc:
-      return Run(reader, JapaneseEucWriter{}, request);
-    case EastAsianForm::kIso2022:
-      return Run(reader, Iso2022Writer(request.to), request);
-    case EastAsianForm::kNone:
-      break;
-  }
-}
-
-void RunPair(const PairRequest& request) {
-  switch (EastAsianFormOf(request.from)) {
-    case EastAsianForm::kDoubleByte:
-      return RunReader(DoubleByteReader(request.from), request);
-    case EastAsianForm::kJapaneseEuc:
-      return RunReader(JapaneseEucReader{}, request);
-    case EastAsianForm::kIso2022:
-      return RunReader(Iso2022Reader(request.from), request);
-    case EastAsianForm::kNone:
-      break;
-  }
-}
-
 }  // namespace
 
 bool IsEastAsianPair(CodePage from, CodePage to) {
@@ -204,7 +172,12 @@ uint32_t PairConverter::Convert(const char* input, uint32_t input_bytes, char* o
   const auto* in = reinterpret_cast<const uint8_t*>(input);
   auto* out = reinterpret_cast<uint8_t*>(output);
   PairText text{in, in + input_bytes, out, out + *output_bytes};
-  RunPair({source, destination, ResolveLineEnds(line_end_mode, source, destination), text});
+  const LineEndMode line_ends = ResolveLineEnds(line_end_mode, source, destination);
+  VisitEastAsianReader(source, [&](const auto& reader) {
+    VisitEastAsianWriter(destination, [&](const auto& writer) {
+      PairLoop(source, destination, reader, writer, line_ends, text).Run();
+    });
+  });
   *output_bytes = static_cast<uint32_t>(text.out - out);
   return static_cast<uint32_t>(text.in - in);
 }

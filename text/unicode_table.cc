@@ -7,6 +7,7 @@
 
 #include "text/byte_tables.h"
 #include "text/decomposition.h"
+#include "text/east_asian_forms.h"
 #include "text/plain_ascii.h"
 #include "text/wide_tables.h"
 
@@ -61,9 +62,16 @@ bool IsTableKind(uint16_t kind) {
   }
 }
 
+bool IsWideKind(uint16_t kind) {
+  const int both_ways = kind & ~kFromUnicodeBit;
+  return both_ways == kKindWide || both_ways == kKindBased;
+}
+
+bool IsWidePage(CodePage cp) { return EastAsianFormOf(cp) != EastAsianForm::kNone; }
+
 // False without memory for the object; a table that does not load is left out.
 bool AddTable(std::vector<TablePointer>& tables, uint16_t kind, CodePage cp, Bytes body) {
-  if (!IsTableKind(kind)) return true;
+  if (!IsTableKind(kind) || IsWideKind(kind) != IsWidePage(cp)) return true;
   TablePointer table = NewUnicodeTable(kind, cp);
   if (!table) return false;
   if (table->Load(body)) tables.push_back(std::move(table));

@@ -54,9 +54,10 @@ class UnicodeTable {
 std::unique_ptr<UnicodeTable> NewUnicodeTable(uint16_t kind, CodePage cp);
 
 // Builds the registry from whole "CHUC" resources (header and body) and the two built-in tables of
-// 20005; a table that fails to load, or whose base is missing, is left out. The decomposition data
-// go to their own place. False without memory (the registry is then empty). The spans are not
-// needed afterwards.
+// 20005; a table that fails to load, whose base is missing, or whose kind is not for the form of
+// its page (single bytes, or one of east_asian_forms.h) is left out. The decomposition data go to
+// their own place. False without memory (the registry is then empty). The spans are not needed
+// afterwards.
 bool BuildUnicodeTables(std::span<const Bytes> resources);
 void ReleaseUnicodeTables();
 

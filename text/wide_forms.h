@@ -32,11 +32,22 @@ class WideReader {
 
   ReadCharacter Read(const uint8_t* in, const uint8_t* end) const {
     ReadCharacter read = form_.Read(in, end);
+    if (std::is_same_v<Form, DoubleByteReader> && read.size == 1 && table_.is_lead(*in)) {
+      return ReadTablePair(in, end);
+    }
     if (!kSkips || read.code != kNoCharacter) read.code = table_.ValueOf(read.code);
     return read;
   }
 
  private:
+  // A byte that is a lead byte by the table only, or has no trail byte.
+  ReadCharacter ReadTablePair(const uint8_t* in, const uint8_t* end) const {
+    if (end - in < 2) return {0, 0};
+    const uint32_t code = table_.ValueOf(LoadUnit<2, true>(in));
+    const bool pair = in[1] >= WideTable::kLeastTrail && code != kReplacement;
+    return pair ? ReadCharacter{code, 2} : ReadCharacter{kReplacement, 1};
+  }
+
   const WideTable& table_;
   Form form_;
 };

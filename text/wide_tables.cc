@@ -13,17 +13,6 @@ constexpr Field kBase{0, 2}, kSingleValues{2, kSingles * 2};
 constexpr uint32_t kBasedHeader = kSingleValues.offset + kSingleValues.width;
 constexpr uint32_t kWideNumber = 4, kWideValue = 4, kBasedNumber = 2, kBasedValue = 2;
 
-std::array<bool, 256> FindLeadBytes(CodePage cp) {
-  std::array<bool, 256> leads{};
-  if (EastAsianFormOf(cp) != EastAsianForm::kDoubleByte) return leads;
-  const DoubleByteReader reader(cp);
-  for (uint32_t byte = 0; byte < leads.size(); ++byte) {
-    const uint8_t pair[] = {static_cast<uint8_t>(byte), 0x40};
-    leads[byte] = reader.Read(pair, pair + sizeof pair).size == 2;
-  }
-  return leads;
-}
-
 }  // namespace
 
 bool WideTable::Load(Bytes body) {
@@ -32,12 +21,30 @@ bool WideTable::Load(Bytes body) {
   values_.assign(kBlockCodes, kReplacement);
   AddBlock(0);
   for (uint32_t code = 0; code < kAsciiCodes; ++code) values_[kBlockCodes + code] = code;
-  if (!from_unicode()) is_lead_ = FindLeadBytes(code_page());
-  if (!based) return LoadBlocks(body, kWideNumber, kWideValue, 0);
-  if (body.size() < kBasedHeader) return false;
-  base_page_ = static_cast<CodePage>(ReadBigEndian(body, kBase));
-  SetSingles(body.subspan(kSingleValues.offset, kSingleValues.width));
-  return LoadBlocks(body.subspan(kBasedHeader), kBasedNumber, kBasedValue, kSingles / kBlockCodes);
+  bool valid = !based || body.size() >= kBasedHeader;
+  if (valid && based) {
+    base_page_ = static_cast<CodePage>(ReadBigEndian(body, kBase));
+    SetSingles(body.subspan(kSingleValues.offset, kSingleValues.width));
+    valid =
+        LoadBlocks(body.subspan(kBasedHeader), kBasedNumber, kBasedValue, kSingles / kBlockCodes);
+  } else if (valid) {
+    valid = LoadBlocks(body, kWideNumber, kWideValue, 0);
+  }
+  if (valid && EastAsianFormOf(code_page()) == EastAsianForm::kDoubleByte) FindLeadBytes();
+  return valid;
+}
+
+void WideTable::FindLeadBytes() {
+  const DoubleByteReader reader(code_page());
+  for (uint32_t byte = kAsciiCodes; byte < is_lead_.size(); ++byte) {
+    const uint8_t pair[] = {static_cast<uint8_t>(byte), 0x40};
+    is_lead_[byte] = reader.Read(pair, pair + sizeof pair).size == 2;
+    const uint32_t first = byte << 8;
+    if (from_unicode() || ValueOf(byte) != kReplacement) continue;
+    for (uint32_t code = first; code < first + kSingles; ++code) {
+      if (ValueOf(code) != kReplacement) is_lead_[byte] = true;
+    }
+  }
 }
 
 // Records ascend from `lowest` on, and the last is whole.

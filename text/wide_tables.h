@@ -36,6 +36,8 @@ constexpr uint16_t kKindBased = 0x0A;
 
 class WideTable final : public UnicodeTable {
  public:
+  static constexpr uint8_t kLeastTrail = 0x20;  // a control byte never completes a pair
+
   WideTable(uint16_t kind, CodePage cp) : UnicodeTable(kind, cp) {}
   bool Load(Bytes body) override;
   uint32_t Map(uint32_t value) const override { return ValueOf(value); }
@@ -52,7 +54,10 @@ class WideTable final : public UnicodeTable {
   }
   // True when the codes below 80 are themselves.
   bool is_ascii() const { return is_ascii_; }
-  // True for the bytes that begin a pair in the page's text.
+  // True for the bytes that begin a pair in the page's text: those of CPIsLeadByte, and such as are
+  // no character and have pairs in the table. Of the latter kind are FA to FC of 932, where Windows
+  // writes characters of everyday names; they read as pairs although a walk by CPCharSize takes
+  // each byte by itself.
   bool is_lead(uint8_t byte) const { return is_lead_[byte]; }
 
  private:
@@ -63,6 +68,7 @@ class WideTable final : public UnicodeTable {
   void AddBlock(uint32_t block);
   void Set(uint32_t code, uint32_t value);
   void SetSingles(Bytes values);
+  void FindLeadBytes();
   void LinkToUnicode(const WideTable& base, const std::vector<bool>& own);
   void LinkFromUnicode(const WideTable& base, const std::vector<bool>& own);
 

@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr uint32_t kMapsAndPairs = 13 + 27;
+
 class CharsetLoaderFaults : public testing::Test {
  protected:
   CharsetLoaderFaults() {
@@ -33,6 +35,9 @@ class CharsetLoaderFaults : public testing::Test {
     char out[4];
     uint32_t room = sizeof out;
     EXPECT_EQ(ConvertText("\x80", 1, 10000, out, &room, 1252, qv::kCrLf, 0), 0u);
+    room = sizeof out;
+    EXPECT_EQ(ConvertText("\x82\xA0", 2, 932, out, &room, 20001, qv::kKeep, 0), 2u);
+    EXPECT_EQ(std::string(out, room), "\x82\xA0");
   }
 
   uint32_t whole_ = 0, handles_ = 0;
@@ -76,7 +81,7 @@ TEST_F(CharsetLoaderFaults, OfThePlatformAreMet) {
       EXPECT_TRUE(qv::AllUnicodeTables().empty());
     } else {
       EXPECT_LE(qv::ConverterCount(), whole_);
-      EXPECT_GE(qv::ConverterCount(), 28u);
+      EXPECT_GE(qv::ConverterCount(), kMapsAndPairs);
     }
   }
   host::ClearFaults();
@@ -90,7 +95,10 @@ TEST_F(CharsetLoaderFaults, NoFontNoConverterOfItsOwn) {
   ASSERT_EQ(LoadCharsetTables(), ZRErrNone);
   EXPECT_EQ(MapCodePage(1252), 1252);
   EXPECT_EQ(MapCodePage(932), 932);
-  EXPECT_EQ(MapCodePage(1250), 10029);  // only the byte map is left
+  EXPECT_EQ(MapCodePage(1250), 10029);       // only the byte map is left
+  host::SetFontCharsets({DEFAULT_CHARSET});  // never asked for
+  ASSERT_EQ(LoadCharsetTables(), ZRErrNone);
+  EXPECT_EQ(qv::ConverterCount(), kMapsAndPairs);
 }
 
 TEST_F(CharsetLoaderFaults, OfMemoryDiscardTheRegistryAsAWhole) {
@@ -112,7 +120,7 @@ TEST_F(CharsetLoaderFaults, OfMemoryDiscardTheRegistryAsAWhole) {
     } else {
       // Sorting does without its memory.
       ASSERT_EQ(qv::ConverterCount(), whole_);
-      ASSERT_EQ(qv::AllUnicodeTables().size(), 112u);
+      ASSERT_EQ(qv::AllUnicodeTables().size(), 118u);
     }
     if (!fault) break;
   }

@@ -69,6 +69,8 @@ TEST_F(ConvertInPlace, ConvertsAndReportsTheBytes) {
       {"single bytes: the NUL may lie at the limit, in the text's own bytes", "abcdef", kUtf8, 1252,
        4, "abcd\0"s},
       {"longer line ends do not reach behind the buffer", "a\nb", kUtf8, 1252, 4, "a\r\n\0"s},
+      {"Japanese of a Windows system", "\x93\xFA\x96\x7B\n\xB1", 932, kUtf8, 20,
+       "\xE6\x97\xA5\xE6\x9C\xAC\r\n\xEF\xBD\xB1\0"s},
       {"no room for a terminator", "abc", kUtf8, kUtf16Little, 1, ""},
   };
   for (const auto& row : kRows) {

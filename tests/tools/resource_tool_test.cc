@@ -95,7 +95,8 @@ std::string FindInPack(const std::string& pack, const std::string& type, uint32_
 }
 
 TEST_F(ResourceTool, WrongDataStopsTheBuild) {
-  const std::string map = "map 1 2\n" + Rows(0, 15, " %02X"), page = Rows(8, 15, " %04X");
+  const std::string map = "map 1 2\n" + Rows(0, 15, " %02X"), page = Rows(8, 15, " %04X"),
+                    wide = "8140:" + Rows(0x300, 0x300, " %04X").substr(5);
   const struct {
     const char* name;
     Files files;  // the first is the description
@@ -182,6 +183,53 @@ TEST_F(ResourceTool, WrongDataStopsTheBuild) {
       {"empty page",
        {{"d", "chuc 128 p 7\n"}, {"p/7.txt", "# nothing\n"}},
        "p/7.txt: rows are missing at the end"},
+      {"wide page without its base",
+       {{"d", "wide 1 932 w 20002\n"}, {"w.txt", wide}, {"w-reverse.txt", ""}},
+       "d:1: the base has to stand above"},
+      {"wide page without reverse entries",
+       {{"d", "wide 1 932 none\n"}, {"none.txt", wide}},
+       "none-reverse.txt: cannot be read"},
+      {"empty wide page",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", ""}, {"w-reverse.txt", ""}},
+       "w.txt: holds no character"},
+      {"wide row of a short code",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", Replaced(wide, "8140:", "140:")}, {"w-reverse.txt", ""}},
+       "w.txt:1: 140 does not have 4 digits"},
+      {"wide row inside another",
+       {{"d", "wide 1 932 w\n"},
+        {"w.txt", Replaced(wide, "8140:", "8148:")},
+        {"w-reverse.txt", ""}},
+       "w.txt:1: a row begins at a code ending in 0"},
+      {"wide row without a colon",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", Replaced(wide, "8140:", "8140")}, {"w-reverse.txt", ""}},
+       "w.txt:1: \"CODE:\" expected"},
+      {"wide rows that do not ascend",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", wide + wide}, {"w-reverse.txt", ""}},
+       "w.txt:2: rows do not ascend"},
+      {"wide row with a surrogate",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", Replaced(wide, "3001", "DFFF")}, {"w-reverse.txt", ""}},
+       "w.txt:1: a surrogate is no character"},
+      {"reverse entry to nowhere",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", wide}, {"w-reverse.txt", "2014 8150\n"}},
+       "w-reverse.txt:1: 8150 is no code of the page"},
+      {"reverse entry twice",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", wide}, {"w-reverse.txt", "2014 8141\n2014 8142\n"}},
+       "w-reverse.txt:2: characters do not ascend"},
+      {"reverse entry of one field",
+       {{"d", "wide 1 932 w\n"}, {"w.txt", wide}, {"w-reverse.txt", "2014\n"}},
+       "w-reverse.txt:1: \"CHARACTER CODE\" expected"},
+      {"decomposition of another kind",
+       {{"d", "decompositions 1 u\n"}, {"u", "X 00C0 0041\n"}},
+       "u:1: C or K expected"},
+      {"decomposition into nothing",
+       {{"d", "decompositions 1 u\n"}, {"u", "C 00C0\n"}},
+       "u:1: a part is missing"},
+      {"decomposition twice",
+       {{"d", "decompositions 1 u\n"}, {"u", "C 00C0 0041\nK 00C0 0041\nC 00C0 0042\n"}},
+       "u:3: characters do not ascend"},
+      {"decomposition of a short number",
+       {{"d", "decompositions 1 u\n"}, {"u", "C 0C0 0041\n"}},
+       "u:1: 0C0 does not have 4 digits"},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
@@ -246,6 +294,62 @@ TEST_F(ResourceTool, EncodesTablesBigEndian) {
 
   EXPECT_EQ(FindInPack(pack, "CHUC", 202).substr(0, 8), "\0\x02\0\x08\0\0\x01\0"s);
   EXPECT_EQ(FindInPack(pack, "CHUC", 203).substr(0, 8), "\x80\x02\0\x08\0\x04\0\xD8"s);
+}
+
+// A base of three codes; a page that has two of them at their places in Shift-JIS, one elsewhere,
+// and a single byte.
+TEST_F(ResourceTool, EncodesDoubleBytePages) {
+  const auto row = [](const std::string& code, const std::string& values) {
+    std::string text = code + ": " + values;
+    for (size_t i = values.size(); i < 16 * 5 - 1; i += 5) text += " 0000";
+    return text + "\n";
+  };
+  Write({{"d", "wide 10 20002 jis\nwide 12 932 sjis 20002\n"},
+         {"jis.txt", row("2120", "0000 3000 3001") + row("2420", "0000 3042")},
+         {"jis-reverse.txt", "FF5E 2122\n"},
+         {"sjis.txt", row("00B0", "FF70") + row("8140", "3000 3001") + row("8340", "3042 3042")},
+         {"sjis-reverse.txt", "FF5E 8141\n"}});
+  ASSERT_EQ(Run("pack", {"d"}), 0) << errors_;
+  const std::string pack = Read("out.pack");
+  const auto block = [&pack](uint32_t number, size_t at, size_t size) {
+    return FindInPack(pack, "CHUC", number).substr(at, size);
+  };
+  EXPECT_EQ(FindInPack(pack, "CHUC", 10).size(), 4 + 2 * 516u);
+  EXPECT_EQ(block(10, 0, 8), "\0\x06\x4E\x22\0\0\0\x42"s);
+  EXPECT_EQ(block(10, 8 + 0x21 * 4, 8), "\0\0\x30\0\0\0\x30\x01"s);
+  EXPECT_EQ(block(11, 0, 8), "\x80\x06\x4E\x22\0\0\0\x60"s);
+  EXPECT_EQ(block(11, 8, 8), "\0\0\x21\x21\0\0\x21\x22"s);
+  EXPECT_EQ(block(11, 8 + 0x42 * 4, 4), "\0\0\x24\x21"s);
+  EXPECT_EQ(block(11, 4 + 516, 4), "\0\0\x01\xFE"s);  // the reverse entry
+
+  // 8140 and 8141 are as in the base: no row. 829F is the base's 2421, which the page lacks.
+  const size_t head = 6 + 512;
+  EXPECT_EQ(FindInPack(pack, "CHUC", 12).size(), head + 2 * 258u);
+  EXPECT_EQ(block(12, 0, 6), "\0\x0A\x03\xA4\x4E\x22"s);
+  EXPECT_EQ(block(12, 6 + 0xB0 * 2, 2), "\xFF\x70");
+  EXPECT_EQ(block(12, head, 258), "\x01\x05"s + std::string(256, '\0'));
+  EXPECT_EQ(block(12, head + 258, 2), "\x01\x06"s);
+  EXPECT_EQ(block(12, head + 260 + 0x40 * 2, 4), "\x30\x42\x30\x42");
+  // Back, U+3042 differs from the base and carries its whole row; U+FF5E does not.
+  EXPECT_EQ(FindInPack(pack, "CHUC", 13).size(), head + 2 * 258u);
+  EXPECT_EQ(block(13, 0, 6), "\x80\x0A\x03\xA4\x4E\x22"s);
+  EXPECT_EQ(block(13, head, 6), "\0\x60\x81\x40\x81\x41"s);
+  EXPECT_EQ(block(13, head + 2 + 0x42 * 2, 2), "\x83\x40");
+  EXPECT_EQ(block(13, head + 258, 2), "\x01\xFE"s);
+  EXPECT_EQ(block(13, head + 260 + 0x70 * 2, 2), "\0\xB0"s);
+}
+
+TEST_F(ResourceTool, EncodesDecompositions) {
+  Write({{"d", "decompositions 20 u\n"},
+         {"u", "K 00A0 0020\nC 00C0 0041 0300\nC 1D15E 1D157 1D165\n"}});
+  ASSERT_EQ(Run("pack", {"d"}), 0) << errors_;
+  const std::string pack = Read("out.pack");
+  EXPECT_EQ(FindInPack(pack, "CHUC", 20),
+            "\xF0\0\x08\0\0\0\0\xC0\0\0\0\x02\0\x01\xD1\x5E\0\x02\0\x02"s);
+  EXPECT_EQ(FindInPack(pack, "CHUC", 21),
+            "\xF0\x01\x08\0\0\0\0\x41\0\0\x03\0\0\x01\xD1\x57\0\x01\xD1\x65"s);
+  EXPECT_EQ(FindInPack(pack, "CHUC", 22), "\xF0\x02\x08\0\0\0\0\xA0\0\0\0\x01"s);
+  EXPECT_EQ(FindInPack(pack, "CHUC", 23), "\xF0\x03\x08\0\0\0\0\x20"s);
 }
 
 TEST_F(ResourceTool, NamesItsFilesForTheBuild) {

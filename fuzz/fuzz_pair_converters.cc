@@ -1,0 +1,60 @@
+// Every pair converter over any bytes: nothing outside the buffers; an output that ends for want of
+// room is the conversion of the bytes consumed; and what a converter writes leads back to a text
+// that gives the same again.
+#include "fuzz/fuzz_support.h"
+#include "text/pair_converters.h"
+
+namespace {
+
+constexpr CodePage kPages[] = {932,   10001, 20001, 20002, 936,  10025,
+                               20004, 20014, 949,   10003, 20003};
+
+CodePage Page(uint8_t choice) { return kPages[choice % std::size(kPages)]; }
+
+struct Converted {
+  std::string text;
+  size_t consumed;
+  bool operator==(const Converted&) const = default;
+};
+
+Converted Convert(const std::string& text, CodePage from, CodePage to, int mode, size_t room) {
+  // Exactly as long as the text: a read behind it is seen.
+  std::vector<char> in;
+  in.reserve(1);  // an address even for an empty text
+  in.assign(text.begin(), text.end());
+  fuzz::GuardedBuffer out(room);
+  auto written = static_cast<uint32_t>(room);
+  uint32_t consumed = qv::PairConverter(from, to).Convert(
+      in.data(), static_cast<uint32_t>(in.size()), out.data(), &written, mode);
+  FUZZ_CHECK(out.Intact() && written <= room && consumed <= in.size());
+  return {{out.data(), written}, consumed};
+}
+
+Converted ConvertWhole(const std::string& text, CodePage from, CodePage to, int mode) {
+  return Convert(text, from, to, mode, text.size() * 8 + 16);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  fuzz::Input input(data, size);
+  CodePage from = Page(input.Byte()), to = Page(input.Byte());
+  int mode = input.Byte() % 7;
+  size_t room = input.Byte();
+  std::string text = input.Rest();
+
+  Converted part = Convert(text, from, to, mode, room);
+  FUZZ_CHECK(ConvertWhole(text.substr(0, part.consumed), from, to, mode) == part);
+
+  Converted whole = ConvertWhole(text, from, to, mode);
+  if (from != to && !qv::IsEastAsianPair(from, to)) {
+    FUZZ_CHECK(whole == (Converted{"", 0}));
+    return 0;
+  }
+  FUZZ_CHECK(text.size() - whole.consumed < 5);  // no more than the end can cut
+  Converted back = ConvertWhole(whole.text, to, from, qv::kKeep);
+  FUZZ_CHECK(back.consumed == whole.text.size());
+  FUZZ_CHECK(ConvertWhole(back.text, from, to, qv::kKeep) ==
+             (Converted{whole.text, back.text.size()}));
+  return 0;
+}
