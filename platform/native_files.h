@@ -15,6 +15,11 @@ std::vector<std::string> Utf8Arguments(int argc, char** argv);
 // Standard input, output and error carry bytes, not lines.
 void UseBinaryStreams();
 
+// From here on a failing standard stream is an error that the writer or reader sees: output to a
+// pipe that nobody reads does not end the program, and a stream that was closed by the starter is
+// not taken over by the next file that is opened.
+void KeepStreamErrors();
+
 // True when standard error is a terminal (progress is shown only there).
 bool ErrorStreamIsTerminal();
 

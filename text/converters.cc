@@ -157,6 +157,14 @@ void ReleaseConverters() {
 
 uint32_t ConverterCount() { return State().count; }
 
+bool HasConverter(CodePage source, CodePage destination) {
+  const auto& sorted = State().sorted;
+  return std::any_of(sorted.begin(), sorted.end(), [=](const Converter* converter) {
+    return converter->source == source && converter->destination == destination &&
+           converter->usable();
+  });
+}
+
 }  // namespace qv
 
 CodePage MapCodePage(CodePage cp) {

@@ -42,6 +42,8 @@ bool AddConverter(std::unique_ptr<Converter> converter);
 bool SortConverters();
 void ReleaseConverters();
 uint32_t ConverterCount();
+// True when the sorted registry has a converter for the pair that can convert.
+bool HasConverter(CodePage source, CodePage destination);
 
 }  // namespace qv
 

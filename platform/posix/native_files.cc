@@ -1,6 +1,9 @@
 #include "platform/native_files.h"
 
+#include <fcntl.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include "platform/host/control.h"
 #include "platform/host/native_names.h"
@@ -13,6 +16,16 @@ std::vector<std::string> Utf8Arguments(int argc, char** argv) {
 
 // Streams carry bytes anyway.
 void UseBinaryStreams() {}
+
+void KeepStreamErrors() {
+  std::signal(SIGPIPE, SIG_IGN);
+  // The lowest free descriptor is the closed one, since those below it are open. Opened the wrong
+  // way round it still fails.
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) >= 0) continue;
+    open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
 
 bool ErrorStreamIsTerminal() { return isatty(STDERR_FILENO) != 0; }
 

@@ -42,6 +42,9 @@ void UseBinaryStreams() {
   for (std::FILE* stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
 }
 
+// Here they are errors anyway.
+void KeepStreamErrors() {}
+
 bool ErrorStreamIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
 
 std::string PlatformPath(const std::string& native) {

@@ -7,13 +7,19 @@
 
 namespace program {
 
+namespace {
+
+void ClearLine() { std::fputs("\r\x1B[K", stderr); }
+
+}  // namespace
+
 Progress::Progress(std::string label, uint64_t total)
     : label_(std::move(label)), total_(total), shown_(platform::ErrorStreamIsTerminal()) {
   if (shown_) Show();
 }
 
 Progress::~Progress() {
-  if (shown_) std::fputs("\r\x1B[K", stderr);
+  if (shown_) ClearLine();
 }
 
 void Progress::Advance(uint64_t amount) {
@@ -31,6 +37,22 @@ void Progress::Show() const {
   } else {
     std::fprintf(stderr, "\r%s: %d%%", label_.c_str(), percent_);
   }
+  std::fflush(stderr);
+}
+
+ByteProgress::ByteProgress(std::string label)
+    : label_(std::move(label)), can_show_(platform::ErrorStreamIsTerminal()) {}
+
+ByteProgress::~ByteProgress() {
+  if (shown_ > 0) ClearLine();
+}
+
+void ByteProgress::Advance(uint64_t bytes) {
+  done_ += bytes;
+  const uint64_t millions = done_ / 1000000;
+  if (!can_show_ || millions == shown_) return;
+  shown_ = millions;
+  std::fprintf(stderr, "\r%s: %s MB", label_.c_str(), std::to_string(millions).c_str());
   std::fflush(stderr);
 }
 

@@ -30,4 +30,22 @@ class Progress {
   bool shown_;
 };
 
+// The same for bytes of which nobody knows how many there will be: shows how many are done, from
+// the first million on.
+class ByteProgress {
+ public:
+  explicit ByteProgress(std::string label);
+  ~ByteProgress();
+  ByteProgress(const ByteProgress&) = delete;
+  ByteProgress& operator=(const ByteProgress&) = delete;
+
+  void Advance(uint64_t bytes);
+
+ private:
+  std::string label_;
+  uint64_t done_ = 0;
+  uint64_t shown_ = 0;  // millions
+  bool can_show_;
+};
+
 }  // namespace program

@@ -1,0 +1,84 @@
+#include <CLI/CLI.hpp>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "platform/windows_api.h"
+#include "programs/common/progress.h"
+#include "programs/qvtool/code_page_argument.h"
+#include "programs/qvtool/commands.h"
+#include "programs/qvtool/text_conversion.h"
+#include "resources/charset_loader.h"
+#include "resources/module_source.h"
+
+namespace qvtool {
+namespace {
+
+constexpr size_t kPieceBytes = 1 << 16;
+
+struct Options {
+  std::string from, to, line_ends = "keep";
+};
+
+Trouble LoadTables() {
+  ZRError error = ZRInitModuleResources(GetModuleHandleA(nullptr));
+  if (error == ZRErrNone) error = LoadCharsetTables();
+  if (error == ZRErrNone) return std::nullopt;
+  return "cannot load the character set tables: error " + std::to_string(error);
+}
+
+void ReportLosses(const TextConversion& conversion, const program::Reporter& reporter) {
+  const uint64_t lost = conversion.lost();
+  if (lost == 0) return;
+  reporter.Warn(program::Count(static_cast<size_t>(lost), "character") +
+                " malformed or without a place in the target, written as 1A or 00");
+}
+
+int LineEndsOf(const std::string& word) {
+  static const std::map<std::string, int> modes = {
+      {"keep", qv::kKeep}, {"cr", qv::kCr}, {"lf", qv::kLf}, {"crlf", qv::kCrLf}};
+  return modes.at(word);
+}
+
+Trouble Convert(const Options& options, Streams& streams) {
+  if (Trouble trouble = LoadTables()) return trouble;
+  TextConversion conversion(CodePageOf(options.from).value(), CodePageOf(options.to).value(),
+                            LineEndsOf(options.line_ends), [&streams](std::string_view bytes) {
+                              return streams.output.Write(bytes);
+                            });
+  if (Trouble trouble = conversion.trouble()) return trouble;
+  program::ByteProgress progress("converting");
+  std::vector<char> piece(kPieceBytes);
+  while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
+    if (!conversion.Convert({piece.data(), size})) return conversion.trouble();
+    progress.Advance(size);
+  }
+  if (streams.input.trouble()) return std::nullopt;  // the caller says so
+  conversion.Finish();
+  ReportLosses(conversion, streams.reporter);
+  if (conversion.cut_bytes() == 0) return std::nullopt;
+  return "the input ends inside a character: " + program::Count(conversion.cut_bytes(), "byte") +
+         " left out";
+}
+
+}  // namespace
+
+Work DescribeConvert(CLI::App& command) {
+  auto options = std::make_shared<Options>();
+  auto add = [&](const char* name, std::string& value, const char* type, const char* help) {
+    return command.add_option(name, value, help)->take_last()->type_name(type);
+  };
+  constexpr char kCodePage[] = "CP";
+  add("--from", options->from, kCodePage, "The code page of the input: a number or a charset name")
+      ->required()
+      ->check(WrongCodePage);
+  add("--to", options->to, kCodePage, "The code page of the output")
+      ->required()
+      ->check(WrongCodePage);
+  add("--line-ends", options->line_ends, "KIND",
+      "What every line end becomes: keep (default), cr, lf or crlf")
+      ->check(CLI::IsMember({"keep", "cr", "lf", "crlf"}));
+  return [options](Streams& streams) { return Convert(*options, streams); };
+}
+
+}  // namespace qvtool
