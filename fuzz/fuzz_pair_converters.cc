@@ -11,6 +11,8 @@ constexpr CodePage kPages[] = {932,   10001, 20001, 20002, 936,  10025,
 
 CodePage Page(uint8_t choice) { return kPages[choice % std::size(kPages)]; }
 
+constexpr size_t kMostCut = 5;  // more bytes than the end of a text can cut
+
 struct Converted {
   std::string text;
   size_t consumed;
@@ -44,14 +46,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string text = input.Rest();
 
   Converted part = Convert(text, from, to, mode, room);
-  FUZZ_CHECK(ConvertWhole(text.substr(0, part.consumed), from, to, mode) == part);
+  Converted alone = ConvertWhole(text.substr(0, part.consumed), from, to, mode);
+  // The last bytes may begin a character when nothing shows that they do not.
+  FUZZ_CHECK(alone == part ||
+             (alone.consumed < part.consumed && part.consumed - alone.consumed < kMostCut));
 
   Converted whole = ConvertWhole(text, from, to, mode);
   if (from != to && !qv::IsEastAsianPair(from, to)) {
     FUZZ_CHECK(whole == (Converted{"", 0}));
     return 0;
   }
-  FUZZ_CHECK(text.size() - whole.consumed < 5);  // no more than the end can cut
+  FUZZ_CHECK(text.size() - whole.consumed < kMostCut);
   Converted back = ConvertWhole(whole.text, to, from, qv::kKeep);
   FUZZ_CHECK(back.consumed == whole.text.size());
   FUZZ_CHECK(ConvertWhole(back.text, from, to, qv::kKeep) ==
