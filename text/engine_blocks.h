@@ -90,7 +90,7 @@ struct FastReader<WideReader<DoubleByteReader>> {
     const bool pair = reader.table().is_lead(in[0]);
     const uint32_t code = pair ? LoadUnit<2, true>(in) : in[0];
     character = {reader.table().ValueOf(code), pair ? 2u : 1u};
-    return character.code != kReplacement;
+    return character.code != kReplacement && (!pair || in[1] >= WideTable::kLeastTrail);
   }
 };
 

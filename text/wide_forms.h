@@ -44,7 +44,8 @@ class WideReader {
   ReadCharacter ReadTablePair(const uint8_t* in, const uint8_t* end) const {
     if (end - in < 2) return {0, 0};
     const uint32_t code = table_.ValueOf(LoadUnit<2, true>(in));
-    return {code, code == kReplacement ? 1u : 2u};
+    const bool pair = in[1] >= WideTable::kLeastTrail && code != kReplacement;
+    return pair ? ReadCharacter{code, 2} : ReadCharacter{kReplacement, 1};
   }
 
   const WideTable& table_;

@@ -36,6 +36,8 @@ constexpr uint16_t kKindBased = 0x0A;
 
 class WideTable final : public UnicodeTable {
  public:
+  static constexpr uint8_t kLeastTrail = 0x20;  // a control byte never completes a pair
+
   WideTable(uint16_t kind, CodePage cp) : UnicodeTable(kind, cp) {}
   bool Load(Bytes body) override;
   uint32_t Map(uint32_t value) const override { return ValueOf(value); }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <span>
 
@@ -21,33 +22,44 @@ struct Peer {
   std::function<std::string(const char*page, const std::string&)> to_unicode, from_unicode;
 };
 
+struct CloseConverter {
+  void operator()(UConverter* converter) const { ucnv_close(converter); }
+  void operator()(iconv_t converter) const { iconv_close(converter); }
+};
+
+iconv_t IconvConverter(const char* to, const char* from) {
+  static std::map<std::pair<std::string, std::string>, std::unique_ptr<void, CloseConverter>> all;
+  auto& converter = all[{to, from}];
+  if (converter == nullptr) converter.reset(iconv_open(to, from));
+  EXPECT_NE(converter.get(), reinterpret_cast<iconv_t>(-1)) << from << " to " << to;
+  iconv(converter.get(), nullptr, nullptr, nullptr, nullptr);
+  return converter.get();
+}
+
 std::string ByIconv(const char* to, const char* from, std::string in) {
-  static std::map<std::pair<std::string, std::string>, iconv_t> converters;
-  auto [found, fresh] = converters.try_emplace({to, from});
-  if (fresh) found->second = iconv_open(to, from);
-  EXPECT_NE(found->second, reinterpret_cast<iconv_t>(-1)) << from << " to " << to;
-  iconv(found->second, nullptr, nullptr, nullptr, nullptr);
+  const iconv_t converter = IconvConverter(to, from);
   char out[32], *in_at = in.data(), *out_at = out;
   size_t in_left = in.size(), out_left = sizeof out;
-  if (iconv(found->second, &in_at, &in_left, &out_at, &out_left) != 0 || in_left != 0) return "";
-  iconv(found->second, nullptr, nullptr, &out_at, &out_left);
+  if (iconv(converter, &in_at, &in_left, &out_at, &out_left) != 0 || in_left != 0) return "";
+  iconv(converter, nullptr, nullptr, &out_at, &out_left);
   return {out, sizeof out - out_left};
 }
 
 UConverter* IcuConverter(const char* page) {
-  static std::map<std::string, UConverter*> converters;
-  auto [found, fresh] = converters.try_emplace(page);
+  static std::map<std::string, std::unique_ptr<UConverter, CloseConverter>> all;
+  auto& converter = all[page];
   UErrorCode error = U_ZERO_ERROR;
-  if (fresh) {
-    found->second = ucnv_open(page, &error);
-    ucnv_setToUCallBack(found->second, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &error);
-    ucnv_setFromUCallBack(found->second, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+  if (converter == nullptr) {
+    converter.reset(ucnv_open(page, &error));
+    ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+                        &error);
+    ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
                           &error);
-    ucnv_setFallback(found->second, false);
+    ucnv_setFallback(converter.get(), false);
   }
   EXPECT_TRUE(U_SUCCESS(error)) << page;
-  ucnv_reset(found->second);
-  return found->second;
+  ucnv_reset(converter.get());
+  return converter.get();
 }
 
 std::string IcuToUnicode(const char* page, const std::string& in) {

@@ -110,8 +110,7 @@ TEST(UnicodeTable, RegistryDropsWhatDoesNotLoad) {
 }
 
 TEST(UnicodeTable, SomePagesAreLookedUpAsOthers) {
-  const Body body = Join({{0x80, 0x00, 0x4E, 0x22}, Row(8)}),
-             other = Join({{0x80, 0x00, 0x03, 0xA8}, Row(8)});
+  const Body body{0x80, 0x06, 0x4E, 0x22}, other{0x80, 0x06, 0x03, 0xA8};
   ASSERT_TRUE(BuildUnicodeTables(std::vector<Bytes>{body, other}));
   EXPECT_EQ(FindUnicodeTable(20001, true), FindUnicodeTable(20002, true));
   EXPECT_EQ(FindUnicodeTable(20014, true), FindUnicodeTable(936, true));

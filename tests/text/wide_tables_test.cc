@@ -148,14 +148,18 @@ TEST(WideTable, IsCompletedByItsBase) {
 
 // A page of single bytes with a double-byte table, and the reverse, cannot be read.
 TEST(WideTable, IsUsedOnlyByFormsOfDoubleBytes) {
-  const std::vector<Body> resources = {Resource(6, 1252, Record(1, 0x80)),
-                                       Resource(0, 932, Body(256, 1)),
-                                       Resource(6, 936, Record(0xB0A1 / 128, 0x5500))};
+  const std::vector<Body> resources = {
+      Resource(6, 1252, Record(1, 0x80)), Resource(0, 932, Body(256, 1)),
+      Resource(6, 936, Join({Record(0xA100 / 128, 0x4E00), Record(0xB0A1 / 128, 0x5500)}))};
   ASSERT_TRUE(BuildUnicodeTables(std::vector<Bytes>(resources.begin(), resources.end())));
   EXPECT_EQ(test::ConvertWithEngine("a", 1252, kUtf16Big, kKeep).text, "");
   EXPECT_EQ(test::ConvertWithEngine("a", 932, kUtf16Big, kKeep).text, "");
   EXPECT_EQ(test::ConvertWithEngine("\xB0\xA1", 936, kUtf16Big, kKeep).text, "\x55\x21");
   EXPECT_EQ(test::ConvertWithEngine("\xB0\xA1", 20014, kUtf16Big, kKeep).text, "\x55\x21");
+  // A pair with a control byte is none, whatever the table says.
+  const std::string run(20, 'x');
+  EXPECT_EQ(test::ConvertWithEngine(run + "\xA1", 936, kUtf8, kKeep), (test::Converted{run, 20}));
+  EXPECT_EQ(test::ConvertWithEngine(run + "\xA1\x05", 936, kUtf8, kKeep).text, run + "\x1A\x05");
   ReleaseUnicodeTables();
 }
 
