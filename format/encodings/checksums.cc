@@ -44,8 +44,8 @@ union TableLock {
 
 // The tables apart from the lock, so that they take no room in the program's file.
 struct WidthTables {
-  std::atomic<bool> ready;  // set once, under the lock, behind the tables
-  CrcTables tables;
+  std::atomic<bool> ready{false};  // set once, under the lock, behind the tables
+  CrcTables tables{};
 };
 
 const CrcTables& TablesOfWidth(int32_t width) {
