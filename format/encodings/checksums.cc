@@ -44,8 +44,8 @@ union TableLock {
 
 // The tables apart from the lock, so that they take no room in the program's file.
 struct WidthTables {
-  std::atomic<bool> ready;  // set once, under the lock, behind the tables
-  CrcTables tables;
+  std::atomic<bool> ready{false};  // set once, under the lock, behind the tables
+  CrcTables tables{};
 };
 
 const CrcTables& TablesOfWidth(int32_t width) {
@@ -86,7 +86,7 @@ uint64_t CRCPolynomial(int32_t width) {
 uint16_t ZRCRC16(const void* bytes, size_t count, uint16_t start) {
   const auto* at = static_cast<const uint8_t*>(bytes);
   const uint64_t crc =
-      qv::ExtendCrc(qv::kCrc16Tables, uint64_t{start} << 48, at, at == nullptr ? 0 : count);
+      qv::ExtendCrc<true>(qv::kCrc16Tables, uint64_t{start} << 48, at, at == nullptr ? 0 : count);
   return __builtin_bswap16(static_cast<uint16_t>(crc >> 48));
 }
 

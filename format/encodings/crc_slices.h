@@ -30,14 +30,16 @@ constexpr void FillCrcTables(CrcTables& tables, uint64_t polynomial) {
   }
 }
 
-inline uint64_t ExtendCrc(const CrcTables& tables, uint64_t crc, const uint8_t* bytes,
-                          size_t count) {
+// kNarrow: the register has 16 bits at most. Then only two of the bytes wait for the step before.
+template <bool kNarrow = false>
+uint64_t ExtendCrc(const CrcTables& tables, uint64_t crc, const uint8_t* bytes, size_t count) {
   const auto& at = tables.at;
   for (; count >= 8; bytes += 8, count -= 8) {
-    crc ^= LoadBig<uint64_t>(bytes);
-    crc = at[7][crc >> 56] ^ at[6][crc >> 48 & 0xFF] ^ at[5][crc >> 40 & 0xFF] ^
-          at[4][crc >> 32 & 0xFF] ^ at[3][crc >> 24 & 0xFF] ^ at[2][crc >> 16 & 0xFF] ^
-          at[1][crc >> 8 & 0xFF] ^ at[0][crc & 0xFF];
+    const uint64_t text = LoadBig<uint64_t>(bytes), mixed = text ^ crc;
+    const uint64_t rest = kNarrow ? text : mixed;
+    crc = at[7][mixed >> 56] ^ at[6][mixed >> 48 & 0xFF] ^ at[5][rest >> 40 & 0xFF] ^
+          at[4][rest >> 32 & 0xFF] ^ at[3][rest >> 24 & 0xFF] ^ at[2][rest >> 16 & 0xFF] ^
+          at[1][rest >> 8 & 0xFF] ^ at[0][rest & 0xFF];
   }
   for (; count > 0; ++bytes, --count) crc = at[0][crc >> 56 ^ *bytes] ^ crc << 8;
   return crc;

@@ -39,7 +39,9 @@ void HashBlock(uint32_t* state, const uint8_t* bytes) {
     uint32_t& c = v[(82 - t) % 5];
     uint32_t& d = v[(83 - t) % 5];
     uint32_t& e = v[(84 - t) % 5];
-    e += Word<t>(words, bytes) + kRoundConstants[t / 20] + Mix<t / 20>(b, c, d) + std::rotl(a, 5);
+    e += Word<t>(words, bytes) + kRoundConstants[t / 20];
+    e += Mix<t / 20>(b, c, d);
+    e += std::rotl(a, 5);
     b = std::rotl(b, 30);
   });
   for (size_t i = 0; i < 5; ++i) state[i] += v[i];
