@@ -10,6 +10,7 @@
 #include "platform/host/calls.h"
 #include "platform/host/clock.h"
 #include "platform/host/dde_data.h"
+#include "platform/host/process.h"
 #include "platform/host/text.h"
 
 namespace host {
@@ -65,6 +66,7 @@ void DdeServer::Start() {
 }
 
 void DdeServer::Stop(bool all) {
+  if (all && GetCurrentThreadId() == thread_) DropAll();
   {
     std::lock_guard hold(mutex_);
     stopped_ = true;
@@ -77,9 +79,16 @@ void DdeServer::Stop(bool all) {
   WakeQueue(thread_);
 }
 
+void DdeServer::DropAll() {
+  for (const Peer& peer : peers_) peer->Shut();
+  peers_.clear();
+}
+
 void DdeServer::TryToOwn() {
   std::lock_guard hold(mutex_);
-  if (stopped_ || listener_.is_open()) return;
+  const uint64_t now = RealMilliseconds();
+  if (stopped_ || listener_.is_open() || now < next_attempt_) return;
+  next_attempt_ = now + kOwnMilliseconds;
   if (!lock_.is_open()) lock_ = LockService(service_);
   if (lock_.is_open()) listener_ = ListenForService(service_);
 }
@@ -91,8 +100,7 @@ bool DdeServer::Finished() {
 
 bool DdeServer::Prepare(std::vector<pollfd>* entries, int* milliseconds) {
   if (Finished()) {
-    for (const Peer& peer : peers_) peer->Shut();
-    peers_.clear();
+    DropAll();
     return false;
   }
   TryToOwn();
@@ -114,21 +122,21 @@ bool DdeServer::Prepare(std::vector<pollfd>* entries, int* milliseconds) {
   return true;
 }
 
+// The peers are those of Prepare: only work from the queue, which runs later, could change them.
 void DdeServer::Serve(std::span<const pollfd> entries) {
-  // A callback that looked at the queue may have served peers meanwhile.
-  std::vector<Peer> lost;
-  std::erase_if(peers_, [&](const Peer& peer) {
-    auto entry = std::find_if(entries.begin() + 1, entries.end(), [&](const pollfd& each) {
-      return each.fd == peer->socket_.number();
-    });
-    if (Keep(peer, entry != entries.end() && entry->revents != 0)) return false;
-    lost.push_back(peer);
-    return true;
-  });
-  for (const Peer& peer : lost) Lose(peer);
+  std::vector<Peer> kept;
+  for (size_t i = 0; i < peers_.size(); ++i) {
+    if (Keep(peers_[i], entries[i + 1].revents != 0)) {
+      kept.push_back(peers_[i]);
+    } else {
+      Lose(peers_[i]);
+    }
+  }
+  peers_ = std::move(kept);
   if (entries[0].revents != 0) Accept();
 }
 
+// False when the peer is to be dropped.
 bool DdeServer::Keep(const Peer& peer, bool ready) {
   return !peer->hung_ && (!ready || Read(peer)) && TakeFrames(peer);
 }

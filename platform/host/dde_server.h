@@ -63,6 +63,7 @@ class DdeServer : public QueueSource, public std::enable_shared_from_this<DdeSer
   using Peer = std::shared_ptr<DdePeer>;
 
   bool Finished();
+  void DropAll();
   void TryToOwn();
   void Accept();
   bool MakeRoom();
@@ -82,8 +83,9 @@ class DdeServer : public QueueSource, public std::enable_shared_from_this<DdeSer
   const DWORD thread_;
   const std::string service_;
   std::vector<Peer> peers_;  // of the instance's thread only
-  std::mutex mutex_;         // guards the four below
+  std::mutex mutex_;         // guards what follows
   bool stopped_ = false, ended_ = false;
+  uint64_t next_attempt_ = 0;  // when to try again to own the service
   Descriptor lock_, listener_;
 };
 

@@ -105,57 +105,66 @@ std::optional<MSG> NextMessage(Queue& queue, UINT first, UINT last, bool remove)
   return MakeMessage(nullptr, WM_QUIT, static_cast<WPARAM>(queue.quit_code), 0);
 }
 
+// Ends the owner's sleep.
+void Wake(const Queue& queue) {
+  const uint64_t one = 1;
+  if (write(queue.wake.number(), &one, sizeof one) < 0) return;  // it looks by itself soon
+}
+
 bool AddTo(DWORD thread, const std::function<void(Queue&)>& add) {
   std::shared_ptr<Queue> queue = QueueOf(thread);
   if (!queue) return false;
   std::lock_guard hold(queue->mutex);
   add(*queue);
-  const uint64_t one = 1;
-  if (queue->waiting && write(queue->wake.number(), &one, sizeof one) < 0) return true;  // blind
+  if (queue->waiting) Wake(*queue);
   return true;
 }
 
-// The part of the entries that a source added.
+// What a source added to the entries.
 struct Share {
+  std::shared_ptr<QueueSource> source;
   size_t first, count;
 };
 
 // Asks the sources what to wait for; those that are done leave the queue.
-std::vector<Share> Prepare(Queue& queue, Sources& sources, std::vector<pollfd>& entries,
+std::vector<Share> Prepare(Queue& queue, const Sources& sources, std::vector<pollfd>& entries,
                            int* milliseconds) {
   std::vector<Share> shares;
-  std::erase_if(sources, [&](const std::shared_ptr<QueueSource>& source) {
+  for (const std::shared_ptr<QueueSource>& source : sources) {
     const size_t first = entries.size();
     if (source->Prepare(&entries, milliseconds)) {
-      shares.push_back({first, entries.size() - first});
-      return false;
+      shares.push_back({source, first, entries.size() - first});
+    } else {
+      std::lock_guard hold(queue.mutex);
+      std::erase(queue.sources, source);
     }
-    std::lock_guard hold(queue.mutex);
-    std::erase(queue.sources, source);
-    return true;
-  });
+  }
   return shares;
+}
+
+// Takes back what Wake wrote, if anything.
+void EndWake(const Queue& queue) {
+  uint64_t count;
+  if (read(queue.wake.number(), &count, sizeof count) < 0) return;
 }
 
 // Waits for the sources and for what others put into the queue, or only looks. The lock is given
 // up meanwhile.
 void LookAtSources(Queue& queue, std::unique_lock<std::mutex>& hold, bool wait) {
-  Sources sources = queue.sources;
+  const Sources sources = queue.sources;
   queue.waiting = wait;
   hold.unlock();
   int milliseconds = wait ? (queue.wake.is_open() ? -1 : kBlindMilliseconds) : 0;
   std::vector<pollfd> entries{{queue.wake.number(), POLLIN, 0}};
   const std::vector<Share> shares = Prepare(queue, sources, entries, &milliseconds);
   const bool ready = poll(entries.data(), entries.size(), milliseconds) >= 0;
-  uint64_t count;
-  if (ready && entries[0].revents != 0 && read(queue.wake.number(), &count, sizeof count) < 0) {
-    // Another look has emptied it.
-  }
+  if (ready && entries[0].revents != 0) EndWake(queue);
   hold.lock();
   queue.waiting = false;
+  if (!ready) return;
   hold.unlock();
-  for (size_t i = 0; ready && i < sources.size(); ++i) {
-    sources[i]->Serve({entries.data() + shares[i].first, shares[i].count});
+  for (const Share& share : shares) {
+    share.source->Serve({entries.data() + share.first, share.count});
   }
   hold.lock();
 }

@@ -15,7 +15,8 @@ if [ -n "${QV_WINE-}" ]; then
   client_program="Z:$(echo "$bin/qvclient.exe" | tr / '\\')"
 else
   suffix='' drive='' wine=''
-  export QVSMAPI_HOME="$work/state"
+  # Deeper than the address of a socket may be long.
+  export QVSMAPI_HOME="$work/$(printf '%0100d' 0)/state"
   temp=$QVSMAPI_HOME/drive_c/Temp
   client_program=$bin/qvclient
 fi

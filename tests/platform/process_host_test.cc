@@ -99,7 +99,7 @@ TEST(ProcessHostTest, NoInterruptIsLostBetweenThreads) {
     while (!done) std::this_thread::sleep_for(std::chrono::microseconds(50));
   });
   ASSERT_TRUE(SetConsoleCtrlHandler(CountInterrupt, TRUE));
-  int sent = 0;
+  int sent = interrupts = 0;
   auto arrived = [&sent] { return interrupts == sent; };
   do {
     ASSERT_EQ(kill(getpid(), SIGINT), 0);
