@@ -71,8 +71,8 @@ bool IsGbk(uint32_t code) {
   return code == 0x80 || (code > 0xFF && trail >= 0x40 && trail != 0x7F && trail != 0xFF);
 }
 
-// GB 2312 and KS X 1001: the codes whose bytes are both A1 to FE. 936 and 20014 share more: all that
-// the lead bytes of 936 can express.
+// GB 2312 and KS X 1001: the codes whose bytes are both A1 to FE. 936 and 20014 share more: all
+// that the lead bytes of 936 can express.
 uint32_t EucCounterpart(uint32_t code, CodePage from, CodePage to) {
   const auto is_gbk_page = [](CodePage cp) { return cp == 936 || cp == 20014; };
   if (is_gbk_page(from) && is_gbk_page(to)) return IsGbk(code) ? code : kReplacement;
