@@ -201,6 +201,35 @@ END
   [ -z "$(ls "$temp" | grep '^qvsend-')" ] || fail "a copy was left in the temporary folder"
 }
 
+# Japanese text, with characters whose second byte is a backslash, a bar or a tilde, and half-width ones.
+# The code page of Windows programs is that of the Wine prefix, so only the stand-in can change it.
+scenario_a_japanese_system() {
+  [ -z "$wine" ] || return 0
+  export QVSMAPI_HOME="$PWD/state"
+  staging=$QVSMAPI_HOME/drive_c/Temp/Quorvantis
+  mkdir -p "$QVSMAPI_HOME"
+  cat >"$QVSMAPI_HOME/registry.txt" <<'END'
+[HKEY_LOCAL_MACHINE\System\CurrentControlSet\Control\Nls\CodePage]
+"ACP"=1:"932%00"
+END
+  printf 'x' >'表示ソ.txt'
+  printf 'こんにちは、世界。ポスト ｱｲｳ\r\n①㈱ ～ 100%%\r\n' >body
+  cat >0001.expected <<'END'
+subject=表示 ソース & 予定、ﾃｽﾄ 100%
+to=アン・ソ <ann@example.com>
+cc=bob@example.com
+body=body
+attachment=表示ソ.txt=表示ソ.txt
+attachment=添付能ポ.txt=表示ソ.txt
+END
+  start_client 1 || return 1
+  send --to 'アン・ソ <ann@example.com>' --cc bob@example.com \
+    --subject '表示 ソース & 予定、ﾃｽﾄ 100%' --body-file body --attach '表示ソ.txt' \
+    --attach '表示ソ.txt=添付能ポ.txt' >sent 2>warned || return 1
+  [ ! -s warned ] || fail "$(cat warned)" || return 1
+  await_client && expect_staged ""
+}
+
 scenario_texts_longer_than_a_request() {
   printf 'x' >a.txt
   letters=$(printf '%0300d' 0)
