@@ -11,7 +11,8 @@
 
 namespace host {
 
-// Counts a call of `function`. The error that this call shall fail with, or 0.
+// Counts a call of `function`, a name that stays where it is, as __func__ does. The error that this
+// call shall fail with, or 0.
 DWORD Enter(const char* function);
 
 void SetThreadError(DWORD error);
