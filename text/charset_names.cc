@@ -258,7 +258,7 @@ CodePage CharsetFamilyCodePage(const char* name) {
   return entry == nullptr ? kDefaultCodePage : entry->cp;
 }
 
-CodePage FontCharsetToCodePage(uint8_t charset) {
+CodePage FontCharsetToCodePage(uint32_t charset) {
   const auto* entry =
       qv::FindFirst(qv::kFonts, [charset](const auto& e) { return e.charset == charset; });
   return entry == nullptr ? kDefaultCodePage : entry->cp;

@@ -43,8 +43,8 @@ const char* CharsetFamilyName(CodePage cp);
 CodePage CharsetFamilyCodePage(const char* name);
 
 // The code page that goes with a font character set (the reverse is qv::FontCharset), 20000 where
-// there is none.
-CodePage FontCharsetToCodePage(uint8_t charset);
+// there is none: so for 1, the default character set, and for a number that is no byte.
+CodePage FontCharsetToCodePage(uint32_t charset);
 
 // The code page of a Macintosh script code. A negative one (the system's own script) gives 10000.
 CodePage MacScriptToCodePage(int16_t script);

@@ -26,6 +26,7 @@ uint32_t CPConvert(char* buffer, CodePage from, CodePage to, uint32_t limit);
 // without room for the terminator, and without memory for a work area.
 uint32_t ConvertTextInPlace(char* text, uint32_t limit, CodePage from, CodePage to);
 
-// The same for a length-prefixed string in a buffer of `size` bytes: the result has at most
-// min(255, size - 1) bytes behind its length byte. Returns the new length; needs no memory.
+// The same for a length-prefixed string: the whole text, as long as its length byte says, is
+// converted, and the result has at most min(255, size - 1) bytes behind its length byte. Returns
+// the new length; needs no memory.
 uint32_t ConvertLStrInPlace(uint8_t* text, uint32_t size, CodePage from, CodePage to);

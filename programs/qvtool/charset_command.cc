@@ -28,7 +28,8 @@ Trouble ShowNames(const std::string& argument, Streams& streams) {
 
 Work DescribeCharset(CLI::App& command) {
   auto argument = std::make_shared<std::string>();
-  command.add_option("code-page", *argument, "A charset name, or a code page's number")
+  command
+      .add_option("code-page", *argument, "A charset name, a family name, or a code page's number")
       ->required()
       ->type_name("NAME-OR-CP");
   return [argument](Streams& streams) { return ShowNames(*argument, streams); };

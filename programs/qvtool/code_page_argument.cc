@@ -9,6 +9,7 @@ namespace qvtool {
 
 std::optional<CodePage> CodePageOf(const std::string& argument) {
   CodePage cp = CharsetCodePage(argument.c_str());
+  if (cp == kDefaultCodePage) cp = CharsetFamilyCodePage(argument.c_str());
   if (cp != kDefaultCodePage) return cp;
   const char* end = argument.data() + argument.size();
   const auto [parsed, error] = std::from_chars(argument.data(), end, cp);

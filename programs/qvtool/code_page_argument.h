@@ -1,4 +1,4 @@
-// A code page on the command line: its number or a charset name.
+// A code page on the command line: its number, a charset name or a short family name.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,8 @@
 
 namespace qvtool {
 
-// 1 to 65535 but for 20000, which means "none"; a name in any letter case. Nothing for all else.
+// 1 to 65535 but for 20000, which means "none"; a charset name in any letter case; else a family
+// name ("eucKR", "TIS-620"), whose letter case counts. Nothing for all else.
 std::optional<CodePage> CodePageOf(const std::string& argument);
 
 // "" for an argument that CodePageOf takes, else what is wrong with it.

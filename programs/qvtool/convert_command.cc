@@ -69,7 +69,8 @@ Work DescribeConvert(CLI::App& command) {
     return command.add_option(name, value, help)->take_last()->type_name(type);
   };
   constexpr char kCodePage[] = "CP";
-  add("--from", options->from, kCodePage, "The code page of the input: a number or a charset name")
+  add("--from", options->from, kCodePage,
+      "The code page of the input: a number, or a charset or family name")
       ->required()
       ->check(WrongCodePage);
   add("--to", options->to, kCodePage, "The code page of the output")

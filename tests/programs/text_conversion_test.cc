@@ -131,9 +131,10 @@ TEST(CodePageArgumentTest, IsANameOrANumber) {
   const struct {
     const char* argument;
     int cp;  // -1: refused
-  } kRows[] = {{"932", 932},  {"Shift_JIS", 932}, {"utf-8", 65001}, {"65535", 65535},
-               {"65536", -1}, {"0", -1},          {"20000", -1},    {"-1", -1},
-               {"1252x", -1}, {" 1252", -1},      {"latin1", -1},   {"", -1}};
+  } kRows[] = {
+      {"932", 932},   {"Shift_JIS", 932}, {"utf-8", 65001}, {"65535", 65535},       {"65536", -1},
+      {"0", -1},      {"20000", -1},      {"-1", -1},       {"1252x", -1},          {" 1252", -1},
+      {"latin1", -1}, {"", -1},           {"eucKR", 1361},  {"Apple Roman", 10000}, {"EUCkr", -1}};
   for (const auto& row : kRows) {
     const auto cp = CodePageOf(row.argument);
     EXPECT_EQ(cp ? int{*cp} : -1, row.cp) << row.argument;

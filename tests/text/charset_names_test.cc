@@ -108,8 +108,8 @@ TEST(CharsetNamesTest, Families) {
 // A page that a font character set gives has that set itself; the sets of no page give none.
 TEST(CharsetNamesTest, FontCharsets) {
   std::string known;
-  for (int charset = 0; charset <= 0xFF; ++charset) {
-    const CodePage cp = FontCharsetToCodePage(static_cast<uint8_t>(charset));
+  for (uint32_t charset = 0; charset <= 0x200; ++charset) {
+    const CodePage cp = FontCharsetToCodePage(charset);
     if (cp == 20000) continue;
     EXPECT_EQ(qv::FontCharset(cp), charset);
     known += std::to_string(cp) + " ";
