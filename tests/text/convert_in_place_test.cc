@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <span>
 
 #include "base/hooks.h"
 #include "tests/text/module_tables.h"
@@ -46,14 +47,25 @@ InPlace ConvertBuffer(const std::string& text, CodePage from, CodePage to, uint3
   return {count, buffer.substr(0, owned)};
 }
 
+struct Row {
+  const char* name;
+  std::string text;
+  CodePage from, to;
+  uint32_t limit;
+  std::string result;  // with its terminator
+};
+
+void ExpectResults(std::span<const Row> rows, Function* function) {
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const InPlace converted = ConvertBuffer(row.text, row.from, row.to, row.limit, function);
+    EXPECT_EQ(converted.count, row.result.size());
+    EXPECT_EQ(converted.buffer.substr(0, row.result.size()), row.result);
+  }
+}
+
 TEST_F(ConvertInPlace, ConvertsAndReportsTheBytes) {
-  const struct {
-    const char* name;
-    std::string text;
-    CodePage from, to;
-    uint32_t limit;
-    std::string result;  // with its terminator
-  } kRows[] = {
+  const Row kRows[] = {
       {"Western", "caf\xE9", 1252, kUtf8, 64, "caf\xC3\xA9\0"s},
       {"and back", "caf\xC3\xA9", kUtf8, 1252, 64, "caf\xE9\0"s},
       {"empty", "", 1252, kUtf8, 64, "\0"s},
@@ -73,12 +85,7 @@ TEST_F(ConvertInPlace, ConvertsAndReportsTheBytes) {
        "\xE6\x97\xA5\xE6\x9C\xAC\r\n\xEF\xBD\xB1\0"s},
       {"no room for a terminator", "abc", kUtf8, kUtf16Little, 1, ""},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    const InPlace converted = ConvertBuffer(row.text, row.from, row.to, row.limit);
-    EXPECT_EQ(converted.count, row.result.size());
-    EXPECT_EQ(converted.buffer.substr(0, row.result.size()), row.result);
-  }
+  ExpectResults(kRows, CPConvert);
 }
 
 TEST_F(ConvertInPlace, LeavesTheBufferWhereNothingCanBeDone) {
@@ -102,13 +109,7 @@ TEST_F(ConvertInPlace, LeavesTheBufferWhereNothingCanBeDone) {
 void* NoMemory(size_t) { return nullptr; }
 
 TEST_F(ConvertInPlace, KeepsLineEnds) {
-  const struct {
-    const char* name;
-    std::string text;
-    CodePage from, to;
-    uint32_t limit;
-    std::string result;  // with its terminator
-  } kRows[] = {
+  const Row kRows[] = {
       {"through Unicode's engines", "a\r\xE9\n", 1252, kUtf8, 64, "a\r\xC3\xA9\n\0"s},
       {"through a byte map", "caf\x8E\r", 10000, 1252, 64, "caf\xE9\r\0"s},
       {"through two tables", "caf\xE9", 1252, 850, 64, "caf\x82\0"s},
@@ -120,12 +121,7 @@ TEST_F(ConvertInPlace, KeepsLineEnds) {
       {"single bytes keep the NUL inside", "abcdef", kUtf8, 1252, 4, "abc\0"s},
       {"no room for a terminator", "abc", 1252, kUtf8, 0, ""},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    const InPlace converted = ConvertBuffer(row.text, row.from, row.to, row.limit, KeepingLineEnds);
-    EXPECT_EQ(converted.count, row.result.size());
-    EXPECT_EQ(converted.buffer.substr(0, row.result.size()), row.result);
-  }
+  ExpectResults(kRows, KeepingLineEnds);
   EXPECT_EQ(ConvertTextInPlace(nullptr, 64, 1252, kUtf8), 0u);
 }
 
