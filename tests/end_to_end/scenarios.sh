@@ -26,6 +26,7 @@ staging=$temp/Quorvantis
 
 send() { timeout "$limit" $wine "$bin/qvsend$suffix" "$@"; }
 client() { timeout "$limit" $wine "$bin/qvclient$suffix" "$@"; }
+tool() { timeout "$limit" $wine "$bin/qvtool$suffix" "$@"; }
 raw_request() { timeout "$limit" $wine "$bin/raw_request$suffix" "$drive$PWD/$1"; }
 
 # Starts a client that ends after so many requests; "client.out" and "client.err" hold its lines.
@@ -394,8 +395,121 @@ scenario_failures_say_what_to_do() {
   expect unregistered "nothing was registered"
 }
 
+# The system's code page, as the registry tells it.
+set_code_page() {
+  if [ -n "$wine" ]; then
+    $wine reg add 'HKLM\System\CurrentControlSet\Control\Nls\CodePage' /v ACP /d "$1" /f
+    return
+  fi
+  # A change of any kind writes the file.
+  client --register && client --unregister || return 1
+  sed -i 's/^"ACP"=1:"[0-9]*%00"/"ACP"=1:"'"$1"'%00"/' "$QVSMAPI_HOME/registry.txt"
+  expect "$QVSMAPI_HOME/registry.txt" '"ACP"=1:"'"$1"'%00"'
+}
+
+# The second bytes of some of these characters are those of "\" and "|".
+send_japanese_mail() {
+  printf '表' >予定表.txt
+  printf 'x' >ソ能十ポ.dat
+  printf '佐藤様\r\n資料を送ります。表「ソフト」もご覧ください。①ｱｲｳ\r\n' >body
+  # Wine's own narrow calls keep the code page that it was started with.
+  first=予定表.txt second=ソ能十ポ.dat
+  [ -z "$wine" ] || first=plan.txt second=other.dat
+  cat >0001.expected <<END
+subject=会議の資料: 予定表 & ソフト 100%
+to=表 太郎 <taro@example.com>
+cc=ソニア
+body=body
+attachment=$first=予定表.txt
+attachment=$second=ソ能十ポ.dat
+END
+  start_client 1 || return 1
+  send --to '表 太郎 <taro@example.com>' --cc ソニア --subject '会議の資料: 予定表 & ソフト 100%' \
+    --body-file body --attach "予定表.txt=$first" --attach "ソ能十ポ.dat=$second" >sent 2>warned ||
+    return 1
+  [ ! -s warned ] || fail "$(cat warned)" || return 1
+  await_client && expect_staged ""
+}
+
+scenario_a_japanese_system() {
+  set_code_page 932 >set || return 1
+  send_japanese_mail
+  result=$?
+  set_code_page 1252 >set || return 1
+  return $result
+}
+
+# tool_fails CODE TEXT ARGUMENT...: qvtool ends with the code and one line that holds the text.
+tool_fails() {
+  code=$1 text=$2
+  shift 2
+  tool "$@" >out 2>complaint
+  [ $? = "$code" ] || fail "exit code is not $code: $*" || return 1
+  [ "$(wc -l <complaint)" -eq 1 ] || fail "not one line" || return 1
+  expect complaint "qvtool: " && expect complaint "$text"
+}
+
+scenario_tool_converts_in_a_pipe() {
+  seq 1 9999 | while read -r line; do
+    echo "吾輩は猫である。名前はまだ無い。「ソ」と表と①とｱ行$line"
+  done >utf8
+  # Both ways beside another program, and through the forms of one character set.
+  iconv -f UTF-8 -t CP932 utf8 >sjis
+  tool convert --from UTF-8 --to shift_jis <utf8 >ours && cmp ours sjis || return 1
+  tool convert --from 932 --to UTF-8 <sjis >ours && cmp ours utf8 || return 1
+  iconv -f UTF-8 -t UTF-16LE utf8 >wide
+  tool convert --from UTF-16LE --to EUC-JP <wide | tool convert --from 20001 --to ISO-2022-JP |
+    tool convert --from 20002 --to 932 >ours && cmp ours sjis || return 1
+  tool convert --from 932 --to utf-8 --line-ends crlf <sjis | tr -d '\r' >ours && cmp ours utf8
+}
+
+scenario_tool_encodes_and_names() {
+  head -c 500000 /dev/urandom >bytes
+  base64 -w 64 bytes | head -c -1 >theirs
+  tool base64 --separator lf <bytes >ours && cmp ours theirs || return 1
+  tool base64 <bytes | tr -d '\r' >ours && cmp ours theirs || return 1
+  tr -d '\n' <theirs >one_line
+  tool base64 --separator none <bytes >ours && cmp ours one_line || return 1
+  tool charset Windows-1252 >names && tool charset 28595 >>names && tool charset 437 >>names || return 1
+  printf '%s\t%s\t%s\t%s\n' 1252 ISO-8859-1 CP1252 .1252 \
+    28595 ISO-8859-5 CP1252 russian.ISO8859-5 437 '' CP1252 english >expected
+  cmp names expected
+}
+
+scenario_tool_says_what_fails() {
+  printf 'a\303' >cut
+  tool_fails 1 'unknown character set "latin1"' charset latin1 &&
+    tool_fails 2 'unknown character set "latin1"' convert --from latin1 --to UTF-8 &&
+    tool_fails 2 "--to is required" convert --from UTF-8 &&
+    tool_fails 2 "no command; see --help" &&
+    tool_fails 2 "see --help" nonsense &&
+    tool_fails 1 "no table to convert 20009 (EUC-KR) to 65001 (UTF-8)" \
+      convert --from EUC-KR --to UTF-8 <cut &&
+    tool_fails 1 "ends inside a character: 1 byte left out" convert --from UTF-8 --to 1252 <cut ||
+    return 1
+  [ "$(cat out)" = a ] || fail "what could be converted is not there" || return 1
+  printf '日本' | tool_fails 0 "warning: 2 characters malformed or without a place" \
+    convert --from UTF-8 --to 1252 || return 1
+  [ -z "$wine" ] || return 0
+  # Streams that fail, as the shell gives them.
+  for command in "charset 932" "base64" "convert --from 1252 --to UTF-8"; do
+    yes 2>/dev/null | head -c 300000 | tool $command >/dev/full 2>complaint
+    [ $? = 1 ] || fail "$command: a full disk is no failure" || return 1
+    expect complaint "qvtool: cannot write to standard output: the disk is full" || return 1
+    tool $command <cut >&- 2>complaint
+    [ $? = 1 ] || fail "$command: a closed output is no failure" || return 1
+  done
+  { yes 2>/dev/null | tool base64 2>complaint; echo $? >code; } | head -c 9 >/dev/null
+  [ "$(cat code)" = 1 ] || fail "a broken pipe is no failure" || return 1
+  expect complaint "nobody reads it any more" || return 1
+  tool base64 <. >out 2>complaint && fail "a folder can be read"
+  expect complaint "cannot read standard input: " || return 1
+  tool base64 <&- >out 2>complaint && fail "a closed input can be read"
+  expect complaint "cannot read standard input: "
+}
+
 scenario_help_and_version() {
-  for program in qvsend qvclient; do
+  for program in qvsend qvclient qvtool; do
     $wine "$bin/$program$suffix" --help >help 2>&1 || return 1
     expect help "Example:" || return 1
     $wine "$bin/$program$suffix" --version >version 2>&1 || return 1
