@@ -395,50 +395,6 @@ scenario_failures_say_what_to_do() {
   expect unregistered "nothing was registered"
 }
 
-# The system's code page, as the registry tells it.
-set_code_page() {
-  if [ -n "$wine" ]; then
-    $wine reg add 'HKLM\System\CurrentControlSet\Control\Nls\CodePage' /v ACP /d "$1" /f
-    return
-  fi
-  # A change of any kind writes the file.
-  client --register && client --unregister || return 1
-  sed -i 's/^"ACP"=1:"[0-9]*%00"/"ACP"=1:"'"$1"'%00"/' "$QVSMAPI_HOME/registry.txt"
-  expect "$QVSMAPI_HOME/registry.txt" '"ACP"=1:"'"$1"'%00"'
-}
-
-# The second bytes of some of these characters are those of "\" and "|".
-send_japanese_mail() {
-  printf '表' >予定表.txt
-  printf 'x' >ソ能十ポ.dat
-  printf '佐藤様\r\n資料を送ります。表「ソフト」もご覧ください。①ｱｲｳ\r\n' >body
-  # Wine's own narrow calls keep the code page that it was started with.
-  first=予定表.txt second=ソ能十ポ.dat
-  [ -z "$wine" ] || first=plan.txt second=other.dat
-  cat >0001.expected <<END
-subject=会議の資料: 予定表 & ソフト 100%
-to=表 太郎 <taro@example.com>
-cc=ソニア
-body=body
-attachment=$first=予定表.txt
-attachment=$second=ソ能十ポ.dat
-END
-  start_client 1 || return 1
-  send --to '表 太郎 <taro@example.com>' --cc ソニア --subject '会議の資料: 予定表 & ソフト 100%' \
-    --body-file body --attach "予定表.txt=$first" --attach "ソ能十ポ.dat=$second" >sent 2>warned ||
-    return 1
-  [ ! -s warned ] || fail "$(cat warned)" || return 1
-  await_client && expect_staged ""
-}
-
-scenario_a_japanese_system() {
-  set_code_page 932 >set || return 1
-  send_japanese_mail
-  result=$?
-  set_code_page 1252 >set || return 1
-  return $result
-}
-
 # tool_fails CODE TEXT ARGUMENT...: qvtool ends with the code and one line that holds the text.
 tool_fails() {
   code=$1 text=$2
