@@ -25,9 +25,8 @@ std::string CleanedLine(const Line& line, std::vector<char>& address) {
 
 Trouble CleanAll(Streams& streams) {
   std::vector<char> address;
-  ForEachLine(streams.input, [&](const Line& line) {
-    return streams.output.Write(CleanedLine(line, address));
-  });
+  ForEachLine(streams.input,
+              [&](const Line& line) { return streams.output.Write(CleanedLine(line, address)); });
   return std::nullopt;
 }
 

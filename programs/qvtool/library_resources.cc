@@ -5,22 +5,12 @@
 #include "resources/module_source.h"
 
 namespace qvtool {
-namespace {
-
-program::Trouble CannotLoad(const char* what, ZRError error) {
-  if (error == ZRErrNone) return std::nullopt;
-  return std::string("cannot load ") + what + ": error " + std::to_string(error);
-}
-
-}  // namespace
-
-program::Trouble OpenResources() {
-  return CannotLoad("the library's resources", ZRInitModuleResources(GetModuleHandleA(nullptr)));
-}
 
 program::Trouble LoadTables() {
-  if (program::Trouble trouble = OpenResources()) return trouble;
-  return CannotLoad("the character set tables", LoadCharsetTables());
+  ZRInitModuleResources(GetModuleHandleA(nullptr));
+  const ZRError error = LoadCharsetTables();
+  if (error == ZRErrNone) return std::nullopt;
+  return "cannot load the character set tables: error " + std::to_string(error);
 }
 
 }  // namespace qvtool

@@ -5,10 +5,7 @@
 
 namespace qvtool {
 
-// The words of durations.
-program::Trouble OpenResources();
-
-// These and the character set tables.
+// Binds the resources and loads the character set tables, through which their texts are read too.
 program::Trouble LoadTables();
 
 }  // namespace qvtool

@@ -1,11 +1,11 @@
-#include <CLI/CLI.hpp>
 #include <charconv>
-#include <memory>
+#include <limits>
+#include <type_traits>
 
 #include "format/durations.h"
 #include "format/integer_text.h"
 #include "format/numbers.h"
-#include "programs/qvtool/commands.h"
+#include "programs/qvtool/forms.h"
 #include "programs/qvtool/library_resources.h"
 #include "text/length_prefixed.h"
 
@@ -61,7 +61,7 @@ Trouble SayScaled(const Options& options, Streams& streams) {
 }
 
 Trouble SayDuration(const Options& options, Streams& streams) {
-  if (Trouble trouble = OpenResources()) return trouble;
+  if (Trouble trouble = LoadTables()) return trouble;
   char text[256];
   const uint32_t size =
       ZRFormatDuration(options.seconds, text, sizeof text, options.style, options.fields);
@@ -75,44 +75,38 @@ Trouble SayParsed(const Options& options, Streams& streams) {
   return Say(std::to_string(value), streams);
 }
 
-// The forms of the command, each a part of it with options of its own.
-class Forms {
- public:
-  explicit Forms(CLI::App& command) : command_(command) {}
+// The command line's library would take "-1" and a number that is too large for the largest one.
+template <typename Value>
+std::string WrongWholeNumber(const std::string& text) {
+  Value value = 0;
+  const char* end = text.data() + text.size();
+  const auto [parsed, error] = std::from_chars(text.data(), end, value);
+  if (error == std::errc() && parsed == end) return "";
+  return "not a whole number from 0 to " + std::to_string(std::numeric_limits<Value>::max()) +
+         ": \"" + text + "\"";
+}
 
-  CLI::App& Add(const char* name, const char* purpose,
-                Trouble (*run)(const Options&, Streams&)) const {
-    CLI::App* form = command_.add_subcommand(name, purpose);
-    form->callback([chosen = chosen_, options = options_, run] {
-      *chosen = [options, run](Streams& streams) { return run(*options, streams); };
-    });
-    return *form;
-  }
-  Options& options() const { return *options_; }
-  Work work() const {
-    return [chosen = chosen_](Streams& streams) { return (*chosen)(streams); };
-  }
-
- private:
-  CLI::App& command_;
-  std::shared_ptr<Options> options_ = std::make_shared<Options>();
-  std::shared_ptr<Work> chosen_ = std::make_shared<Work>();
-};
+template <typename Value>
+CLI::Option* AddOption(CLI::App& form, const char* name, Value& value, const char* help) {
+  CLI::Option* option = form.add_option(name, value, help);
+  if constexpr (std::is_unsigned_v<Value>) option->check(WrongWholeNumber<Value>);
+  return option;
+}
 
 template <typename Value>
 CLI::Option* AddValue(CLI::App& form, const char* name, Value& value, const char* help) {
-  return form.add_option(name, value, help)->required()->type_name(name);
+  return AddOption(form, name, value, help)->required()->type_name(name);
 }
 
 template <typename Value>
 CLI::Option* AddChoice(CLI::App& form, const char* name, Value& value, const char* help) {
-  return form.add_option(name, value, help)->take_last()->type_name("NUMBER");
+  return AddOption(form, name, value, help)->take_last()->type_name("NUMBER");
 }
 
 }  // namespace
 
 Work DescribeNumber(CLI::App& command) {
-  const Forms forms(command);
+  const Forms<Options> forms(command);
   Options& options = forms.options();
 
   CLI::App& count = forms.Add("count", "A count with a unit letter: 1.5M", SayCount);
@@ -142,7 +136,6 @@ Work DescribeNumber(CLI::App& command) {
   AddValue(parse, "TEXT", options.text, "Digits of the base; one - may come first");
   AddChoice(parse, "--base", options.base, "0 by the prefix, or 2 to 64 (default: 10)")
       ->check(CLI::Range(0, 64));
-  command.require_subcommand(1);
   return forms.work();
 }
 

@@ -1,10 +1,9 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <vector>
 
 #include "programs/common/progress.h"
 #include "programs/qvtool/code_page_argument.h"
-#include "programs/qvtool/commands.h"
+#include "programs/qvtool/forms.h"
 #include "programs/qvtool/library_resources.h"
 #include "programs/qvtool/url_lines.h"
 
@@ -51,11 +50,11 @@ class ToUtf8 {
 
 Trouble Escape(const Options& options, Streams& streams) {
   if (Trouble trouble = LoadTables()) return trouble;
-  LineEscaper escaper(qv::kURLEscapeSets.at(options.set), [&streams](std::string_view bytes) {
-    return streams.output.Write(bytes);
-  });
+  LineEscaper escaper(qv::kURLEscapeSets.at(options.set),
+                      [&streams](std::string_view bytes) { return streams.output.Write(bytes); });
   ToUtf8 utf8(options.cp(), [&escaper](std::string_view bytes) { return escaper.Add(bytes); });
-  if (utf8.trouble()) streams.reporter.Warn(*utf8.trouble() + ": its bytes are escaped as they are");
+  if (utf8.trouble())
+    streams.reporter.Warn(*utf8.trouble() + ": its bytes are escaped as they are");
   program::ByteProgress progress("escaping");
   std::vector<char> piece(kPieceBytes);
   while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
@@ -84,30 +83,26 @@ Trouble Unescape(const Options& options, Streams& streams) {
 }  // namespace
 
 Work DescribeURL(CLI::App& command) {
-  auto options = std::make_shared<Options>();
-  auto chosen = std::make_shared<Work>();
-  auto add = [&](const char* name, const char* purpose, auto run) {
-    CLI::App* part = command.add_subcommand(name, purpose);
-    part->add_option("--code-page", options->code_page,
-                     "The code page of the text: a number or a charset name (default: UTF-8)")
+  const Forms<Options> forms(command);
+  Options& options = forms.options();
+  auto add = [&](const char* name, const char* purpose, auto run) -> CLI::App& {
+    CLI::App& form = forms.Add(name, purpose, run);
+    form.add_option("--code-page", options.code_page,
+                    "The code page of the text: a number or a charset name (default: UTF-8)")
         ->take_last()
         ->type_name("CP")
         ->check(WrongByteCodePage);
-    part->callback([=] {
-      *chosen = [options, run](Streams& streams) { return run(*options, streams); };
-    });
-    return part;
+    return form;
   };
   add("escape", "Escape each line for a URL", Escape)
-      ->add_option("--set", options->set,
-                   "What is escaped besides blanks, controls and bytes from 80 on: 0 marks and "
-                   "brackets; 1 (default) also # % +; 2 also / ? : &; 3 as 2 without /")
+      .add_option("--set", options.set,
+                  "What is escaped besides blanks, controls and bytes from 80 on: 0 marks and "
+                  "brackets; 1 (default) also # % +; 2 also / ? : &; 3 as 2 without /")
       ->take_last()
       ->check(CLI::Range(0, 3));
   add("unescape", "Take the escapes of each line back", Unescape)
-      ->add_flag("--decode-slashes", options->decode_slashes, "%2F becomes a slash too");
-  command.require_subcommand(1);
-  return [chosen](Streams& streams) { return (*chosen)(streams); };
+      .add_flag("--decode-slashes", options.decode_slashes, "%2F becomes a slash too");
+  return forms.work();
 }
 
 }  // namespace qvtool
