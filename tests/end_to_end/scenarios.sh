@@ -8,6 +8,7 @@
 set -u
 export LC_ALL=C.UTF-8
 bin=$1 work=$2 limit=120
+manual=$(realpath "$(dirname "$0")/../../docs/text-tools.md")
 
 if [ -n "${QV_WINE-}" ]; then
   suffix=.exe drive=Z: wine=$QV_WINE
@@ -533,6 +534,18 @@ END
     tool_fails 0 'read up to "x"' number parse 12x &&
     tool_fails 2 "unknown checksum" checksum crc:65 &&
     tool_fails 2 "goes with sha1" checksum crc16 --hmac 00
+}
+
+# Every session of the manual, its commands and what they print.
+scenario_tool_does_what_the_manual_shows() {
+  grep '^    ' "$manual" | sed 's/^    //' >sessions
+  grep '^\$ ' sessions | sed 's/^\$ //;s/qvtool/tool/' >commands
+  [ "$(wc -l <commands)" -gt 15 ] || fail "no sessions" || return 1
+  while read -r command; do
+    printf '$ %s\n' "$command" | sed 's/tool/qvtool/'
+    eval "$command"
+  done <commands >shown
+  diff sessions shown
 }
 
 scenario_tool_says_what_fails() {
