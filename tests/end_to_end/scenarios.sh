@@ -8,7 +8,7 @@
 set -u
 export LC_ALL=C.UTF-8
 bin=$1 work=$2 limit=120
-manual=$(realpath "$(dirname "$0")/../../docs/text-tools.md")
+docs=$(realpath "$(dirname "$0")/../../docs")
 
 if [ -n "${QV_WINE-}" ]; then
   suffix=.exe drive=Z: wine=$QV_WINE
@@ -536,9 +536,9 @@ END
     tool_fails 2 "goes with sha1" checksum crc16 --hmac 00
 }
 
-# Every session of the manual, its commands and what they print.
-scenario_tool_does_what_the_manual_shows() {
-  grep '^    ' "$manual" | sed 's/^    //' >sessions
+# Every session of the manuals, its commands and what they print.
+scenario_tool_does_what_the_manuals_show() {
+  grep -h '^    ' "$docs/text-tools.md" "$docs/character-sets.md" | sed 's/^    //' >sessions
   grep '^\$ ' sessions | sed 's/^\$ //;s/qvtool/tool/' >commands
   [ "$(wc -l <commands)" -gt 15 ] || fail "no sessions" || return 1
   while read -r command; do
