@@ -123,7 +123,9 @@ const Row kRows[] = {
     {"cut before its domain", many + "aaa@b.c", ""},
     {"over-long without a dot", a250 + "@" + b20, ""},
     {"over-long with its only dot at the end", a250 + "@" + b20 + ". x", "M{" + a250 + "@bbbbb} x"},
-    {"256 bytes", a250 + "@bb.c", "M{" + a250 + "@bb.c}"},
+    {"256 bytes", a250 + "@b.cc.", "M{" + a250 + "@b.cc}."},
+    {"an open quote counts in a host prefix", "\"\rxwww.a www.b", "\"\rU{xwww.a} www.b"},
+    {"a zero byte ends", string("www.a\0www.b", 11), string("U{www.a}\0U{www.b}", 17)},
 };
 
 TEST(Links, AreFoundByTheRules) {
@@ -184,6 +186,8 @@ TEST(Links, QuotesThatWait) {
   // In echo mode the quote goes out; otherwise it begins the next token.
   EXPECT_EQ(Finder(kEcho).Take("\"\r\" http://a.b").page, "\"\r\" U{http://a.b}");
   EXPECT_THAT(Finder(kSilent).Take("\"\r\" http://a.b").finds, ElementsAre("U2 \"http://a.b"));
+  EXPECT_THAT(Finder(kSilent, false, 932).Take("\"\r\"\xB1http://a.b").finds,
+              ElementsAre("U2 \"http://a.b"));
   EXPECT_EQ(Finder(kEcho, false, 932)
                 .Take("\"\r\"\x83"
                       "A ")
@@ -248,7 +252,7 @@ TEST(Links, AnySplitFindsTheSame) {
     Finder pieces(kSilent, no_spaces), bytes(kSilent, no_spaces);
     for (size_t at = 0; at < text.size();) {
       const size_t length = std::min<size_t>(random() % 40, text.size() - at);
-      pieces.FeedText(text.data() + at, length);
+      pieces.FeedText(text.substr(at, length).data(), length);  // not beside the piece before
       at += length;
     }
     for (const char c : text) bytes.Feed(static_cast<uint8_t>(c));
