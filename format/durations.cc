@@ -124,9 +124,9 @@ void AddDuration(Builder& out, uint32_t seconds, int32_t style, uint32_t fields,
 
 uint32_t ZRFormatDuration(uint32_t seconds, char* buffer, uint32_t size, int32_t style,
                           uint32_t fields, ZRDurationUnitHook hook) {
-  if (buffer == nullptr || size == 0) return 0;
+  if (buffer == nullptr || size == 0 || seconds == 0) return 0;
   Builder text;
-  if (seconds != 0) AddDuration(text, seconds, style, fields, hook);
+  AddDuration(text, seconds, style, fields, hook);
   qv::Bytes bytes = text.bytes();
   if (!bytes.empty() && bytes.front() == ' ') bytes = bytes.subspan(1);
   buffer[0] = '\0';

@@ -16,8 +16,8 @@
 // and "l", take the number, "%%" is "%", and everything else stands as it is written, so that no
 // text of a resource can do harm. An entry that is not there counts as empty.
 //
-// A duration of 0 has no text. Threads: as the resource chain. Errors: none; what does not fit is
-// cut at a whole character of UTF-8.
+// A duration of 0 has no text, and its buffer stays as it is. Threads: as the resource chain.
+// Errors: none; what does not fit is cut at a whole character of UTF-8.
 #pragma once
 
 #include <cstdint>
@@ -40,8 +40,8 @@ constexpr int32_t kDurationList = 143, kSingleDurationList = 147;
 using ZRDurationUnitHook = void (*)(uint8_t* text, int32_t list, int32_t form, int32_t zero,
                                     const char* unit, uint32_t value);
 
-// Writes at most `size` bytes without a terminator and returns how many. When there is no text, 0,
-// and the first byte of a buffer that has one becomes 0.
+// Writes at most `size` bytes without a terminator and returns how many. When a duration that is
+// not 0 has no text, 0, and the first byte of a buffer that has one becomes 0.
 //
 // The units that `fields` names are split off from the largest down, then written in that order:
 // those that are not 0, and in the third form hours, minutes and seconds always. The clock form

@@ -51,7 +51,7 @@ uint32_t DigitValue(char c, uint32_t base) {
 
 uint64_t Parse(const char* text, uint32_t limit, const char** end, int32_t base, bool is_signed) {
   if (end != nullptr) *end = text;
-  if (text == nullptr || base < 0 || static_cast<uint32_t>(base) > kMostBase) return 0;
+  if (text == nullptr || static_cast<uint32_t>(base) > kMostBase) return 0;
   Reader reader(text, limit);
   const bool negative = is_signed && reader.Peek() == '-';
   if (negative) reader.Skip();

@@ -71,7 +71,7 @@ void ZRFormatCount(uint64_t value, bool in_thousands, uint8_t* text) {
 }
 
 void ZRFormatScaled(double value, uint8_t* text, int32_t style, uint32_t base) {
-  if (text == nullptr || base < 2 || !(value <= kMostScaled)) return;
+  if (text == nullptr || !(value <= kMostScaled) || (value >= base && base < 2)) return;
   char buffer[64];
   uint32_t length = 0;
   if (value < base) {

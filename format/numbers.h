@@ -32,8 +32,8 @@ void ZRFormatCount(uint64_t value, bool in_thousands, uint8_t* text);
 
 // Appends a value in units of `base`, its square and so on, with the letter "K", "M", "G", "T", "P"
 // or "E", to a length-prefixed text, as much as fits into 255 bytes. A value below the base is
-// rounded to a whole number without a letter. A value above 10^19, one that is not a number, or a
-// base below 2 appends nothing.
+// rounded to a whole number without a letter. A value above 10^19, one that is not a number, or one
+// that is not below a base of 0 or 1 appends nothing.
 //
 // The number times its unit is always the value. By the number's size:
 //

@@ -101,7 +101,7 @@ bool FindAt(Parts& parts) {
   for (;;) {
     if (signs.last_at == nullptr || signs.last_at < parts.start) return true;
     if (signs.at_before_last == nullptr || signs.at_before_last < parts.start) break;
-    if (signs.route_end != nullptr && signs.route_end >= parts.start) {
+    if (signs.route_end != nullptr) {
       parts.start = signs.route_end + 1;
       LogAtLevel(kDetail, "ZRCleanAddress:  culled routing info");
       break;
@@ -180,8 +180,7 @@ bool FindDomainEnd(Parts& parts) {
 // Sets `domain_end` to the '>' outside quotes and comments, or to the end.
 void FindEnclosureEnd(Parts& parts) {
   const char* open = ZRFindUnquoted(parts.start, '<');
-  const bool bracketed = open != nullptr && open < parts.end;
-  const char* close = ZRFindUnquoted(bracketed ? open : parts.start, '>');
+  const char* close = ZRFindUnquoted(open != nullptr ? open : parts.start, '>');
   parts.domain_end = close != nullptr && close < parts.end ? close : parts.end;
 }
 
@@ -281,7 +280,7 @@ std::string_view Trimmed(std::string_view text) {
 void WriteDisplayName(const Parts& parts, Output output) {
   char joined[kMostName + 1];
   Output all(joined, sizeof joined);
-  if (parts.mailbox > parts.start + 1) all.AppendCut(parts.start, parts.mailbox - 1);
+  if (parts.mailbox > parts.start) all.AppendCut(parts.start, parts.mailbox - 1);
   if (parts.domain_end != parts.end) all.AppendCut(parts.domain_end + 1, parts.end);
   std::string_view name = Trimmed(joined);
   if (name.size() >= 2 && name.front() == '"' && name.back() == '"') {

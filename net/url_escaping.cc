@@ -181,7 +181,10 @@ uint32_t ConvertBack(char* work, uint32_t room, char* output, uint32_t length, C
 
 uint32_t ConvertFromUtf8(char* output, uint32_t length, uint32_t output_size, CodePage cp) {
   const auto terminator = static_cast<uint32_t>(CPTermSize(cp));
-  if (output_size < terminator) return length;
+  if (output_size < terminator) {
+    *output = '\0';
+    return 0;
+  }
   const uint64_t most = uint64_t{length} * kMostCodeBytes;
   const auto room = static_cast<uint32_t>(std::min<uint64_t>(output_size - terminator, most));
   if (room <= kStackWorkArea) {

@@ -74,10 +74,11 @@ void ZRURLEscapeToString(uint8_t* out, const uint8_t* text, const qv::URLEscapeS
 // '%' without a digit behind it nothing, and "%X" without a second digit nothing either. "%2F"
 // stays as it is unless slashes are decoded; "%2f" is always a '/'.
 //
-// `output` has output_size bytes; a terminator is always among them. A result that is valid UTF-8
-// (the older long forms are accepted) is converted to the code page, cut at a whole character;
-// without memory for that it stays UTF-8. Returns the length without the terminator; a "%00" is
-// part of the text. The output may be the text.
+// `output` has output_size bytes; a terminator is always among them, and where that of the code
+// page has no room the result is empty. A result that is valid UTF-8 (the older long forms are
+// accepted) is converted to the code page, cut at a whole character; without memory for that it
+// stays UTF-8. Returns the length without the terminator; a "%00" is part of the text. The output
+// may be the text.
 uint32_t ZRURLUnescape(const char* text, uint32_t input_limit, char* output, uint32_t output_size,
                        bool decode_slashes, CodePage cp);
 

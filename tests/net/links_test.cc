@@ -76,8 +76,9 @@ const Row kRows[] = {
     {"prefix and nothing", "www. a", ""},
     {"scheme", "to http://a/ now", "to U{http://a/} now"},
     {"any scheme", "x-y+z1://a/ x.y://a/", "U{x-y+z1://a/} x.y://a/"},
-    {"parts of a scheme", "http: http:a http:/a http:// a", ""},
+    {"parts of a scheme", "http: http:a http:/a.b http:// a", ""},
     {"in parentheses", "(http://a.b/c) x", "(U{http://a.b/c}) x"},
+    {"host in parentheses", "(http://a) x", "(U{http://a}) x"},
     {"parentheses in brackets", "[http://a.b/(c)] x", "[U{http://a.b/(c)}] x"},
     {"braces are atoms", "{http://a.b/[c]}x", ""},
     {"bracket without one before", "http://a.b/(c) http://a(b)",
@@ -97,11 +98,13 @@ const Row kRows[] = {
     {"mailto without", "mailto:ann mailto:ann. x", ""},
     {"mailto after slashes", "http://a.b mailto:x y", "U{http://a.b} mailto:x y"},
     {"mailto and a quote", "MAILTO:\"a b\"@c.d x", "MAILTO:M{\"a b\"@c.d} x"},
+    {"mailto, a quote and a scheme", "mailto:\"a\"://b.c x", ""},
     {"news", "news:a.b news:a_b.c", "U{news:a.b} U{news:a_b.c}"},
     {"news of a host only", "news:_a.b", ""},
     {"address", "to ann@example.com.", "to M{ann@example.com}."},
     {"without blanks", "to ann@ex-a_1.com, x", "to M{ann@ex-a_1.com}, x", true},
     {"local part", "<a.b!#$%&'*+/=?^_`{|}~-z@c.d>", "<M{a.b!#$%&'*+/=?^_`{|}~-z@c.d}>"},
+    {"mark in the first word", "a!b@c.d", "M{a!b@c.d}"},
     {"blanks around the sign", "ann @  ex.com x", "M{ann @  ex.com} x"},
     {"not without spaces", "ann @ex.com a.b @c.d a@ c.d", "", true},
     {"domain without a dot", "ann@ex ann@ex. x", ""},
@@ -111,7 +114,15 @@ const Row kRows[] = {
     {"quoted local part", "\"a @ \\\" b\"@ex.com x", "M{\"a @ \\\" b\"@ex.com} x"},
     {"quoted behind a dot", ".\"x y\"@c.d", "M{.\"x y\"@c.d}"},
     {"quoted, then a blank", "\"x y\" z@c.d", "\"x y\" M{z@c.d}", true},
+    {"behind the closing quote", "\"a\".b@c.d \"a\"://b.c", "M{\"a\".b@c.d} U{\"a\"://b.c}"},
+    {"words behind it", "\"a\" b!@c.d", "M{\"a\" b!@c.d}"},
+    {"quote behind a brace", "{\"a\"://b.c/(d x", "{U{\"a\"://b.c/}(d x"},
     {"open quote", "\"http://a.b\r http://c.d", "\"http://a.b\r U{http://c.d}"},
+    {"escape in a host", "\"\rhttp://a\\\"b x", "\"\rU{http://a\\\"b} x"},
+    {"escape in a body", "\"\rhttp://a/\\\"b x", "\"\rU{http://a/\\\"b} x"},
+    {"escaped dot", "\"\rmailto:a\\.b\r", "\"\rU{mailto:a\\.b}\r"},
+    {"escape in a local part", "\"\ra!\\\"b\"@c.d", "\"\rM{a!\\\"b\"@c.d}"},
+    {"sign in the quotes of one", "\"\ra(@b\"@c.d", "\"\rM{a(@b\"@c.d}"},
     {"trail byte '@' in a word", "\x83@a.b x\x83@a.b", "", false, 932},
     {"in a local part", "x.y\x83@z@a.b", "M{x.y\x83@z@a.b}", false, 932},
     {"in blanks", "x.y \x83@a.b", "", false, 932},
@@ -123,7 +134,9 @@ const Row kRows[] = {
     {"cut before its domain", many + "aaa@b.c", ""},
     {"over-long without a dot", a250 + "@" + b20, ""},
     {"over-long with its only dot at the end", a250 + "@" + b20 + ". x", "M{" + a250 + "@bbbbb} x"},
-    {"256 bytes", a250 + "@bb.c", "M{" + a250 + "@bb.c}"},
+    {"256 bytes", a250 + "@b.cc.", "M{" + a250 + "@b.cc}."},
+    {"an open quote counts in a host prefix", "\"\rxwww.a www.b", "\"\rU{xwww.a} www.b"},
+    {"a zero byte ends", string("www.a\0www.b", 11), string("U{www.a}\0U{www.b}", 17)},
 };
 
 TEST(Links, AreFoundByTheRules) {
@@ -184,6 +197,8 @@ TEST(Links, QuotesThatWait) {
   // In echo mode the quote goes out; otherwise it begins the next token.
   EXPECT_EQ(Finder(kEcho).Take("\"\r\" http://a.b").page, "\"\r\" U{http://a.b}");
   EXPECT_THAT(Finder(kSilent).Take("\"\r\" http://a.b").finds, ElementsAre("U2 \"http://a.b"));
+  EXPECT_THAT(Finder(kSilent, false, 932).Take("\"\r\"\xB1http://a.b").finds,
+              ElementsAre("U2 \"http://a.b"));
   EXPECT_EQ(Finder(kEcho, false, 932)
                 .Take("\"\r\"\x83"
                       "A ")
@@ -200,38 +215,13 @@ TEST(Links, PositionsCountFromTheLastEnd) {
 
 // Text of pieces that matter, in a random order.
 string RandomText(std::mt19937& random, bool quotes) {
-  static const string kPieces[] = {"www",
-                                   "http",
-                                   "mailto",
-                                   "news",
-                                   "a",
-                                   "bc",
-                                   "1",
-                                   ".",
-                                   ".",
-                                   "@",
-                                   ":",
-                                   "/",
-                                   "//",
-                                   "://",
-                                   " ",
-                                   " ",
-                                   "(",
-                                   ")",
-                                   "[",
-                                   "]",
-                                   ",",
-                                   "<",
-                                   "-",
-                                   "\r\n",
-                                   "\x83",
-                                   "\xE9",
-                                   "[1.2.3.4]",
-                                   "\\",
-                                   string(300, 'w')};
+  static constexpr const char* kPieces[] = {
+      "www", "http", "mailto", "news", "a",  "bc",   "1",    ".",        ".", "@",
+      ":",   "/",    "//",     "://",  " ",  " ",    "(",    ")",        "[", "]",
+      ",",   "<",    "-",      "\r\n", "\\", "\x83", "\xE9", "[1.2.3.4]"};
   string text;
   for (auto count = random() % 14; count > 0; --count) {
-    text += kPieces[random() % std::size(kPieces)];
+    text += random() % 29 == 0 ? string(300, 'w') : kPieces[random() % std::size(kPieces)];
     if (quotes && random() % 8 == 0) text += '"';
   }
   return text;
@@ -273,7 +263,7 @@ TEST(Links, AnySplitFindsTheSame) {
     Finder pieces(kSilent, no_spaces), bytes(kSilent, no_spaces);
     for (size_t at = 0; at < text.size();) {
       const size_t length = std::min<size_t>(random() % 40, text.size() - at);
-      pieces.FeedText(text.data() + at, length);
+      pieces.FeedText(text.substr(at, length).data(), length);  // not beside the piece before
       at += length;
     }
     for (const char c : text) bytes.Feed(static_cast<uint8_t>(c));

@@ -227,6 +227,7 @@ TEST_F(URLEscaping, ConvertsOnlyWhatReadsAsUtf8) {
   EXPECT_EQ(Unescape("a%C3%A9", false, 1200), "a\0\xE9\0"s);
   EXPECT_EQ(Unescape("abcd", false, 1200, 7), "a\0b\0"s);
   EXPECT_EQ(Unescape("a", false, 1200, 2), "");
+  EXPECT_EQ(Unescape("a", false, kUtf32Little, 3), "");
   EXPECT_EQ(Unescape("", false, 1200), "");
   const std::string large(3000, 'x');
   EXPECT_EQ(Unescape(large + "%C3%A9", false, 1252), large + "\xE9");

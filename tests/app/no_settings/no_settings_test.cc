@@ -1,9 +1,11 @@
-// In an executable whose resources name no settings file.
+// In an executable whose resources name no settings file, and a log without an extension.
 #include <gtest/gtest.h>
 
 #include <cstring>
 
+#include "app/debug_log.h"
 #include "app/settings.h"
+#include "tests/app/debug_log_files.h"
 
 namespace {
 
@@ -35,6 +37,17 @@ TEST(NoSettingsTest, TheDefaultTextKeepsInsideTheBuffer) {
   char text[4] = "abc";
   EXPECT_EQ(ReadSettingString("QVSetup", "Name", "x", text, 0), 0u);
   EXPECT_STREQ(text, "abc");
+}
+
+TEST(NoSettingsTest, ALogWithoutAnExtensionGetsOneForItsBackup) {
+  const std::string log = test::ProgramFolder() + "no_settings_log", backup = log + ".OLD";
+  ASSERT_TRUE(test::WriteWholeFile(log, "before"));
+  ASSERT_TRUE(qv::OpenDebugLog());
+  qv::ResetDebugLogForTest();
+  EXPECT_EQ(test::ReadWholeFile(backup), "before");
+  EXPECT_EQ(test::ReadWholeFile(log), test::kMark);
+  DeleteFileA(log.c_str());
+  DeleteFileA(backup.c_str());
 }
 
 }  // namespace
