@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string>
 
-#include "tests/resources/failing_allocations.h"
 #include "tests/time/zone_fixture.h"
 
 namespace {
@@ -210,38 +209,6 @@ TEST(TzParser, YieldsEveryFewThousandBytes) {
     EXPECT_TRUE(parser.Parse(std::string(row.bytes, '\n')));
     EXPECT_EQ(parser.yields, row.yields) << row.bytes;
   }
-}
-
-// Every allocation fails once: records are missing then, those that are there are whole.
-TEST(TzParser, LeavesOutWhatFindsNoMemory) {
-  std::string text;
-  for (int i = 0; i < 40; ++i) {
-    const std::string name = "Name_longer_than_a_short_string_" + std::to_string(i);
-    text += "Rule " + name + " 1990 only - Apr 1 2:00 1:00 D\nZone " + name + " 1 " + name + " f\n";
-  }
-  qv::TimeZoneData whole;
-  KeepingParser(whole).Parse(text);
-  const std::string complete = Dump(whole);
-  uint32_t faults = 0;
-  for (uint32_t n = 1;; ++n) {
-    qv::TimeZoneData data;
-    KeepingParser parser(data);
-    test::TheAllocationFault() = {n, 0};
-    EXPECT_TRUE(parser.Parse(text));
-    const bool struck = test::TheAllocationFault().struck > 0;
-    test::TheAllocationFault() = {};
-    const std::string dump = Dump(data);
-    if (!struck) {
-      EXPECT_EQ(dump, complete);
-      break;
-    }
-    ++faults;
-    for (size_t at = 0, end; (end = dump.find('\n', at)) != std::string::npos; at = end + 1) {
-      EXPECT_NE(complete.find(dump.substr(at, end + 1 - at)), std::string::npos);
-    }
-    EXPECT_GE(data.rules().size() + data.lines().size() + 1, 80u) << "at most one is missing";
-  }
-  EXPECT_GT(faults, 5u);
 }
 
 class ShippedRules : public test::Zones {};
