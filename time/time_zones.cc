@@ -185,9 +185,11 @@ uint32_t FindTimeZone(std::string_view name) {
   return entry == nullptr ? 0 : entry->id;
 }
 
-bool IsOfferedZone(uint32_t zone) {
+bool GetOfferedZone(size_t index, uint32_t* zone) {
   const LoadedZones zones;
-  return zones.ready() && zones->registry.Find(zone) != nullptr;
+  if (!zones.ready() || index >= zones->registry.entries().size()) return false;
+  *zone = zones->registry.entries()[index].id;
+  return true;
 }
 
 TimeZoneMemory TimeZoneMemoryHeld() {

@@ -88,8 +88,9 @@ constexpr bool IsFixedOffset(uint32_t zone) { return zone >> 16 == kUniversalZon
 // The same by a text of any kind.
 uint32_t FindTimeZone(std::string_view name);
 
-// True when the id is one of the offered zones.
-bool IsOfferedZone(uint32_t zone);
+// The offered zones in their order, `index` from 0; false behind the last. One that shares its id
+// with an earlier one counts too.
+bool GetOfferedZone(size_t index, uint32_t* zone);
 
 // What the data take in memory.
 struct TimeZoneMemory {
