@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "platform/windows_api.h"
+
 namespace qv {
 namespace {
 
@@ -25,6 +27,7 @@ constexpr Hooks kDefaults{
         },
     .on_kernel_thread = [] { return true; },
     .switching_allowed = [] { return false; },
+    .yield = [] { Sleep(0); },
     .task_local_slots = []() -> uintptr_t* { return nullptr; },
     .clear_task_local_slot = [](uint32_t) {},
     .print_traceback = [](uint32_t) {},

@@ -56,6 +56,8 @@ struct Hooks {
   bool (*on_kernel_thread)();
   // True when the caller may give up the processor to other tasks.
   bool (*switching_allowed)();
+  // Lets other tasks run, or other threads where the caller is no task: for waits and long work.
+  void (*yield)();
   // The kLocalSlotCount values of the running task, null when none runs on this thread.
   uintptr_t* (*task_local_slots)();
   // Sets one slot to 0 in every task.

@@ -10,7 +10,7 @@ function(qv_sdk)
   set(sdk ${CMAKE_BINARY_DIR}/sdk)
   set(headers)
   foreach(folder base containers format/encodings text app diag/system memory tasks files resources
-          format net app/ui platform platform/host)
+          format time net app/ui platform platform/host)
     file(GLOB folder_headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
       ${CMAKE_SOURCE_DIR}/${folder}/*.h)
     list(APPEND headers ${folder_headers})

@@ -112,6 +112,16 @@ bool GetApplicationFolder(char (&folder)[kNameSize]) {
 
 void SetResourceFileOpener(ResourceFileOpener opener) { State().open = opener; }
 
+CResSource* FindFileWithResource(ResourceTypeCode type, int32_t number) {
+  CResSource* found = nullptr;
+  AskInOrder([&](CResSource& source) {
+    if (source.GetResourceSize(type, number) < 0) return false;
+    if (&source != &ModuleSource()) found = &source;
+    return true;
+  });
+  return found;
+}
+
 void ResetResourceChainForTest() { State() = {}; }
 
 }  // namespace qv

@@ -85,6 +85,10 @@ namespace qv {
 constexpr int32_t kFileNameList = 161;
 constexpr int32_t kMainFileString = 7, kFileAString = 8, kFileBString = 9;
 
+// The first file of the chain that has the resource, the module left out; null when none has it.
+// The source belongs to the chain.
+CResSource* FindFileWithResource(ResourceTypeCode type, int32_t number);
+
 // Opens the resource file at a whole path and gives the source that serves it, made with `new`, or
 // null. The component of resource files puts its own in place; until then none can be opened.
 using ResourceFileOpener = CResSource* (*)(const char* path);

@@ -56,6 +56,9 @@ QV_HOST_CONTROL DWORD ConsoleInputMode();
 QV_HOST_CONTROL void SetAnsiCodePage(UINT code_page);
 // The names of the user's language and country (ASCII); a fresh process has "en" and "US".
 QV_HOST_CONTROL void SetUserLanguage(const std::string& language, const std::string& country);
+// How the user writes times, made of h, hh, H, HH, m, mm, s, ss, tt and marks (ASCII); a fresh
+// process has "h:mm:ss tt".
+QV_HOST_CONTROL void SetUserTimeFormat(const std::string& format);
 // Font character sets that CreateFontA finds; {} restores the default set.
 QV_HOST_CONTROL void SetFontCharsets(const std::vector<BYTE>& char_sets);
 

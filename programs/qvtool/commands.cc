@@ -20,6 +20,7 @@ constexpr Command kCommands[] = {
     {"charset", "Show the names of a code page", "  qvtool charset windows-1252", DescribeCharset},
     {"checksum", "Sum up standard input", "  qvtool checksum sha1 --hmac 6b6579 <letter.txt",
      DescribeChecksum},
+    {"clock", "Read a clock time as people type it", "  qvtool clock 9.30p", DescribeClock},
     {"convert", "Convert standard input to another code page",
      "  qvtool convert --from shift_jis --to UTF-8 --line-ends lf <letter.txt", DescribeConvert},
     {"links", "Find the links and mail addresses of a text",
@@ -29,6 +30,9 @@ constexpr Command kCommands[] = {
      "  qvtool number count 1500000\n  qvtool number duration 93784 --style 1", DescribeNumber},
     {"url", "Escape lines for a URL, and back",
      "  echo 'Gr\u00fc\u00dfe' | qvtool url escape --set 2", DescribeURL},
+    {"zone", "Time zones: their offsets and times",
+     "  qvtool zone list\n  echo '3882643200 32769028 15729388' | qvtool zone convert",
+     DescribeZone},
 };
 
 }  // namespace

@@ -32,9 +32,11 @@ Work DescribeAddress(CLI::App& command);
 Work DescribeBase64(CLI::App& command);
 Work DescribeCharset(CLI::App& command);
 Work DescribeChecksum(CLI::App& command);
+Work DescribeClock(CLI::App& command);
 Work DescribeConvert(CLI::App& command);
 Work DescribeLinks(CLI::App& command);
 Work DescribeNumber(CLI::App& command);
 Work DescribeURL(CLI::App& command);
+Work DescribeZone(CLI::App& command);
 
 }  // namespace qvtool

@@ -9,6 +9,7 @@ set -u
 export LC_ALL=C.UTF-8
 bin=$1 work=$2 limit=120
 docs=$(realpath "$(dirname "$0")/../../docs")
+manuals="$docs/text-tools.md $docs/character-sets.md $docs/time-zones.md"
 
 if [ -n "${QV_WINE-}" ]; then
   suffix=.exe drive=Z: wine=$QV_WINE
@@ -538,7 +539,7 @@ END
 
 # Every session of the manuals, its commands and what they print.
 scenario_tool_does_what_the_manuals_show() {
-  grep -h '^    ' "$docs/text-tools.md" "$docs/character-sets.md" | sed 's/^    //' >sessions
+  grep -h '^    ' $manuals | sed 's/^    //' >sessions
   grep '^\$ ' sessions | sed 's/^\$ //;s/qvtool/tool/' >commands
   [ "$(wc -l <commands)" -gt 15 ] || fail "no sessions" || return 1
   while read -r command; do
@@ -546,6 +547,66 @@ scenario_tool_does_what_the_manuals_show() {
     eval "$command"
   done <commands >shown
   diff sessions shown
+}
+
+scenario_tool_reads_times() {
+  while IFS='=' read -r arguments expected; do
+    eval "tool clock $arguments" >ours && [ "$(tr '\t' ' ' <ours)" = "$expected" ] ||
+      fail "$arguments: $(cat ours)" || return 1
+  done <<'END'
+9:30p=21 30 9:30 PM
+12:05a=0 5 12:05 AM
+13:15=13 15 1:15 PM
+8=8 0 8:00 AM
+--threshold 9 8=20 0 8:00 PM
+--24-hour 0:00=0 0 0:00
+--24-hour '9.45 pm'=21 45 21:45
+END
+  for text in 0:00 '13:15 AM' 24:00 9:60 '' noon; do
+    tool_fails 1 "no clock time: \"$text\"" clock "$text" || return 1
+  done
+  tool_fails 2 "--threshold" clock --threshold 13 8
+}
+
+scenario_tool_knows_time_zones() {
+  tool zone list >list || return 1
+  [ "$(wc -l <list)" = 71 ] && [ "$(cut -f 1 list | sort -u | wc -l)" = 71 ] || fail "not 71" || return 1
+  grep -q "$(printf '^27525376\t(GMT) UTC, Casablanca, Monrovia$')" list || fail "no UTC" || return 1
+  # Beside the machine's own database: noon of a day in each month, in five zones.
+  while read -r id zone; do
+    for month in 01 02 03 04 05 06 07 08 09 10 11 12; do
+      seconds=$(date -u -d "2024-$month-15 12:00" +%s)
+      echo "$id $((seconds + 2082844800)) universal" >>asked
+      TZ=$zone date -d "@$seconds" +%:::z | sed 's/^\([+-]\)0*\([0-9]*\):*0*\([0-9]*\)$/\1 \2 \3/' |
+        while read -r sign hours minutes; do
+          echo "$sign$((${hours:-0} * 3600 + ${minutes:-0} * 60))"
+        done | sed 's/^+//;s/^-0$/0/' >>expected
+    done
+  done <<'END'
+32769028 Europe/Paris
+15729388 America/New_York
+20972274 America/St_Johns
+76023592 Australia/Sydney
+87821875 Pacific/Chatham
+END
+  tool zone offset <asked | cut -d ' ' -f 1 | cmp - expected || return 1
+  # There and back, over lines with blanks and CR LF.
+  seq 2900000000 10000019 4200000000 >times
+  sed 's/$/ 68157732 181272576/' times | tool zone convert >universal || return 1
+  sed 's/$/\t 181272576  68157732\r/' universal | tool zone convert | cmp - times || return 1
+  echo 2900000000 68157732 | tool zone iso | grep -qx 1995-11-23T10:33:20Z || fail "no ISO form" ||
+    return 1
+  printf '5 5 local\n181272812 5 universal\n' | tool zone offset >ours
+  printf -- '-\n-18000 -18000 0\n' | cmp - ours || return 1
+  tool zone parse <"$docs/../data/tz/rules.txt" | grep -qx 'rules 741 zones 447' || fail "not all rules" ||
+    return 1
+  echo '5 5 locally' >wrong
+  tool_fails 1 'line 1 is not "ID TIME universal|local"' zone offset <wrong &&
+    tool_fails 1 'line 1 is not "TIME ID"' zone iso <wrong &&
+    tool_fails 1 'line 1 is not "TIME FROM-ID TO-ID"' zone convert <wrong || return 1
+  echo 'Rule X 1990 only odd Apr 1 2:00 0 -' >wrong
+  tool_fails 1 "Rule.Type is too complex to process." zone parse <wrong &&
+    tool_fails 2 "see --help" zone nonsense
 }
 
 scenario_tool_says_what_fails() {
@@ -565,7 +626,7 @@ scenario_tool_says_what_fails() {
   [ -z "$wine" ] || return 0
   # Streams that fail, as the shell gives them.
   for command in "charset 932" "base64" "convert --from 1252 --to UTF-8" "address" "checksum md5" \
-    "links --markup" "number count 1" "url escape" "url unescape"; do
+    "links --markup" "number count 1" "url escape" "url unescape" "clock 9" "zone list"; do
     yes 2>/dev/null | head -c 300000 | tool $command >/dev/full 2>complaint
     [ $? = 1 ] || fail "$command: a full disk is no failure" || return 1
     expect complaint "qvtool: cannot write to standard output: the disk is full" || return 1

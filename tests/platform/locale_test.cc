@@ -23,4 +23,28 @@ TEST(LocaleTest, NamesOfTheUser) {
   }
 }
 
+// Times as the user writes them; of the format only what every user's has is known.
+TEST(LocaleTest, TimesOfTheUser) {
+  const LCID user = GetUserDefaultLCID();
+  char format[80], text[80];
+  ASSERT_GT(GetLocaleInfoA(user, LOCALE_STIMEFORMAT, format, sizeof format), 0);
+  EXPECT_NE(std::string(format).find("mm"), std::string::npos) << format;
+  const SYSTEMTIME evening = {2001, 1, 1, 1, 21, 5, 7, 0};
+  const auto written = [&](DWORD flags) {
+    EXPECT_EQ(GetTimeFormatA(user, flags, &evening, nullptr, nullptr, 0),
+              GetTimeFormatA(user, flags, &evening, nullptr, text, sizeof text));
+    return std::string(text);
+  };
+  EXPECT_NE(written(0).find("05"), std::string::npos);
+  EXPECT_NE(written(0).find("07"), std::string::npos);
+  constexpr DWORD kPlain = TIME_NOSECONDS | TIME_FORCE24HOURFORMAT | TIME_NOTIMEMARKER;
+  EXPECT_EQ(written(kPlain).substr(0, 2), "21");
+  EXPECT_EQ(written(kPlain).substr(3), "05");
+  EXPECT_EQ(GetTimeFormatA(user, 0, &evening, nullptr, text, 3), 0);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+  const SYSTEMTIME never = {2001, 1, 1, 1, 24, 0, 0, 0};
+  EXPECT_EQ(GetTimeFormatA(user, 0, &never, nullptr, text, sizeof text), 0);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+}
+
 }  // namespace

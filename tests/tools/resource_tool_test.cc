@@ -230,6 +230,24 @@ TEST_F(ResourceTool, WrongDataStopsTheBuild) {
       {"decomposition of a short number",
        {{"d", "decompositions 1 u\n"}, {"u", "C 0C0 0041\n"}},
        "u:1: 0C0 does not have 4 digits"},
+      {"a zone rule that does not parse",
+       {{"d", "timezones 98 v l r\n"},
+        {"v", "1\n"},
+        {"l", "A=1\n"},
+        {"r", "Zone A 1 - x\nRule R 1 only - Jan 32x 1:00 0 -\n"}},
+       "r:2: Parse failed, bad grammar.  Expected symbol type 3, encountered symbol type 5."},
+      {"a zone that does not parse",
+       {{"d", "timezones 98 v l r\n"},
+        {"v", "1\n"},
+        {"l", ""},
+        {"r", "Zone A 1 - x 2000 Jan 1 5\n"}},
+       "r: Parse failed, bad grammar.  Expected symbol type 4, encountered symbol type 13."},
+      {"a zone without rules",
+       {{"d", "timezones 98 v l r\n"}, {"v", "1\n"}, {"l", "A=1\nB=2\n"}, {"r", "Zone A 1 - x\n"}},
+       "l:2: B is no zone of the rules"},
+      {"a version of two numbers",
+       {{"d", "timezones 98 v l r\n"}, {"v", "1 2\n"}, {"l", ""}, {"r", ""}},
+       "v: one number expected"},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
@@ -350,6 +368,19 @@ TEST_F(ResourceTool, EncodesDecompositions) {
             "\xF0\x01\x08\0\0\0\0\x41\0\0\x03\0\0\x01\xD1\x57\0\x01\xD1\x65"s);
   EXPECT_EQ(FindInPack(pack, "CHUC", 22), "\xF0\x02\x08\0\0\0\0\xA0\0\0\0\x01"s);
   EXPECT_EQ(FindInPack(pack, "CHUC", 23), "\xF0\x03\x08\0\0\0\0\x20"s);
+}
+
+TEST_F(ResourceTool, EncodesTimeZones) {
+  Write({{"d", "timezones 98 v l r\njoined 16 l\n"},
+         {"v", "# release\n202606\n"},
+         {"l", "A,=1\n  C=2 # c\n"},
+         {"r", "# rules\nZone A,   1 - x\nZone C 1 - x 2000\n\t2 - y\n"}});
+  ASSERT_EQ(Run("pack", {"d"}), 0) << errors_;
+  const std::string pack = Read("out.pack");
+  EXPECT_EQ(FindInPack(pack, "ZRTZ", 98), "\xBA\xAD\xF0\x0D\0\0\0\x01\0\x03\x17\x6E"s);
+  EXPECT_EQ(FindInPack(pack, "ZRTZ", 99), "A,=1;C=2");
+  EXPECT_EQ(FindInPack(pack, "ZRTZ", 100), "Zone A, 1 - x\nZone C 1 - x 2000\n2 - y\n");
+  EXPECT_EQ(FindInPack(pack, "6", 2).substr(0, 8), "\x08\0A\0,\0=\0"s);
 }
 
 TEST_F(ResourceTool, NamesItsFilesForTheBuild) {

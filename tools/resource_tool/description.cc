@@ -6,6 +6,7 @@
 #include "tools/resource_tool/charset_tables.h"
 #include "tools/resource_tool/decompositions.h"
 #include "tools/resource_tool/line_break_lists.h"
+#include "tools/resource_tool/time_zones.h"
 #include "tools/resource_tool/version_record.h"
 #include "tools/resource_tool/wide_tables.h"
 
@@ -32,6 +33,18 @@ struct Context {
       return problem.Set(line.place, "a string in quotation marks is missing");
     }
     text = line.fields[index].text;
+    return true;
+  }
+  // The lines of the file that field `index` names.
+  bool Read(const Line& line, size_t index, SourceLines& source) {
+    source.file.file = (folder / line.fields[index].text).string();
+    return reader.Read(source.file.file, Quotes::kPlain, source.lines, problem);
+  }
+  // Under the numbers from `first` on.
+  bool AddAll(const Line& line, const char* type, uint32_t first, std::vector<ByteVector>& bodies) {
+    for (ByteVector& body : bodies) {
+      if (!set.Add(line.place, {type, 0}, first++, std::move(body), problem)) return false;
+    }
     return true;
   }
   bool CountIs(const Line& line, size_t least, size_t most) {
@@ -74,19 +87,11 @@ bool ReadByteMapFile(Context& context, const Line& line) {
       !context.Number(line, 2, count)) {
     return false;
   }
-  const std::string path = (context.folder / line.fields[3].text).string();
-  std::vector<Line> lines;
+  SourceLines source;
   std::vector<ByteVector> maps;
-  if (!context.reader.Read(path, Quotes::kPlain, lines, context.problem) ||
-      !EncodeByteMaps({path, 0}, lines, count, maps, context.problem)) {
-    return false;
-  }
-  for (ByteVector& map : maps) {
-    if (!context.set.Add(line.place, {"CHST", 0}, number++, std::move(map), context.problem)) {
-      return false;
-    }
-  }
-  return true;
+  return context.Read(line, 3, source) &&
+         EncodeByteMaps(source.file, source.lines, count, maps, context.problem) &&
+         context.AddAll(line, "CHST", number, maps);
 }
 
 // Both tables of a page, under two numbers.
@@ -151,29 +156,20 @@ bool ReadWide(Context& context, const Line& line) {
 bool ReadDecompositions(Context& context, const Line& line) {
   uint32_t number = 0;
   if (!context.CountIs(line, 2, 2) || !context.Number(line, 1, number)) return false;
-  const std::string path = (context.folder / line.fields[2].text).string();
-  std::vector<Line> lines;
+  SourceLines source;
   std::vector<ByteVector> resources;
-  if (!context.reader.Read(path, Quotes::kPlain, lines, context.problem) ||
-      !EncodeDecompositions(lines, resources, context.problem)) {
-    return false;
-  }
-  for (ByteVector& resource : resources) {
-    if (!context.set.Add(line.place, {"CHUC", 0}, number++, std::move(resource), context.problem)) {
-      return false;
-    }
-  }
-  return true;
+  return context.Read(line, 2, source) &&
+         EncodeDecompositions(source.lines, resources, context.problem) &&
+         context.AddAll(line, "CHUC", number, resources);
 }
 
 // qvlb FILE
 bool ReadLineBreaks(Context& context, const Line& line) {
   if (!context.CountIs(line, 1, 1)) return false;
-  const std::string path = (context.folder / line.fields[1].text).string();
-  std::vector<Line> lines;
+  SourceLines source;
   std::map<uint32_t, ByteVector> pages;
-  if (!context.reader.Read(path, Quotes::kPlain, lines, context.problem) ||
-      !EncodeLineBreakLists({path, 0}, lines, pages, context.problem)) {
+  if (!context.Read(line, 1, source) ||
+      !EncodeLineBreakLists(source.file, source.lines, pages, context.problem)) {
     return false;
   }
   for (auto& [page, body] : pages) {
@@ -182,6 +178,30 @@ bool ReadLineBreaks(Context& context, const Line& line) {
     }
   }
   return true;
+}
+
+// timezones FIRST VERSIONFILE LISTFILE RULESFILE
+bool ReadTimeZones(Context& context, const Line& line) {
+  uint32_t number = 0;
+  if (!context.CountIs(line, 4, 4) || !context.Number(line, 1, number)) return false;
+  SourceLines sources[3];
+  for (size_t i = 0; i < std::size(sources); ++i) {
+    if (!context.Read(line, i + 2, sources[i])) return false;
+  }
+  std::vector<ByteVector> resources;
+  if (!EncodeTimeZones(sources[0], sources[1], sources[2], resources, context.problem)) {
+    return false;
+  }
+  return context.AddAll(line, "ZRTZ", number, resources);
+}
+
+// joined NUMBER FILE
+bool ReadJoined(Context& context, const Line& line) {
+  uint32_t number = 0;
+  SourceLines source;
+  return context.CountIs(line, 2, 2) && context.Number(line, 1, number) &&
+         context.Read(line, 2, source) &&
+         context.set.AddString(line.place, number, JoinEntries(source.lines), context.problem);
 }
 
 // zrcs NUMBER PAGE
@@ -268,7 +288,8 @@ constexpr Directive kDirectives[] = {
     {"zrcs", ReadCodePage},    {"version", ReadVersion},
     {"bytes", ReadBytes},      {"named", ReadNamed},
     {"wide", ReadWide},        {"decompositions", ReadDecompositions},
-    {"qvlb", ReadLineBreaks},
+    {"qvlb", ReadLineBreaks},  {"timezones", ReadTimeZones},
+    {"joined", ReadJoined},
 };
 
 }  // namespace

@@ -10,6 +10,10 @@
 //                                        it takes the rows that are equal
 //   decompositions 244 unicode/decomposition.txt   takes four numbers
 //   qvlb linebreak.txt                   line-break lists; each page's number is the code page's
+//   timezones 98 tz/version.txt tz/zonelist.txt tz/rules.txt   takes three numbers; the rules have
+//   to
+//                                        parse, and to hold every zone of the list
+//   joined 131 tz/display_names.txt      a string of the file's lines, parted by ';'
 //   zrcs 1 1252                          a code page
 //   bytes TEST 7 0A FF                   any type; its name is stored in upper case
 //   named TEST BANNER 0A FF              the same with a name in place of the number

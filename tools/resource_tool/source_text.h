@@ -21,6 +21,11 @@ struct Line {
   std::vector<Field> fields;
 };
 
+struct SourceLines {
+  Place file;
+  std::vector<Line> lines;
+};
+
 enum class Quotes {
   kPlain,   // a quotation mark is a character like any other (tables)
   kString,  // "text" is one field, white space and '#' included; "" inside stands for one mark, a

@@ -1,0 +1,54 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "programs/common/reporter.h"
+#include "programs/qvtool/commands.h"
+#include "text/length_prefixed.h"
+#include "time/clock_time.h"
+
+namespace qvtool {
+namespace {
+
+struct Options {
+  std::string text;
+  bool twenty_four = false;
+  int32_t threshold = 7;
+};
+
+// hours TAB minutes TAB the text as it is better written
+Trouble ReadClock(const Options& options, Streams& streams) {
+  if (options.twenty_four) qv::SetClockHours(qv::ClockHours::kTwentyFour);
+  Str255 text;
+  qv::CStrToLStr(text, kMostLStr, options.text.c_str());
+  int32_t hours = 0, minutes = 0;
+  if (options.text.size() > kMostLStr ||
+      ZRParseClockTime(text, &hours, &minutes, true, qv::kReadClockTime, options.threshold) ==
+          qv::kClockInvalid) {
+    return "no clock time: \"" + program::OneLine(options.text) + "\"";
+  }
+  const std::string written(text + 1, text + 1 + text[0]);
+  streams.output.Write(std::to_string(hours) + "\t" + std::to_string(minutes) + "\t" +
+                       program::OneLine(written) + "\n");
+  return std::nullopt;
+}
+
+}  // namespace
+
+Work DescribeClock(CLI::App& command) {
+  auto options = std::make_shared<Options>();
+  command.add_option("TEXT", options->text, "A clock time such as 9:30, 9.30p or 21:30")
+      ->required()
+      ->type_name("TEXT");
+  command.add_flag("--24-hour", options->twenty_four,
+                   "A 24-hour clock, whatever the user's settings say");
+  command
+      .add_option("--threshold", options->threshold,
+                  "On a 12-hour clock, hours from this one on are in the morning where the text "
+                  "does not say (default: 7)")
+      ->take_last()
+      ->type_name("H")
+      ->check(CLI::Range(0, 12));
+  return [options](Streams& streams) { return ReadClock(*options, streams); };
+}
+
+}  // namespace qvtool

@@ -1,0 +1,104 @@
+#include "time/zone_registry.h"
+
+#include <algorithm>
+
+#include "base/hooks.h"
+#include "time/growth.h"
+
+namespace qv {
+
+// --- filling ---
+
+bool ZoneRegistry::Add(std::string_view name, uint32_t id, TimeZoneData& data) {
+  ZoneEntry entry;
+  entry.id = id;
+  entry.first = std::none_of(entries_.begin(), entries_.end(),
+                             [id](const ZoneEntry& other) { return other.id == id; });
+  return data.names.Add(name, &entry.name) && Append(entries_, entry);
+}
+
+bool ZoneRegistry::Finish() {
+  for (uint32_t i = 0; i < entries_.size(); ++i) {
+    if (entries_[i].first && !Append(places_, {entries_[i].id, i})) return false;
+  }
+  std::sort(places_.begin(), places_.end(),
+            [](const Place& a, const Place& b) { return a.id < b.id; });
+  return true;
+}
+
+void ZoneRegistry::Clear() {
+  for (auto& slot : cache_) slot.store(nullptr, std::memory_order_relaxed);
+  std::vector<ZoneEntry>().swap(entries_);
+  std::vector<Place>().swap(places_);
+}
+
+// --- finding ---
+
+ZoneEntry* ZoneRegistry::Find(uint32_t id) {
+  for (size_t slot = 0; slot < kCached; ++slot) {
+    ZoneEntry* entry = cache_[slot].load(std::memory_order_relaxed);
+    if (entry == nullptr || entry->id != id) continue;
+    if (slot != 0) PutInFront(slot, entry);
+    return entry;
+  }
+  ZoneEntry* entry = FindInOrder(id);
+  if (entry != nullptr) PutInFront(kCached - 1, entry);
+  return entry;
+}
+
+ZoneEntry* ZoneRegistry::FindInOrder(uint32_t id) {
+  const auto place = std::partition_point(places_.begin(), places_.end(),
+                                          [id](const Place& p) { return p.id < id; });
+  return place != places_.end() && place->id == id ? &entries_[place->index] : nullptr;
+}
+
+// The entries before the slot move down by one.
+void ZoneRegistry::PutInFront(size_t slot, ZoneEntry* entry) {
+  for (; slot > 0; --slot) {
+    cache_[slot].store(cache_[slot - 1].load(std::memory_order_relaxed), std::memory_order_relaxed);
+  }
+  cache_[0].store(entry, std::memory_order_relaxed);
+}
+
+const ZoneEntry* ZoneRegistry::FindByName(std::string_view name, const TimeZoneData& data) const {
+  const NameRef ref = data.names.Find(name);
+  const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const ZoneEntry& entry) {
+    return entry.name == ref && (ref != 0 || name.empty());
+  });
+  return found == entries_.end() ? nullptr : &*found;
+}
+
+// --- changes ---
+
+bool MayWaitForOthers() {
+  const Hooks& hooks = GlobalHooks();
+  return hooks.on_kernel_thread() && (hooks.current_task() == 0 || hooks.switching_allowed());
+}
+
+const ZoneChanges* ZoneRegistry::ChangesOf(ZoneEntry& entry, const TimeZoneData& data) {
+  std::atomic_ref<uint32_t> state(entry.state);
+  while (state.load(std::memory_order_acquire) != ZoneEntry::kComputed) {
+    if (!GlobalHooks().on_kernel_thread()) return nullptr;
+    uint32_t expected = ZoneEntry::kAbsent;
+    if (!state.compare_exchange_strong(expected, ZoneEntry::kBusy)) {
+      if (!MayWaitForOthers()) return nullptr;
+      GlobalHooks().yield();
+      continue;
+    }
+    const bool done = FindZoneChanges(data, entry.name, entry.changes, GlobalHooks().yield);
+    if (!done) entry.changes = ZoneChanges();
+    state.store(done ? ZoneEntry::kComputed : ZoneEntry::kAbsent, std::memory_order_release);
+    if (!done) return nullptr;
+  }
+  return &entry.changes;
+}
+
+size_t ZoneRegistry::bytes_held() const {
+  size_t bytes = entries_.capacity() * sizeof(ZoneEntry) + places_.capacity() * sizeof(Place);
+  for (const ZoneEntry& entry : entries_) {
+    if (entry.state == ZoneEntry::kComputed) bytes += entry.changes.bytes_held();
+  }
+  return bytes;
+}
+
+}  // namespace qv
