@@ -45,7 +45,6 @@ enum TaskFlag : uint32_t {
   // The kernel's own.
   kUnitsGranted = 0x100,   // a semaphore has given it units, and it has not run since
   kKillDeferred = 0x200,   // to be killed when its job is collected
-  kWaitDisposed = 0x400,   // the semaphore that it waited for is gone
 };
 
 // Bit of a task's events that follows its message queue.

@@ -1,0 +1,91 @@
+#include "tasks/own_stacks.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "tasks/kernel_state.h"
+#include "tasks/task_list_report.h"
+
+namespace qv {
+namespace {
+
+constexpr uint32_t kTopReserve = 256;  // bytes of a stack above its first frame
+constexpr uint32_t kLowReserve = 1024;  // bytes that shall be left below the stack pointer
+constexpr char kEndMark[4] = {'S', 't', 'a', 'K'};
+constexpr int kFill = 0xBD;
+
+struct OwnStackState {
+  char* lowest = nullptr;
+  uint32_t left = 0;  // bytes from `lowest` that no task has
+  platform::StackPointer mainline = nullptr;
+  platform::StackPointer discarded = nullptr;
+};
+
+OwnStackState& State() {
+  static constinit OwnStackState state;
+  return state;
+}
+
+void Start(void* argument) { RunTaskBody(static_cast<TCB*>(argument)); }
+
+bool IsSound(const TCB* task, uintptr_t stack_pointer) {
+  return stack_pointer >= task->stack_base + kLowReserve &&
+         stack_pointer < task->stack_base + task->stack_size &&
+         std::memcmp(reinterpret_cast<void*>(task->stack_base), kEndMark, sizeof kEndMark) == 0;
+}
+
+}  // namespace
+
+void SetStackArea(char* lowest, uint32_t size) {
+  State() = {};
+  if (lowest == nullptr || size <= kMainlineStackBytes) return;
+  constexpr uintptr_t kAlignment = 16;
+  const auto address = reinterpret_cast<uintptr_t>(lowest);
+  const auto skipped = static_cast<uint32_t>(-address & (kAlignment - 1));
+  State().lowest = lowest + skipped;
+  State().left = (size - kMainlineStackBytes - skipped) & ~uint32_t{kAlignment - 1};
+}
+
+bool HasStackArea() { return State().lowest != nullptr; }
+
+bool TakeOwnStack(TCB* task) {
+  OwnStackState& stacks = State();
+  if (task->stack_size < kLeastOwnStack || task->stack_size > stacks.left) return false;
+  stacks.left -= task->stack_size;
+  task->stack_base = reinterpret_cast<uintptr_t>(stacks.lowest) + stacks.left;
+  task->stack_low = task->stack_base + task->stack_size - kTopReserve;
+  task->saved_sp = reinterpret_cast<platform::StackPointer>(task->stack_low);
+  return true;
+}
+
+void MarkOwnStack(const TCB* task) {
+  auto* base = reinterpret_cast<char*>(task->stack_base);
+  std::memset(base, kFill, task->stack_size - kTopReserve);
+  std::memcpy(base, kEndMark, sizeof kEndMark);
+}
+
+void CheckOwnStack(TCB* task, uintptr_t stack_pointer) {
+  task->stack_low = std::min(task->stack_low, stack_pointer);
+  if (!IsSound(task, stack_pointer)) ZRTaskPrint(nullptr, "Stack overflow in QV task.");
+}
+
+void SwitchOwnStack(Leaving leaving, TCB* from, TCB* to) {
+  OwnStackState& stacks = State();
+  platform::StackPointer* left = &stacks.discarded;
+  if (leaving == Leaving::kMainline) {
+    left = &stacks.mainline;
+  } else if (leaving == Leaving::kTask) {
+    left = &from->saved_sp;
+    if (TheKernel().settings.check_stacks) {
+      CheckOwnStack(from, reinterpret_cast<uintptr_t>(__builtin_frame_address(0)));
+    }
+  }
+  platform::StackPointer target = stacks.mainline;
+  if (to != nullptr) {
+    const bool is_new = (to->flags & kNotStarted) != 0;
+    target = is_new ? platform::PrepareStack(to->saved_sp, Start, to) : to->saved_sp;
+  }
+  platform::SwitchStack(left, target);
+}
+
+}  // namespace qv

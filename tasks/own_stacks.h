@@ -1,0 +1,34 @@
+// Inner: the stacks of tasks without fibers, cut from one area of the kernel thread's own stack.
+//
+// Space is taken from the top down and never given back. The area lies in the frame of the function
+// that starts the kernel, so the mainline's frames are below it and stay clear of the tasks'.
+#pragma once
+
+#include <cstdint>
+
+#include "tasks/task.h"
+
+namespace qv {
+
+// Bytes at the top of the area that no task gets.
+constexpr uint32_t kMainlineStackBytes = 8192;
+// Less is no stack to start on.
+constexpr uint32_t kLeastOwnStack = 1024;
+
+// From here on stacks come from this area; null ends that.
+void SetStackArea(char* lowest, uint32_t size);
+bool HasStackArea();
+
+// Gives the task a stack of its stack_size; false when the area has less left.
+bool TakeOwnStack(TCB* task);
+// Fills a new stack with a pattern and marks its end, for the checks.
+void MarkOwnStack(const TCB* task);
+// The check when a task is left: keeps the lowest stack pointer and reports an overflow.
+void CheckOwnStack(TCB* task, uintptr_t stack_pointer);
+
+// Leaves the mainline's stack (for the first time), a task's, or one that will not run again, and
+// goes on with a task's, null for the mainline's.
+enum class Leaving { kMainline, kTask, kForGood };
+void SwitchOwnStack(Leaving leaving, TCB* from, TCB* to);
+
+}  // namespace qv
