@@ -14,8 +14,7 @@ namespace {
 int32_t SleepOfThisRun(const KernelState& kernel) {
   if (kernel.settings.idle_sleep != kAutomaticSleep) return kernel.settings.idle_sleep;
   if (TheKernelConfiguration().friendliness == 0) return kNeverSleep;
-  const bool nobody_ready =
-      kernel.hot.Empty() && kernel.ready1.Empty() && kernel.ready2.Empty();
+  const bool nobody_ready = kernel.hot.Empty() && kernel.ready1.Empty() && kernel.ready2.Empty();
   return nobody_ready ? 1 : 0;
 }
 

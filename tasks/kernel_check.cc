@@ -25,8 +25,7 @@ bool StandsRight(const KernelState& kernel, const TCB* task) {
       return task->list != nullptr && !IsReadyList(kernel, task->list) &&
              task->list != &kernel.wait;
     case TaskState::kSemaWait:
-      return task->list ==
-             &reinterpret_cast<const ZRSemaphore*>(task->wait_argument)->waiters;
+      return task->list == &reinterpret_cast<const ZRSemaphore*>(task->wait_argument)->waiters;
     case TaskState::kDead:
       return false;
   }

@@ -10,7 +10,7 @@
 namespace qv {
 namespace {
 
-constexpr uint32_t kSleepBound = 1001;        // values from here on are no sleeps
+constexpr uint32_t kSleepBound = 1001;           // values from here on are no sleeps
 constexpr uint32_t kKeepThreshold = 0xFFFFFFFE;  // -2
 
 void SetSleeps(int32_t sleep, int32_t idle_sleep) {

@@ -11,8 +11,8 @@ constexpr int32_t kNeverSleep = -1;
 constexpr int32_t kAutomaticSleep = -2;
 
 struct KernelParams {
-  uint32_t sleep = 0;       // at each loop end, milliseconds; kNeverSleep
-  uint32_t idle_sleep = 0;  // of each run of the idle task; kNeverSleep, kAutomaticSleep
+  uint32_t sleep = 0;            // at each loop end, milliseconds; kNeverSleep
+  uint32_t idle_sleep = 0;       // of each run of the idle task; kNeverSleep, kAutomaticSleep
   uint32_t longest_latency = 0;  // report runs that take longer, milliseconds; 0: none
   uint16_t trace_latency = 0;    // 1: with a traceback
   uint16_t io_yield = 0;         // the file cache yields after each read that it answers
@@ -40,9 +40,9 @@ struct KernelSettings {
   int32_t hot_limit_per_task = 100;  // divisor of the hot cycle; 0 counts as 1
   int32_t hot_cycle = 3;             // switches before the first hot pick
   bool use_parked_lists = false;
-  int32_t trace = 0;             // 0 to 6
-  bool check_stacks = false;     // without fibers
-  int32_t sleep = kNeverSleep;   // milliseconds, at most kLongestSleep
+  int32_t trace = 0;            // 0 to 6
+  bool check_stacks = false;    // without fibers
+  int32_t sleep = kNeverSleep;  // milliseconds, at most kLongestSleep
   int32_t idle_sleep = kAutomaticSleep;
 
   static constexpr int32_t kLongestSleep = 1000;

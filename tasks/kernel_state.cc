@@ -27,7 +27,9 @@ WorkerLink& TheWorkerLink() {
   return link;
 }
 
-TCB* TaskOf(TaskId id) { return id == 0 ? TheKernel().current.load(std::memory_order_relaxed) : ZRTaskFindTask(id); }
+TCB* TaskOf(TaskId id) {
+  return id == 0 ? TheKernel().current.load(std::memory_order_relaxed) : ZRTaskFindTask(id);
+}
 
 TCB* ChooseNext() {
   TCB* next = PickNextTask();

@@ -50,15 +50,15 @@ struct KernelState {
   bool wake_all = false;  // the next check wakes every sleeper on the parked lists
 
   // --- hot tasks ---
-  int64_t hot_budget = 100;        // hot picks still allowed in this loop
+  int64_t hot_budget = 100;  // hot picks still allowed in this loop
   int64_t hot_budget_at_start = 100;
-  uint32_t hot_countdown = 3;      // switches until the next hot pick
-  uint32_t hot_cycle = 3;          // least kLeastHotCycle
+  uint32_t hot_countdown = 3;  // switches until the next hot pick
+  uint32_t hot_cycle = 3;      // least kLeastHotCycle
   uint32_t longest_hot_list = 0;
-  uint32_t insertions = 0;         // into the next list, in this loop
+  uint32_t insertions = 0;  // into the next list, in this loop
 
   // --- times, microseconds ---
-  uint64_t decided_at = 0;    // the reading of the present decision; 0: none yet
+  uint64_t decided_at = 0;  // the reading of the present decision; 0: none yet
   uint64_t last_switch = 0;
   bool has_last_switch = false;
   uint64_t last_loop_end = 0;

@@ -53,8 +53,8 @@ void TraceSleep(const TCB* task, uint64_t now, uint32_t micros, bool may_wake_ea
     DebugPrintf("%u ZRTaskYieldMicros(%lu,%s) for '%s' %u.\n", Low(now), micros,
                 YesNo(may_wake_early), task->name, Low(task->wake_time));
   } else {
-    DebugPrintf("%u ZRTaskYieldMicros(%lu,%s) for #%ph.\n", Low(now), micros,
-                YesNo(may_wake_early), NumberAsPointer(task));
+    DebugPrintf("%u ZRTaskYieldMicros(%lu,%s) for #%ph.\n", Low(now), micros, YesNo(may_wake_early),
+                NumberAsPointer(task));
   }
 }
 

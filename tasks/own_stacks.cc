@@ -9,7 +9,7 @@
 namespace qv {
 namespace {
 
-constexpr uint32_t kTopReserve = 256;  // bytes of a stack above its first frame
+constexpr uint32_t kTopReserve = 256;   // bytes of a stack above its first frame
 constexpr uint32_t kLowReserve = 1024;  // bytes that shall be left below the stack pointer
 constexpr char kEndMark[4] = {'S', 't', 'a', 'K'};
 constexpr int kFill = 0xBD;

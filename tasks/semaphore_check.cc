@@ -55,8 +55,7 @@ class Element {
 
 void RunTasks(Check* check, Element* element) {
   for (int32_t i = 0; i < kTasks; ++i) {
-    check->tasks[i] =
-        ZRTaskCreate(kStack, HoldAgainAndAgain, reinterpret_cast<uintptr_t>(check));
+    check->tasks[i] = ZRTaskCreate(kStack, HoldAgainAndAgain, reinterpret_cast<uintptr_t>(check));
     if (check->tasks[i] == 0) element->Write("<error>Could not create %dth task.</error>", i);
   }
   ZRTaskYieldTicks(kCheckTicks, false);

@@ -1,6 +1,6 @@
 // A check of the running kernel's semaphores, for an application's self test: 1000 tasks that share
-// one semaphore, which must admit one of them at a time. Takes five seconds. The calling task sleeps
-// meanwhile, and the others run on.
+// one semaphore, which must admit one of them at a time. Takes five seconds. The calling task
+// sleeps meanwhile, and the others run on.
 #pragma once
 
 #include <cstdarg>

@@ -101,7 +101,9 @@ void ReleaseSemaphore(TCB* task) {
 ZRSemaphore* ZRTaskNewSemaphore(int32_t count) {
   void* memory = qv::GlobalHooks().allocate(sizeof(ZRSemaphore));
   if (memory == nullptr) return nullptr;
-  return new (memory) ZRSemaphore{.count = count};
+  auto* semaphore = new (memory) ZRSemaphore;
+  semaphore->count = count;
+  return semaphore;
 }
 
 bool ZRTaskDisposeSemaphore(ZRSemaphore** variable) {

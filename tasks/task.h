@@ -43,8 +43,8 @@ enum TaskFlag : uint32_t {
   kNotStarted = 0x10,
   kMayWakeEarly = 0x20,  // the present timed wait
   // The kernel's own.
-  kUnitsGranted = 0x100,   // a semaphore has given it units, and it has not run since
-  kKillDeferred = 0x200,   // to be killed when its job is collected
+  kUnitsGranted = 0x100,  // a semaphore has given it units, and it has not run since
+  kKillDeferred = 0x200,  // to be killed when its job is collected
 };
 
 // Bit of a task's events that follows its message queue.
@@ -61,45 +61,45 @@ constexpr uintptr_t kNoStackBase = ~uintptr_t{0};  // of a task with a fiber
 
 // Words that may carry an address are as wide as one. The fields up to `user` keep their order.
 struct TCB {
-  TCB* next = nullptr;            // on the list that the task is on
-  TCB* previous = nullptr;        // null at the head
-  qv::TaskList* list = nullptr;   // null when on none
-  uintptr_t cookie = 0;           // the id XOR kCookieMask; 0 once dead
-  TaskId id = 0;                  // the block's own address
+  TCB* next = nullptr;           // on the list that the task is on
+  TCB* previous = nullptr;       // null at the head
+  qv::TaskList* list = nullptr;  // null when on none
+  uintptr_t cookie = 0;          // the id XOR kCookieMask; 0 once dead
+  TaskId id = 0;                 // the block's own address
   uint32_t events = 0;
   ZRTaskMessage* first_message = nullptr;
   ZRTaskMessage* last_message = nullptr;
-  uintptr_t parameter = 0;        // published at each switch to the task
+  uintptr_t parameter = 0;  // published at each switch to the task
   qv::TaskState state = qv::TaskState::kReady;
   uint32_t flags = qv::kNotStarted;
-  uintptr_t wait_argument = 0;    // event mask, message, job, or semaphore
-  int32_t wait_units = 0;         // asked of a semaphore
-  uint32_t stack_size = 0;        // bytes, a multiple of 16
-  uintptr_t stack_low = 0;        // lowest stack pointer seen
-  uintptr_t stack_base = 0;       // lowest address; kNoStackBase for a fiber
+  uintptr_t wait_argument = 0;  // event mask, message, job, or semaphore
+  int32_t wait_units = 0;       // asked of a semaphore
+  uint32_t stack_size = 0;      // bytes, a multiple of 16
+  uintptr_t stack_low = 0;      // lowest stack pointer seen
+  uintptr_t stack_base = 0;     // lowest address; kNoStackBase for a fiber
   ZRTaskEntry entry = nullptr;
   platform::StackPointer saved_sp = nullptr;  // without fibers; while it does not run
   void* fiber = nullptr;                      // null without fibers
   uintptr_t local_slots[kLocalSlotWords] = {};
-  uint32_t last_loop = 0;         // in which it last ran
+  uint32_t last_loop = 0;  // in which it last ran
   uint32_t statistics_epoch = 0;
-  uint32_t loop_runs = 0;         // in loop last_loop
+  uint32_t loop_runs = 0;  // in loop last_loop
   uint32_t runs_since_read = 0;
   uint32_t runs = 0;
-  uint32_t io_count = 0;          // blocking operations since it last gave up the processor
-  double seconds = 0;             // that it has run
-  double longest = 0;             // longest single run, microseconds
-  uint32_t serial = 0;            // 0 until one is assigned
+  uint32_t io_count = 0;  // blocking operations since it last gave up the processor
+  double seconds = 0;     // that it has run
+  double longest = 0;     // longest single run, microseconds
+  uint32_t serial = 0;    // 0 until one is assigned
   uint32_t number = 0;
   qv::TaskProperty* properties = nullptr;  // sorted by key
-  uint64_t ready_time = 0;        // microseconds; when last readied or given the processor
-  uint64_t last_dropout = 0;      // microseconds of its latest run
+  uint64_t ready_time = 0;                 // microseconds; when last readied or given the processor
+  uint64_t last_dropout = 0;               // microseconds of its latest run
   uintptr_t tag = 0;
   uint32_t property_count = 0;
   char name[kTaskNameSize] = {};
   uintptr_t user = 0;
 
-  uint64_t wake_time = 0;         // microseconds; of a timed wait
+  uint64_t wake_time = 0;  // microseconds; of a timed wait
   // The task whose reply it waits for, and its neighbours among those who wait for that task; and
   // those who wait for this one, oldest first.
   TCB* called = nullptr;

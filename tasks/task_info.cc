@@ -83,7 +83,8 @@ int32_t ZRTaskGetHotMode(TaskId id) {
 bool ZRTaskIsHot(TaskId id) {
   const qv::KernelState& kernel = qv::TheKernel();
   if (!ZRIsKernelThread()) {
-    return id != 0 && reinterpret_cast<TaskId>(kernel.current.load(std::memory_order_relaxed)) == id;
+    return id != 0 &&
+           reinterpret_cast<TaskId>(kernel.current.load(std::memory_order_relaxed)) == id;
   }
   const TCB* task = qv::TaskOf(id);
   return task != nullptr && (task == kernel.superhot || task->IsHot());

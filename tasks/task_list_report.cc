@@ -30,8 +30,8 @@ void PrintStack(ZRTaskOutput output, const TCB* task) {
                 static_cast<uint32_t>(reinterpret_cast<uintptr_t>(task->fiber)));
     return;
   }
-  const auto left = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(task->saved_sp) -
-                                          task->stack_base);
+  const auto left =
+      static_cast<uint32_t>(reinterpret_cast<uintptr_t>(task->saved_sp) - task->stack_base);
   const auto lowest = static_cast<uint32_t>(task->stack_low - task->stack_base);
   ZRTaskPrint(output, " Stack=%lu (%lu free, LWM=%lu)", task->stack_size, left,
               std::min(left, lowest));

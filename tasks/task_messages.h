@@ -32,8 +32,8 @@ struct ZRTaskValueMessage : ZRTaskMessage {
 
 // False for an id that is not valid. The message may be one of no task's, posted by the mainline.
 bool ZRTaskPostMessage(TaskId task, ZRTaskMessage* message);
-// Posts, waits for the reply and stores it (reply may be null). False, and nothing posted, for an id
-// that is not valid and where waiting is not possible.
+// Posts, waits for the reply and stores it (reply may be null). False, and nothing posted, for an
+// id that is not valid and where waiting is not possible.
 bool ZRTaskSendMessage(TaskId task, ZRTaskMessage* message, uint32_t* reply);
 // The same with a ZRTaskValueMessage of one word.
 bool ZRTaskSendValue(TaskId task, uint32_t value, uint32_t* reply);

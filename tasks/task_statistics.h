@@ -11,11 +11,11 @@
 namespace qv {
 
 struct KernelStatistics {
-  uint32_t tasks = 0;        // with the idle task
-  uint32_t loops = 0;        // loop ends so far
-  uint32_t switches = 0;     // of the processor, and decisions to go on with the same task
+  uint32_t tasks = 0;     // with the idle task
+  uint32_t loops = 0;     // loop ends so far
+  uint32_t switches = 0;  // of the processor, and decisions to go on with the same task
   uint32_t switches_at_reset = 0;
-  uint32_t loop_runs = 0;    // in the present loop
+  uint32_t loop_runs = 0;  // in the present loop
   uint32_t idle_runs = 0;
   uint32_t forced_wakes = 0;  // early ones, for want of anything else to do
   uint32_t superhot_sleeps = 0;

@@ -18,9 +18,7 @@ uint32_t TimedWheel::Add(TCB* task) {
 TimedWheel::Scan TimedWheel::PlanScan(uint64_t now, bool full) const {
   if (full) return {.full = true, .end = kSlots - 1};
   const uint32_t target = SlotOf(now);
-  return {.start = last_slot_,
-          .target = target,
-          .end = last_slot_ <= target ? target : kSlots - 1};
+  return {.start = last_slot_, .target = target, .end = last_slot_ <= target ? target : kSlots - 1};
 }
 
 TCB* TimedWheel::FirstEarly() const {

@@ -24,7 +24,9 @@ class TimedWheel {
     uint32_t seen = 0;  // looked at and left
   };
 
-  TimedWheel() { Clear(); }
+  constexpr TimedWheel() {
+    for (TaskList& slot : slots_) slot.is_timed_slot = 1;
+  }
   void Clear();
 
   static uint32_t SlotOf(uint64_t wake_time) {

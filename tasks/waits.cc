@@ -129,8 +129,8 @@ void ZRTaskYieldMicros(uint32_t micros, bool early_ok) {
 
 void ZRTaskYieldMillis(uint32_t milliseconds, bool early_ok) {
   if (milliseconds > qv::kMostMillis) {
-    milliseconds = qv::Shortened(milliseconds, qv::kMillisInstead, "ms",
-                                 &qv::State().milli_reports);
+    milliseconds =
+        qv::Shortened(milliseconds, qv::kMillisInstead, "ms", &qv::State().milli_reports);
   }
   ZRTaskYieldMicros(static_cast<uint32_t>(milliseconds * qv::kMicrosecondsPerMillisecond),
                     early_ok);
@@ -198,8 +198,8 @@ uint32_t ZRTaskWaitEvents(uint32_t mask) {
 
 void ZRTaskSignal(TaskId id, uint32_t events) {
   TCB* task = qv::TaskOf(id);
-  if (task == nullptr || (task->state != qv::TaskState::kWaiting &&
-                          task->state != qv::TaskState::kTimedWait)) {
+  if (task == nullptr ||
+      (task->state != qv::TaskState::kWaiting && task->state != qv::TaskState::kTimedWait)) {
     return;
   }
   task->events = qv::WithMessageBit(task, events);
@@ -223,4 +223,3 @@ void ZRTaskWaitIO() {
   qv::LeaveList(task);
   qv::ChooseAndSwitch();
 }
-

@@ -4,8 +4,8 @@
 //   ZRTaskYieldMillis(20, false);           // 20 ms or more
 //   uint32_t events = ZRTaskWaitEvents(kDataHere | kStop);
 //
-// Threads: the kernel thread. Nothing here waits inside a critical region, during EndTask or with no
-// current task: yields return at once, waits that give a value give 0.
+// Threads: the kernel thread. Nothing here waits inside a critical region, during EndTask or with
+// no current task: yields return at once, waits that give a value give 0.
 #pragma once
 
 #include <cstdint>

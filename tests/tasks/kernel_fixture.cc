@@ -1,0 +1,135 @@
+#include "tests/tasks/kernel_fixture.h"
+
+#include <cstdlib>
+#include <map>
+#include <utility>
+
+#include "app/debug_output.h"
+#include "app/settings.h"
+#include "base/clock.h"
+#include "base/hooks.h"
+#include "tests/test_platform.h"
+
+namespace test {
+namespace {
+
+constexpr size_t kThreadStackBesidesTasks = 4 << 20;
+
+struct FixtureState {
+  KernelTest* fixture = nullptr;
+  std::string* printed = nullptr;
+  int blocks = 0;
+  int allocations_left = -1;
+};
+FixtureState& State() {
+  static FixtureState state;
+  return state;
+}
+
+void CountAllocations() {
+  State().blocks = 0;
+  qv::GlobalHooks().allocate = [](size_t size) -> void* {
+    int& left = State().allocations_left;
+    if (left == 0) {
+      left = -1;
+      return nullptr;
+    }
+    if (left > 0) --left;
+    ++State().blocks;
+    return std::malloc(size);
+  };
+  qv::GlobalHooks().release = [](void* block) {
+    if (block != nullptr) --State().blocks;
+    std::free(block);
+  };
+}
+
+}  // namespace
+
+void FailAllocation(int after) { State().allocations_left = after; }
+
+KernelTest::KernelTest() {
+  State() = {};
+  State().printed = &printed;
+  qv::SetDebugFlag(1);
+  qv::GlobalHooks().show_in_console = [](const char* text) {
+    *State().printed += text;
+    return true;
+  };
+  qv::ResetClockForTest();
+  qv::ResetWaitsForTest();
+  ZRTaskSetFriendliness(1);
+  ZRTaskSetParams(nullptr);
+}
+
+KernelTest::~KernelTest() {
+  qv::SetDebugFlag(0);
+  qv::ResetHooksForTest();
+  qv::ResetClockForTest();
+  qv::ResetSettingsForTest();
+  EmptyFolder(TempFolder());
+}
+
+void KernelTest::Set(const std::string& section_and_line) {
+  const size_t slash = section_and_line.find('/');
+  settings_.emplace_back(section_and_line.substr(0, slash), section_and_line.substr(slash + 1));
+}
+
+int32_t KernelTest::Run(const std::function<void()>& main, uint32_t stack_bytes) {
+  std::map<std::string, std::string> sections;
+  for (const auto& [section, line] : settings_) {
+    std::string& text = sections[section];
+    text.insert(0, line + "\r\n");  // the latest counts
+  }
+  std::string file;
+  for (const auto& [section, text] : sections) file += "[" + section + "]\r\n" + text;
+  const std::string path = TempFolder() + "\\kernel.ini";
+  EXPECT_TRUE(WriteWholeFile(path, file));
+  EXPECT_TRUE(qv::SetSettingsPath(path.c_str()));
+  printed.clear();
+  int32_t result = -2;
+  CountAllocations();
+  RunOnThread(stack_bytes + kThreadStackBesidesTasks, [&] {
+    result = ZRTaskStartKernel(
+        stack_bytes, nullptr,
+        [](uintptr_t argument) -> int32_t {
+          (*reinterpret_cast<const std::function<void()>*>(argument))();
+          return 77;
+        },
+        reinterpret_cast<uintptr_t>(&main));
+  });
+  blocks_left = State().blocks;
+  bodies_.clear();
+  return result;
+}
+
+void KernelTest::RunTasks(const std::function<void()>& create, uint32_t stack_bytes) {
+  const int32_t result = Run(
+      [&] {
+        create();
+        ZRTaskLeaveCritical(false);
+        ZRTaskYield();
+      },
+      stack_bytes);
+  EXPECT_EQ(result, 77);
+  EXPECT_EQ(blocks_left, 0);
+}
+
+void KernelTest::RunInBothModes(const std::function<void()>& create, uint32_t stack_bytes) {
+  for (const char* mode : {"QVSetup/Fibers=1", "QVSetup/Fibers=0"}) {
+    SCOPED_TRACE(mode);
+    Set(mode);
+    RunTasks(create, stack_bytes);
+  }
+}
+
+TaskId KernelTest::Spawn(const std::string& name, std::function<void()> body, uint32_t stack) {
+  bodies_.push_back(std::move(body));
+  const TaskId task = ZRTaskCreate(
+      stack, [](TCB* self) { (*reinterpret_cast<std::function<void()>*>(self->parameter))(); },
+      reinterpret_cast<uintptr_t>(&bodies_.back()));
+  if (task != 0) ZRTaskSetName(name.c_str(), task, 0);
+  return task;
+}
+
+}  // namespace test
