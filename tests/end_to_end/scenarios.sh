@@ -26,6 +26,7 @@ staging=$temp/Quorvantis
 
 send() { timeout "$limit" $wine "$bin/qvsend$suffix" "$@"; }
 client() { timeout "$limit" $wine "$bin/qvclient$suffix" "$@"; }
+tool() { timeout "$limit" $wine "$bin/qvtool$suffix" "$@"; }
 raw_request() { timeout "$limit" $wine "$bin/raw_request$suffix" "$drive$PWD/$1"; }
 
 # Starts a client that ends after so many requests; "client.out" and "client.err" hold its lines.
@@ -395,7 +396,7 @@ scenario_failures_say_what_to_do() {
 }
 
 scenario_help_and_version() {
-  for program in qvsend qvclient; do
+  for program in qvsend qvclient qvtool; do
     $wine "$bin/$program$suffix" --help >help 2>&1 || return 1
     expect help "Example:" || return 1
     $wine "$bin/$program$suffix" --version >version 2>&1 || return 1
@@ -419,6 +420,75 @@ scenario_a_client_that_is_stopped() {
   kill -INT $client_pid
   await_client || return 1
   [ -f mail/0001.eml ] && expect_staged ""
+}
+
+# tool_fails CODE TEXT ARGUMENT...: qvtool ends with the code and one line that holds the text.
+tool_fails() {
+  code=$1 text=$2
+  shift 2
+  tool "$@" >out 2>complaint
+  [ $? = "$code" ] || fail "exit code is not $code: $*" || return 1
+  [ "$(wc -l <complaint)" -eq 1 ] || fail "not one line" || return 1
+  expect complaint "qvtool: " && expect complaint "$text"
+}
+
+scenario_tool_converts_in_a_pipe() {
+  seq 1 9999 | while read -r line; do
+    echo "吾輩は猫である。名前はまだ無い。「ソ」と表と①とｱ行$line"
+  done >utf8
+  # Both ways beside another program, and through the forms of one character set.
+  iconv -f UTF-8 -t CP932 utf8 >sjis
+  tool convert --from UTF-8 --to shift_jis <utf8 >ours && cmp ours sjis || return 1
+  tool convert --from 932 --to UTF-8 <sjis >ours && cmp ours utf8 || return 1
+  iconv -f UTF-8 -t UTF-16LE utf8 >wide
+  tool convert --from UTF-16LE --to EUC-JP <wide | tool convert --from 20001 --to ISO-2022-JP |
+    tool convert --from 20002 --to 932 >ours && cmp ours sjis || return 1
+  tool convert --from 932 --to utf-8 --line-ends crlf <sjis | tr -d '\r' >ours && cmp ours utf8
+}
+
+scenario_tool_encodes_and_names() {
+  head -c 500000 /dev/urandom >bytes
+  base64 -w 64 bytes | head -c -1 >theirs
+  tool base64 --separator lf <bytes >ours && cmp ours theirs || return 1
+  tool base64 <bytes | tr -d '\r' >ours && cmp ours theirs || return 1
+  tr -d '\n' <theirs >one_line
+  tool base64 --separator none <bytes >ours && cmp ours one_line || return 1
+  tool charset Windows-1252 >names && tool charset 28595 >>names && tool charset 437 >>names || return 1
+  printf '%s\t%s\t%s\t%s\n' 1252 ISO-8859-1 CP1252 .1252 \
+    28595 ISO-8859-5 CP1252 russian.ISO8859-5 437 '' CP1252 english >expected
+  cmp names expected
+}
+
+scenario_tool_says_what_fails() {
+  printf 'a\303' >cut
+  tool_fails 1 'unknown character set "latin1"' charset latin1 &&
+    tool_fails 2 'unknown character set "latin1"' convert --from latin1 --to UTF-8 &&
+    tool_fails 2 "--to is required" convert --from UTF-8 &&
+    tool_fails 2 "no command; see --help" &&
+    tool_fails 2 "see --help" nonsense &&
+    tool_fails 1 "no table to convert 20009 (EUC-KR) to 65001 (UTF-8)" \
+      convert --from EUC-KR --to UTF-8 <cut &&
+    tool_fails 1 "ends inside a character: 1 byte left out" convert --from UTF-8 --to 1252 <cut ||
+    return 1
+  [ "$(cat out)" = a ] || fail "what could be converted is not there" || return 1
+  printf '日本' | tool_fails 0 "warning: 2 characters malformed or without a place" \
+    convert --from UTF-8 --to 1252 || return 1
+  [ -z "$wine" ] || return 0
+  # Streams that fail, as the shell gives them.
+  for command in "charset 932" "base64" "convert --from 1252 --to UTF-8"; do
+    yes 2>/dev/null | head -c 300000 | tool $command >/dev/full 2>complaint
+    [ $? = 1 ] || fail "$command: a full disk is no failure" || return 1
+    expect complaint "qvtool: cannot write to standard output: the disk is full" || return 1
+    tool $command <cut >&- 2>complaint
+    [ $? = 1 ] || fail "$command: a closed output is no failure" || return 1
+  done
+  { yes 2>/dev/null | tool base64 2>complaint; echo $? >code; } | head -c 9 >/dev/null
+  [ "$(cat code)" = 1 ] || fail "a broken pipe is no failure" || return 1
+  expect complaint "nobody reads it any more" || return 1
+  tool base64 <. >out 2>complaint && fail "a folder can be read"
+  expect complaint "cannot read standard input: " || return 1
+  tool base64 <&- >out 2>complaint && fail "a closed input can be read"
+  expect complaint "cannot read standard input: "
 }
 
 # --- all of them, by their names in this file ---
