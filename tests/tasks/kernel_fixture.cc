@@ -8,6 +8,7 @@
 #include "app/settings.h"
 #include "base/clock.h"
 #include "base/hooks.h"
+#include "tasks/kernel_settings.h"
 #include "tests/test_platform.h"
 
 namespace test {

@@ -4,6 +4,7 @@
 #include "base/hooks.h"
 #include "tasks/kernel_thread.h"
 #include "tasks/semaphores.h"
+#include "tasks/task_messages.h"
 #include "tasks/task_object.h"
 #include "tasks/task_statistics.h"
 #include "tasks/worker_link.h"
@@ -94,7 +95,9 @@ TEST_F(SchedulerTest, CreationFailsWithoutLeavingAnything) {
           "x", [] {}, row.stack);
       test::FailAllocation(-1);
       // The registry may have room without an allocation.
-      if (row.failing_allocation != 2) EXPECT_EQ(task, 0u);
+      if (row.failing_allocation != 2) {
+        EXPECT_EQ(task, 0u);
+      }
       EXPECT_EQ(qv::GetKernelStatistics().tasks, tasks + (task != 0 ? 1 : 0));
     }
     EXPECT_NE(Spawn(
@@ -169,7 +172,7 @@ TEST_F(SchedulerTest, ASecondKernelIsRefused) {
 enum Victim { kYields, kNew, kWaits, kSleeps, kOnSemaphore, kSends, kForIO, kGetsUnits, kVictims };
 
 TEST_F(SchedulerTest, KilledTasksLeaveNothingInAnyState) {
-  constexpr int kOfEach = 1000 / kVictims;
+  static constexpr int kOfEach = 1000 / kVictims;
   RunInBothModes(
       [this] {
         static ZRSemaphore* semaphore;
@@ -299,7 +302,6 @@ TEST_F(SchedulerTest, MainlineKilledCandidateIsReplaced) {
 // --- what tasks carry ---
 
 TEST_F(SchedulerTest, HooksShowTheRunningTask) {
-  static uintptr_t parameter_seen;
   RunTasks([this] {
     static TaskId first;
     first = Spawn("first", [this] {
