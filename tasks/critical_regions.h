@@ -1,8 +1,8 @@
 // Keeping the processor, and operations that no other thread can come between.
 //
-//   ZRTaskEnterCritical(false);   // from here on no other task runs, whatever is called
+//   ZRTaskEnterCritical();   // from here on no other task runs, whatever is called
 //   ...
-//   ZRTaskLeaveCritical(false);
+//   ZRTaskLeaveCritical();
 //
 // Regions nest. The kernel starts inside one, so the host leaves one before its tasks can switch.
 // With the lock the kernel lock is held too, which other threads may use.
@@ -12,8 +12,8 @@
 
 #include <cstdint>
 
-void ZRTaskEnterCritical(bool lock);
-void ZRTaskLeaveCritical(bool lock);
+void ZRTaskEnterCritical(bool lock = false);
+void ZRTaskLeaveCritical(bool lock = false);
 
 // Each under the kernel lock; returns the value before.
 uint32_t ZRTaskAtomicIncrement(uint32_t* word);

@@ -62,12 +62,13 @@ void ClearState(KernelState& kernel) {
 // The tasks that are left, the idle task among them.
 void KillAll(KernelState& kernel) {
   kernel.current = nullptr;
+  kernel.idle = nullptr;
   HashIterator each;
   TaskId id = 0;
   for (each.Begin(*kernel.registry); each.Next(&id, sizeof id);) {
     TCB* task = ZRTaskFindTask(id);
     if (task == nullptr) continue;
-    task->state = TaskState::kReady;  // no job of its is collected any more
+    if (task->state == TaskState::kIOWait) task->state = TaskState::kReady;  // its job is nobody's
     ZRTaskKill(id);
   }
 }
@@ -80,12 +81,13 @@ void Finish(KernelState& kernel) {
   }
   DeleteRegistry(kernel);
   ForgetKernelThread();
-  SetStackArea(nullptr, 0);
+  OfferStackArea(nullptr);
   ShutFibersDown();
 }
 
-int32_t RunMain(uintptr_t* current_parameter, ZRMainFunction main, uintptr_t argument) {
-  int32_t result = ZRTaskInitKernel(current_parameter);
+int32_t RunMain(uint32_t area_size, uintptr_t* current_parameter, ZRMainFunction main,
+                uintptr_t argument) {
+  int32_t result = ZRTaskInitKernel(area_size, current_parameter);
   if (result == 0) result = CreateIdleTask() ? main(argument) : -1;
   Finish(TheKernel());
   return result;
@@ -95,23 +97,23 @@ int32_t RunMain(uintptr_t* current_parameter, ZRMainFunction main, uintptr_t arg
 [[gnu::noinline]] int32_t RunMainBelowArea(uint32_t area_size, uintptr_t* current_parameter,
                                            ZRMainFunction main, uintptr_t argument) {
   if (platform::StackBytesLeft() > area_size + kRoomForMainline) {
-    SetStackArea(static_cast<char*>(__builtin_alloca(area_size)), area_size);
+    OfferStackArea(static_cast<char*>(__builtin_alloca(area_size)));
   }
   Sleep(0);
-  return RunMain(current_parameter, main, argument);
+  return RunMain(area_size, current_parameter, main, argument);
 }
 
 }  // namespace
 }  // namespace qv
 
-int32_t ZRTaskInitKernel(uintptr_t* current_parameter) {
+int32_t ZRTaskInitKernel(uint32_t stack_area_bytes, uintptr_t* current_parameter) {
   qv::KernelState& kernel = qv::TheKernel();
   qv::ClearState(kernel);
   kernel.settings = qv::ReadKernelSettings();
   kernel.hot_countdown = static_cast<uint32_t>(std::max(kernel.settings.hot_cycle, 0));
   qv::TheKernelConfiguration().io_yield =
       static_cast<uint16_t>(qv::ReadSetting(qv::setting::kIOYield));
-  if (!ZRFibersUsable() && !qv::HasStackArea()) return -1;
+  if (!ZRFibersUsable() && !qv::OpenStackArea(stack_area_bytes)) return -1;
   kernel.registry = qv::NewRegistry();
   if (kernel.registry == nullptr) return -1;
   kernel.current_parameter =
@@ -129,6 +131,6 @@ int32_t ZRTaskStartKernel(uint32_t stack_bytes, uintptr_t* current_parameter, ZR
   if (stack_bytes > UINT32_MAX - qv::kAreaBesidesTasks) return -1;
   const uint32_t total = stack_bytes + qv::kAreaBesidesTasks;
   ZRFibersSetUp();
-  return ZRFibersUsable() ? qv::RunMain(current_parameter, main, argument)
+  return ZRFibersUsable() ? qv::RunMain(total, current_parameter, main, argument)
                           : qv::RunMainBelowArea(total, current_parameter, main, argument);
 }

@@ -36,17 +36,18 @@ bool IsSound(const TCB* task, uintptr_t stack_pointer) {
 
 }  // namespace
 
-void SetStackArea(char* lowest, uint32_t size) {
-  State() = {};
-  if (lowest == nullptr || size <= kMainlineStackBytes) return;
-  constexpr uintptr_t kAlignment = 16;
-  const auto address = reinterpret_cast<uintptr_t>(lowest);
-  const auto skipped = static_cast<uint32_t>(-address & (kAlignment - 1));
-  State().lowest = lowest + skipped;
-  State().left = (size - kMainlineStackBytes - skipped) & ~uint32_t{kAlignment - 1};
-}
+void OfferStackArea(char* lowest) { State() = {.lowest = lowest}; }
 
-bool HasStackArea() { return State().lowest != nullptr; }
+bool OpenStackArea(uint32_t size) {
+  OwnStackState& stacks = State();
+  if (stacks.lowest == nullptr || size <= kMainlineStackBytes) return false;
+  constexpr uintptr_t kAlignment = 16;
+  const auto address = reinterpret_cast<uintptr_t>(stacks.lowest);
+  const auto skipped = static_cast<uint32_t>(-address & (kAlignment - 1));
+  stacks.lowest += skipped;
+  stacks.left = (size - kMainlineStackBytes - skipped) & ~uint32_t{kAlignment - 1};
+  return true;
+}
 
 bool TakeOwnStack(TCB* task) {
   OwnStackState& stacks = State();

@@ -15,9 +15,10 @@ constexpr uint32_t kMainlineStackBytes = 8192;
 // Less is no stack to start on.
 constexpr uint32_t kLeastOwnStack = 1024;
 
-// From here on stacks come from this area; null ends that.
-void SetStackArea(char* lowest, uint32_t size);
-bool HasStackArea();
+// The lowest address of an area for the next kernel; null: there is none.
+void OfferStackArea(char* lowest);
+// From here on stacks come from that area, which has `size` bytes; false when none was offered.
+bool OpenStackArea(uint32_t size);
 
 // Gives the task a stack of its stack_size; false when the area has less left.
 bool TakeOwnStack(TCB* task);

@@ -36,12 +36,17 @@ TCB* PickHot(KernelState& kernel) {
 
 // --- the end of a loop, step by step ---
 
-uint64_t SleepAtLoopEnd(const KernelState& kernel) {
-  if (TheWorkerLink().deliver_calls != nullptr) TheWorkerLink().deliver_calls();
+// How long the loop took, 0 for the first; the sleep behind it does not count.
+uint64_t LoopTime(const KernelState& kernel, uint64_t now) {
+  const bool is_known = kernel.last_loop_end != 0 && now > kernel.last_loop_end;
+  return is_known ? now - kernel.last_loop_end : 0;
+}
+
+// The time after it.
+uint64_t SleepAtLoopEnd(const KernelState& kernel, uint64_t now) {
+  if (kernel.settings.sleep == kNeverSleep) return now;
   // Calls from other threads end the sleep.
-  if (kernel.settings.sleep != kNeverSleep) {
-    SleepEx(static_cast<DWORD>(kernel.settings.sleep), TRUE);
-  }
+  SleepEx(static_cast<DWORD>(kernel.settings.sleep), TRUE);
   return ZRMicroseconds(true);
 }
 
@@ -53,15 +58,11 @@ void RenewHotBudget(KernelState& kernel) {
   kernel.hot_countdown = 0;
 }
 
-void NoteLoopTime(KernelState& kernel, uint64_t now) {
-  KernelStatistics& statistics = kernel.statistics;
-  if (kernel.last_loop_end != 0 && now > kernel.last_loop_end) {
-    const uint64_t interval = now - kernel.last_loop_end;
-    statistics.longest_loop = std::max(statistics.longest_loop, interval);
-    statistics.loop_time += interval;
-    ++statistics.timed_loops;
-  }
-  kernel.last_loop_end = now;
+void NoteLoopTime(KernelStatistics* statistics, uint64_t interval) {
+  if (interval == 0) return;
+  statistics->longest_loop = std::max(statistics->longest_loop, interval);
+  statistics->loop_time += interval;
+  ++statistics->timed_loops;
 }
 
 void Wake(TCB* task, uint64_t now) {
@@ -203,9 +204,13 @@ TCB* PickNextTask() {
 
 TCB* EndOfLoop() {
   qv::KernelState& kernel = qv::TheKernel();
-  const uint64_t now = qv::SleepAtLoopEnd(kernel);
+  uint64_t now = ZRMicroseconds(true);
+  const uint64_t loop_time = qv::LoopTime(kernel, now);
+  if (qv::TheWorkerLink().deliver_calls != nullptr) qv::TheWorkerLink().deliver_calls();
+  now = qv::SleepAtLoopEnd(kernel, now);
   qv::RenewHotBudget(kernel);
-  qv::NoteLoopTime(kernel, now);
+  qv::NoteLoopTime(&kernel.statistics, loop_time);
+  kernel.last_loop_end = now;
   if (qv::Traces(kernel, 6)) {
     SleepEx(qv::kDumpPause, TRUE);
     ZRTaskDumpList();

@@ -38,17 +38,18 @@ int32_t ZRTaskStartKernel(uint32_t stack_bytes, uintptr_t* current_parameter, ZR
                           uintptr_t argument);
 
 // The part of it that sets the kernel up on the calling thread: 0, or -1 without memory or, where
-// there are no fibers, without a stack area.
-int32_t ZRTaskInitKernel(uintptr_t* current_parameter);
+// there are no fibers, without a stack area of that many bytes.
+int32_t ZRTaskInitKernel(uint32_t stack_area_bytes, uintptr_t* current_parameter);
 
 // A task with a stack of stack_size bytes, rounded down to a multiple of 16, at the end of the next
 // list. 0, and nothing left allocated, when the size is above the largest, or without memory,
-// stack space or a fiber. Its number is the count of tasks after this one.
+// stack space (no less than 1024 bytes) or a fiber. Its number is the count of tasks with it.
 TaskId ZRTaskCreate(uint32_t stack_size, ZRTaskEntry entry, uintptr_t parameter);
 
 // Ends a task in whatever state. Who waits for its reply gets 0, its semaphore serves the next
 // waiter, messages in its queue are let go, a message that it waits on is taken back. One that
-// waits for a worker goes when its job is collected. The current task does not come back from here.
+// waits for a worker goes when its job is collected. The idle task stays, without which the kernel
+// would end. The current task does not come back from here.
 void ZRTaskKill(TaskId task);
 
 // The block of a live id, else null; 0 is no id here.

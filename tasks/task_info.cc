@@ -83,8 +83,8 @@ int32_t ZRTaskGetHotMode(TaskId id) {
 bool ZRTaskIsHot(TaskId id) {
   const qv::KernelState& kernel = qv::TheKernel();
   if (!ZRIsKernelThread()) {
-    return id != 0 &&
-           reinterpret_cast<TaskId>(kernel.current.load(std::memory_order_relaxed)) == id;
+    const TCB* current = kernel.current.load(std::memory_order_relaxed);
+    return current != nullptr && (id == 0 || reinterpret_cast<TaskId>(current) == id);
   }
   const TCB* task = qv::TaskOf(id);
   return task != nullptr && (task == kernel.superhot || task->IsHot());
@@ -93,7 +93,7 @@ bool ZRTaskIsHot(TaskId id) {
 void ZRTaskSetSuperHot(bool on, TaskId id) {
   qv::KernelState& kernel = qv::TheKernel();
   TCB* task = qv::TaskOf(id);
-  if (task == nullptr || on == (task == kernel.superhot)) return;
+  if (task == nullptr || (on && task == kernel.superhot)) return;
   qv::TakeSuperHotBack(kernel);
   if (!on) return;
   kernel.superhot = task;

@@ -27,7 +27,8 @@ void ZRTaskSetHotMode(TaskId task, int32_t mode);
 int32_t ZRTaskGetHotMode(TaskId task);
 // Hot in some way, or superhot. Off the kernel thread: whether it is the current task.
 bool ZRTaskIsHot(TaskId task);
-// Makes it the superhot task in place of the present one, or takes that back from it.
+// Makes it the superhot task in place of the present one; off, nobody is superhot any more. The one
+// that was is ready like any other again.
 void ZRTaskSetSuperHot(bool on, TaskId task);
 bool ZRTaskIsSuperHot(TaskId task);
 

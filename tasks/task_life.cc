@@ -84,8 +84,8 @@ void ReleaseTask(TCB* task) {
 
 TaskId ZRTaskCreate(uint32_t stack_size, ZRTaskEntry entry, uintptr_t parameter) {
   qv::KernelState& kernel = qv::TheKernel();
-  if (!kernel.started || entry == nullptr || stack_size > kLargestTaskStack) return 0;
   stack_size -= stack_size % qv::kStackMultiple;
+  if (!kernel.started || entry == nullptr || stack_size > kLargestTaskStack) return 0;
   TCB* task = qv::NewBlock(stack_size, entry, parameter);
   if (task == nullptr) return 0;
   ZRSetKernelThread();
@@ -122,7 +122,7 @@ TCB* EndTask() {
 void ZRTaskKill(TaskId id) {
   qv::KernelState& kernel = qv::TheKernel();
   TCB* task = qv::TaskOf(id);
-  if (task == nullptr) return;
+  if (task == nullptr || task == kernel.idle) return;
   if (task->state == qv::TaskState::kIOWait) {
     task->flags |= qv::kKillDeferred;
     return;

@@ -22,7 +22,7 @@ struct KernelStatistics {
   uint32_t full_scans = 0;
   uint32_t most_runs_per_loop = 0;  // of one task
   int64_t most_hot_picks = 0;       // in one loop
-  uint64_t longest_loop = 0;        // microseconds from one loop end to the next
+  uint64_t longest_loop = 0;        // microseconds from one loop end to the next one's sleep
   uint64_t loop_time = 0;           // their sum
   uint32_t timed_loops = 0;         // their number
   uint64_t since = 0;               // the clock at the last reset, microseconds

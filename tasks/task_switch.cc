@@ -133,7 +133,8 @@ void PassProcessorForGood(TCB* to) {
   KernelState& kernel = TheKernel();
   CountDown(kernel);
   const uint64_t now = TakeSwitchTime(kernel);
-  kernel.switch_watch = kernel.last_switch = now;
+  CountTime(kernel, nullptr, to, now);
+  kernel.last_switch = now;
   if (to != nullptr) to->ready_time = now;
   Leave(Leaving::kForGood, nullptr, to);
   std::abort();  // a stack that was left for good does not run

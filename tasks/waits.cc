@@ -64,12 +64,10 @@ void Sleep(KernelState& kernel, TCB* task, uint32_t micros, bool early_ok) {
 
 // What a request that is too long becomes, reported under the unit's limit.
 uint32_t Shortened(uint32_t requested, uint32_t instead, const char* unit, uint32_t* reports) {
-  if (*reports < kMostReports) {
+  const TCB* task = TaskOf(0);
+  if (task != nullptr && *reports < kMostReports) {
     ++*reports;
-    const TCB* task = TaskOf(0);
-    if (task != nullptr) {
-      DebugPrint("ZRTask: Invalid yield request (%lu %s) by '%s'.\n", requested, unit, task->name);
-    }
+    DebugPrint("ZRTask: Invalid yield request (%lu %s) by '%s'.\n", requested, unit, task->name);
   }
   return instead;
 }

@@ -8,6 +8,7 @@
 #include "app/settings.h"
 #include "base/clock.h"
 #include "base/hooks.h"
+#include "base/scratch_pool.h"
 #include "tasks/kernel_settings.h"
 #include "tests/test_platform.h"
 
@@ -28,6 +29,7 @@ FixtureState& State() {
 }
 
 void CountAllocations() {
+  qv::ReleaseScratchPool();
   State().blocks = 0;
   qv::GlobalHooks().allocate = [](size_t size) -> void* {
     int& left = State().allocations_left;
@@ -99,6 +101,7 @@ int32_t KernelTest::Run(const std::function<void()>& main, uint32_t stack_bytes)
         },
         reinterpret_cast<uintptr_t>(&main));
   });
+  qv::ReleaseScratchPool();  // keeps its buffers otherwise
   blocks_left = State().blocks;
   bodies_.clear();
   return result;

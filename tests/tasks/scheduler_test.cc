@@ -81,7 +81,7 @@ TEST_F(SchedulerTest, CreationFailsWithoutLeavingAnything) {
     uint32_t stack;
     int failing_allocation;
   } kRows[] = {
-      {"more than the largest stack", kLargestTaskStack + 1, -1},
+      {"more than the largest stack", kLargestTaskStack + 16, -1},
       {"no block", 4096, 0},
       {"no property list", 4096, 1},
       {"no room in the registry", 4096, 2},
@@ -101,7 +101,7 @@ TEST_F(SchedulerTest, CreationFailsWithoutLeavingAnything) {
       EXPECT_EQ(qv::GetKernelStatistics().tasks, tasks + (task != 0 ? 1 : 0));
     }
     EXPECT_NE(Spawn(
-                  "largest", [] {}, kLargestTaskStack),
+                  "largest, when rounded", [] {}, kLargestTaskStack + 15),
               0u);
     EXPECT_TRUE(qv::KernelIsConsistent());
   });
