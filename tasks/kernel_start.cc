@@ -41,7 +41,7 @@ void DeleteRegistry(KernelState& kernel) {
 // Everything as in a process that had no kernel yet; what is not listed here is set by Initialize.
 void ClearState(KernelState& kernel) {
   kernel.current = kernel.previous = kernel.superhot = kernel.idle = nullptr;
-  kernel.adopted = kernel.switched = kernel.wake_all = kernel.has_last_switch = false;
+  kernel.adopted = kernel.switched = kernel.has_last_switch = false;
   kernel.task_count = kernel.end_nesting = 0;
   kernel.region = 0;
   kernel.exceptions = 0;

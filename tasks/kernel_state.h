@@ -47,7 +47,6 @@ struct KernelState {
   TaskList* next = &ready2;     // collects for the next one
   TimedWheel wheel;
   ParkedLists parked;
-  bool wake_all = false;  // the next check wakes every sleeper on the parked lists
 
   // --- hot tasks ---
   int64_t hot_budget = 100;  // hot picks still allowed in this loop

@@ -70,24 +70,14 @@ void Wake(TCB* task, uint64_t now) {
   task->ready_time = now;
 }
 
-// Returns whether the wheel shall be looked at as a whole.
-bool CheckParked(KernelState& kernel, uint64_t now) {
+void CheckParked(KernelState& kernel, uint64_t now) {
   constexpr int64_t kLeastPause = 10;  // microseconds between two checks
-  if (!kernel.settings.use_parked_lists) {
-    const bool wake_all = kernel.wake_all;
-    kernel.wake_all = false;
-    return wake_all;
-  }
-  auto since = static_cast<int64_t>(now - kernel.last_parked_check);
-  if (since < 0) {  // the clock began anew
-    kernel.wake_all = true;
-    since = 10000;
-  }
-  if (since <= kLeastPause) return false;
+  if (!kernel.settings.use_parked_lists) return;
+  const auto since = static_cast<int64_t>(now - kernel.last_parked_check);
+  if (since >= 0 && since <= kLeastPause) return;
   kernel.last_parked_check = now;
-  kernel.parked.Check(now, kernel.wake_all, [now](TCB* task) { Wake(task, now); });
-  kernel.wake_all = false;
-  return false;
+  // A clock that began anew says nothing about anyone's time: all go.
+  kernel.parked.Check(now, since < 0, [now](TCB* task) { Wake(task, now); });
 }
 
 void TraceScanEnd(const KernelState& kernel) {
@@ -126,17 +116,16 @@ void ScanWheel(KernelState& kernel, uint64_t now, uint64_t elapsed, bool full) {
   }
 }
 
-void CheckWheel(KernelState& kernel, uint64_t now, bool whole) {
+void CheckWheel(KernelState& kernel, uint64_t now) {
   // A clock that began anew makes this large, and the scan a full one.
   const uint64_t elapsed = now - kernel.last_wheel_check;
-  if (elapsed < TimedWheel::kMicrosecondsPerSlot && !whole) return;
+  if (elapsed < TimedWheel::kMicrosecondsPerSlot) return;
   if (kernel.settings.use_parked_lists && kernel.wheel.count() == 0) {
     kernel.last_wheel_check = ZRMicroseconds(true);
     TraceScanEnd(kernel);
     return;
   }
-  const bool full = whole || elapsed / TimedWheel::kMicrosecondsPerSlot > TimedWheel::kSlots;
-  ScanWheel(kernel, now, elapsed, full);
+  ScanWheel(kernel, now, elapsed, elapsed / TimedWheel::kMicrosecondsPerSlot > TimedWheel::kSlots);
 }
 
 void SwapRoles(KernelState& kernel) { std::swap(kernel.running, kernel.next); }
@@ -217,7 +206,8 @@ TCB* EndOfLoop() {
   }
   ++kernel.statistics.loops;
   kernel.statistics.loop_runs = 0;
-  qv::CheckWheel(kernel, now, qv::CheckParked(kernel, now));
+  qv::CheckParked(kernel, now);
+  qv::CheckWheel(kernel, now);
   if (!qv::RegionAllowsSwitch(kernel)) return kernel.current;
   kernel.decided_at = now;
   return qv::ChooseInNewLoop(kernel, now);
