@@ -134,7 +134,6 @@ void PassProcessorForGood(TCB* to) {
   CountDown(kernel);
   const uint64_t now = TakeSwitchTime(kernel);
   CountTime(kernel, nullptr, to, now);
-  kernel.last_switch = now;
   if (to != nullptr) to->ready_time = now;
   Leave(Leaving::kForGood, nullptr, to);
   std::abort();  // a stack that was left for good does not run

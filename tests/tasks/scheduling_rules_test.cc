@@ -64,7 +64,9 @@ TEST_F(SchedulingRulesTest, HotTasks) {
 
 TEST_F(SchedulingRulesTest, SuperhotTask) {
   const OrderRow kRows[] = {
-      {"after each task of a loop", {"s:^......x", "a:.x", "b:.x", "c:.x"}, "s a s b s c s a s b s c s"},
+      {"after each task of a loop",
+       {"s:^......x", "a:.x", "b:.x", "c:.x"},
+       "s a s b s c s a s b s c s"},
       {"one like any other again", {"s:^.v.x", "a:..x"}, "s a s a s a"},
       {"before hot tasks", {"h:h-3..x", "s:^..x", "a:x"}, "h h s a s h s"},
       {"the last to be named", {"s:^.x", "t:^.x", "a:.x"}, "s t a t s a"},

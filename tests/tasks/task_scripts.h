@@ -26,8 +26,8 @@ namespace test {
 class ScriptTest : public KernelTest {
  protected:
   // What the tasks wrote, pieces separated by blanks. `begin` runs before the first switch.
-  std::string RunScripts(const std::vector<std::string>& scripts,
-                         const std::function<void()>& begin = [] {});
+  std::string RunScripts(
+      const std::vector<std::string>& scripts, const std::function<void()>& begin = [] {});
 
   std::function<void(uint64_t)> keep_processor = [](uint64_t) {};  // +N
   std::function<void()> restart_clock = [] {};                     // ~
