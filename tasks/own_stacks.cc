@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "tasks/kernel_state.h"
 #include "tasks/task_list_report.h"
@@ -19,6 +20,7 @@ struct OwnStackState {
   uint32_t left = 0;  // bytes from `lowest` that no task has
   platform::StackPointer mainline = nullptr;
   platform::StackPointer discarded = nullptr;
+  TCB* unchecked = nullptr;  // the task that the switch under way leaves
 };
 
 OwnStackState& State() {
@@ -26,12 +28,24 @@ OwnStackState& State() {
   return state;
 }
 
-void Start(void* argument) { RunTaskBody(static_cast<TCB*>(argument)); }
-
-bool IsSound(const TCB* task, uintptr_t stack_pointer) {
+bool IsSound(const TCB* task) {
+  const auto stack_pointer = reinterpret_cast<uintptr_t>(task->saved_sp);
   return stack_pointer >= task->stack_base + kLowReserve &&
          stack_pointer < task->stack_base + task->stack_size &&
          std::memcmp(reinterpret_cast<void*>(task->stack_base), kEndMark, sizeof kEndMark) == 0;
+}
+
+// On arrival at a stack: looks at the one that the switch came from.
+void CheckStackLeft() {
+  TCB* task = std::exchange(State().unchecked, nullptr);
+  if (task == nullptr || !TheKernel().settings.check_stacks) return;
+  task->stack_low = std::min(task->stack_low, reinterpret_cast<uintptr_t>(task->saved_sp));
+  if (!IsSound(task)) ZRTaskPrint(nullptr, "Stack overflow in QV task.");
+}
+
+void Start(void* argument) {
+  CheckStackLeft();
+  RunTaskBody(static_cast<TCB*>(argument));
 }
 
 }  // namespace
@@ -65,28 +79,19 @@ void MarkOwnStack(const TCB* task) {
   std::memcpy(base, kEndMark, sizeof kEndMark);
 }
 
-void CheckOwnStack(TCB* task, uintptr_t stack_pointer) {
-  task->stack_low = std::min(task->stack_low, stack_pointer);
-  if (!IsSound(task, stack_pointer)) ZRTaskPrint(nullptr, "Stack overflow in QV task.");
-}
-
 void SwitchOwnStack(Leaving leaving, TCB* from, TCB* to) {
   OwnStackState& stacks = State();
   platform::StackPointer* left = &stacks.discarded;
-  if (leaving == Leaving::kMainline) {
-    left = &stacks.mainline;
-  } else if (leaving == Leaving::kTask) {
-    left = &from->saved_sp;
-    if (TheKernel().settings.check_stacks) {
-      CheckOwnStack(from, reinterpret_cast<uintptr_t>(__builtin_frame_address(0)));
-    }
-  }
+  if (leaving == Leaving::kMainline) left = &stacks.mainline;
+  if (leaving == Leaving::kTask) left = &from->saved_sp;
   platform::StackPointer target = stacks.mainline;
   if (to != nullptr) {
     const bool is_new = (to->flags & kNotStarted) != 0;
     target = is_new ? platform::PrepareStack(to->saved_sp, Start, to) : to->saved_sp;
   }
+  stacks.unchecked = leaving == Leaving::kTask ? from : nullptr;
   platform::SwitchStack(left, target);
+  CheckStackLeft();
 }
 
 }  // namespace qv

@@ -24,11 +24,11 @@ bool OpenStackArea(uint32_t size);
 bool TakeOwnStack(TCB* task);
 // Fills a new stack with a pattern and marks its end, for the checks.
 void MarkOwnStack(const TCB* task);
-// The check when a task is left: keeps the lowest stack pointer and reports an overflow.
-void CheckOwnStack(TCB* task, uintptr_t stack_pointer);
 
 // Leaves the mainline's stack (for the first time), a task's, or one that will not run again, and
-// goes on with a task's, null for the mainline's.
+// goes on with a task's, null for the mainline's. When the settings say so the stack that was left
+// is checked: the lowest stack pointer is kept and an overflow reported; from the next stack, since
+// the one that overflowed has no room for that.
 enum class Leaving { kMainline, kTask, kForGood };
 void SwitchOwnStack(Leaving leaving, TCB* from, TCB* to);
 

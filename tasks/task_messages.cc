@@ -94,12 +94,14 @@ void Answer(TCB* caller, uint32_t value) {
 }  // namespace
 
 void ReleaseMessages(TCB* task) {
+  // Its own wait first: it may have called itself.
+  if (task->called != nullptr) {
+    Withdraw(task->called, reinterpret_cast<ZRTaskMessage*>(task->wait_argument));
+    RemoveCaller(task);
+  }
   while (Dequeue(task) != nullptr) {
   }
   while (task->first_caller != nullptr) Answer(task->first_caller, 0);
-  if (task->called == nullptr) return;
-  Withdraw(task->called, reinterpret_cast<ZRTaskMessage*>(task->wait_argument));
-  RemoveCaller(task);
 }
 
 }  // namespace qv

@@ -37,6 +37,9 @@ void EmptyFolder(const std::string& path);
 // Runs the function on a thread with this much stack, and waits for its end.
 void RunOnThread(size_t stack_bytes, const std::function<void()>& body);
 
+// Fibers of this process, as far as the system tells (0 on Windows).
+uint32_t LiveFibers();
+
 struct BoxText {
   std::string caption, text;
   bool operator==(const BoxText&) const = default;

@@ -33,6 +33,8 @@ void RemoveOwnState() {
 
 bool OnWindows() { return false; }
 
+uint32_t LiveFibers() { return host::LiveFibers(); }
+
 void RunOnThread(size_t stack_bytes, const std::function<void()>& body) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);

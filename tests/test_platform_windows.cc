@@ -87,6 +87,8 @@ void RemoveOwnState() {
 
 bool OnWindows() { return true; }
 
+uint32_t LiveFibers() { return 0; }
+
 void RunOnThread(size_t stack_bytes, const std::function<void()>& body) {
   auto run = [](LPVOID argument) WINAPI -> DWORD {
     (*static_cast<const std::function<void()>*>(argument))();

@@ -91,6 +91,7 @@ int32_t KernelTest::Run(const std::function<void()>& main, uint32_t stack_bytes)
   EXPECT_TRUE(qv::SetSettingsPath(path.c_str()));
   printed.clear();
   int32_t result = -2;
+  const auto fibers = static_cast<int>(LiveFibers());
   CountAllocations();
   RunOnThread(stack_bytes + kThreadStackBesidesTasks, [&] {
     result = ZRTaskStartKernel(
@@ -103,6 +104,7 @@ int32_t KernelTest::Run(const std::function<void()>& main, uint32_t stack_bytes)
   });
   qv::ReleaseScratchPool();  // keeps its buffers otherwise
   blocks_left = State().blocks;
+  fibers_left = static_cast<int>(LiveFibers()) - fibers;
   bodies_.clear();
   return result;
 }
@@ -117,6 +119,7 @@ void KernelTest::RunTasks(const std::function<void()>& create, uint32_t stack_by
       stack_bytes);
   EXPECT_EQ(result, 77);
   EXPECT_EQ(blocks_left, 0);
+  EXPECT_EQ(fibers_left, 0);
 }
 
 void KernelTest::RunInBothModes(const std::function<void()>& create, uint32_t stack_bytes) {
@@ -127,10 +130,10 @@ void KernelTest::RunInBothModes(const std::function<void()>& create, uint32_t st
   }
 }
 
-TaskId KernelTest::Spawn(const std::string& name, std::function<void()> body, uint32_t stack) {
+TaskId KernelTest::Spawn(const std::string& name, std::function<void()> body) {
   bodies_.push_back(std::move(body));
   const TaskId task = ZRTaskCreate(
-      stack, [](TCB* self) { (*reinterpret_cast<std::function<void()>*>(self->parameter))(); },
+      stack_size, [](TCB* self) { (*reinterpret_cast<std::function<void()>*>(self->parameter))(); },
       reinterpret_cast<uintptr_t>(&bodies_.back()));
   if (task != 0) ZRTaskSetName(name.c_str(), task, 0);
   return task;

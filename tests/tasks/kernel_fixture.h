@@ -15,8 +15,6 @@
 
 namespace test {
 
-constexpr uint32_t kTaskStack = 0x10000;
-
 class KernelTest : public testing::Test {
  protected:
   KernelTest();
@@ -35,17 +33,19 @@ class KernelTest : public testing::Test {
   void RunInBothModes(const std::function<void()>& create, uint32_t stack_bytes = 16 << 20);
 
   // A task that runs the function; its name goes into the log by Log.
-  TaskId Spawn(const std::string& name, std::function<void()> body, uint32_t stack = kTaskStack);
+  TaskId Spawn(const std::string& name, std::function<void()> body);
 
   // What the test's tasks did: pieces separated by blanks.
   void Log(const std::string& piece) { log += log.empty() ? piece : " " + piece; }
   void LogName() { Log(ZRTaskGetName(0)); }
   std::string TakeLog() { return std::exchange(log, {}); }
 
+  uint32_t stack_size = 0x10000;  // of tasks to come, bytes
   std::string log;
   std::string printed;  // to the debug log, since the last run began
-  // Blocks and fibers that a run left; -1 when it gave back more than it took.
+  // Blocks and fibers that a run left; below 0 when it gave back more than it took.
   int blocks_left = 0;
+  int fibers_left = 0;
 
  private:
   std::list<std::function<void()>> bodies_;
