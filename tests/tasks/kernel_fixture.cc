@@ -21,23 +21,25 @@ struct FixtureState {
   KernelTest* fixture = nullptr;
   std::string* printed = nullptr;
   int blocks = 0;
-  int allocations_left = -1;
+  int allocations_left = -1;  // before one fails; of the size below
+  size_t failing_size = 0;
 };
 FixtureState& State() {
   static FixtureState state;
   return state;
 }
 
+bool IsToFail(size_t size) {
+  FixtureState& state = State();
+  if (state.failing_size != 0 && state.failing_size != size) return false;
+  return state.allocations_left >= 0 && state.allocations_left-- == 0;
+}
+
 void CountAllocations() {
   qv::ReleaseScratchPool();
   State().blocks = 0;
   qv::GlobalHooks().allocate = [](size_t size) -> void* {
-    int& left = State().allocations_left;
-    if (left == 0) {
-      left = -1;
-      return nullptr;
-    }
-    if (left > 0) --left;
+    if (IsToFail(size)) return nullptr;
     ++State().blocks;
     return std::malloc(size);
   };
@@ -49,7 +51,10 @@ void CountAllocations() {
 
 }  // namespace
 
-void FailAllocation(int after) { State().allocations_left = after; }
+void FailAllocation(int after, size_t size) {
+  State().allocations_left = after;
+  State().failing_size = size;
+}
 
 KernelTest::KernelTest() {
   State() = {};

@@ -52,7 +52,7 @@ class KernelTest : public testing::Test {
   std::list<std::pair<std::string, std::string>> settings_;
 };
 
-// Allocations of the next run after which one fails (once); -1: none.
-void FailAllocation(int after);
+// Allocations of `size` bytes (0: of any size) after which one fails, once; -1: none.
+void FailAllocation(int after, size_t size = 0);
 
 }  // namespace test
