@@ -13,6 +13,9 @@ using TaskId = uintptr_t;
 
 // Values that a task, or a thread without one, keeps in its local slots.
 constexpr uint32_t kLocalSlotCount = 32;
+// What a task keeps for them: the values and, behind them, a word with a bit for each value that is
+// a block of the allocation hook, to be released when the task ends.
+constexpr uint32_t kLocalSlotWords = kLocalSlotCount + 1;
 
 namespace qv {
 
@@ -58,7 +61,7 @@ struct Hooks {
   bool (*switching_allowed)();
   // Lets other tasks run, or other threads where the caller is no task: for waits and long work.
   void (*yield)();
-  // The kLocalSlotCount values of the running task, null when none runs on this thread.
+  // The kLocalSlotWords words of the running task, null when none runs on this thread.
   uintptr_t* (*task_local_slots)();
   // Sets one slot to 0 in every task.
   void (*clear_task_local_slot)(uint32_t slot);

@@ -26,6 +26,7 @@
 #include "platform/host/codepages.h"
 #include "platform/host/dde.h"
 #include "platform/host/exceptions.h"
+#include "platform/host/fibers.h"
 #include "platform/host/file_times.h"
 #include "platform/host/files.h"
 #include "platform/host/fonts.h"

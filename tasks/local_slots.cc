@@ -34,6 +34,13 @@ bool IsTaken(uint32_t index) {
          (State().taken.load(std::memory_order_acquire) >> index & 1) != 0;
 }
 
+// Notes whether a task's value is a block, which its end releases.
+void MarkBlock(uintptr_t* of_task, uint32_t index, bool is_block) {
+  const uintptr_t bit = uintptr_t{1} << index;
+  uintptr_t& blocks = of_task[kLocalSlotCount];
+  blocks = is_block ? blocks | bit : blocks & ~bit;
+}
+
 // A block for a slot, stored through `set`; null when that fails.
 template <typename Setter>
 void* StoreNewBlock(size_t size, Setter set) {
@@ -129,6 +136,7 @@ bool ZRLocalSet(uint32_t index, uintptr_t value) {
   uintptr_t* of_task = qv::GlobalHooks().task_local_slots();
   if (of_task == nullptr) return qv::State().of_threads[index].Set(value);
   of_task[index] = value;
+  qv::MarkBlock(of_task, index, false);
   return true;
 }
 
@@ -143,7 +151,12 @@ void* ZRLocalGetBuffer(uint32_t* index, size_t size) {
   const uint32_t slot = qv::EnsureSlot(index);
   if (!qv::IsTaken(slot)) return nullptr;
   if (const uintptr_t block = ZRLocalGet(slot)) return reinterpret_cast<void*>(block);
-  return qv::StoreNewBlock(size, [slot](uintptr_t block) { return ZRLocalSet(slot, block); });
+  return qv::StoreNewBlock(size, [slot](uintptr_t block) {
+    if (!ZRLocalSet(slot, block)) return false;
+    uintptr_t* of_task = qv::GlobalHooks().task_local_slots();
+    if (of_task != nullptr) qv::MarkBlock(of_task, slot, true);
+    return true;
+  });
 }
 
 void ZRLocalReleaseBuffer(uint32_t index) {

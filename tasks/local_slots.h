@@ -9,8 +9,9 @@
 //
 // Threads: any. Ownership: what a value points to belongs to the user of the slot, who releases it
 // before the task or thread ends and before the slot is freed; a block of ZRLocalGetBuffer goes
-// back through ZRLocalReleaseBuffer. Errors: an index that was not handed out is ignored and reads
-// as 0; so does a slot whose thread storage the system refuses.
+// back through ZRLocalReleaseBuffer, a task's block at the latest when the task ends. Errors: an
+// index that was not handed out is ignored and reads as 0; so does a slot whose thread storage the
+// system refuses.
 #pragma once
 
 #include <atomic>

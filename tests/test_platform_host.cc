@@ -1,3 +1,5 @@
+#include <pthread.h>
+
 #include <cstdlib>
 #include <filesystem>
 
@@ -30,6 +32,28 @@ void RemoveOwnState() {
 }
 
 bool OnWindows() { return false; }
+
+uint32_t LiveFibers() { return host::LiveFibers(); }
+
+void StopClock(uint64_t micros) { host::FreezeMicroseconds(micros); }
+void MoveClock(uint64_t micros) { host::AdvanceMicroseconds(micros); }
+void ReleaseClock() { host::ThawTicks(); }
+
+void RunOnThread(size_t stack_bytes, const std::function<void()>& body) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, stack_bytes);
+  pthread_t thread;
+  auto run = [](void* argument) -> void* {
+    (*static_cast<const std::function<void()>*>(argument))();
+    return nullptr;
+  };
+  if (pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&body)) != 0) {
+    std::abort();
+  }
+  pthread_attr_destroy(&attributes);
+  pthread_join(thread, nullptr);
+}
 
 MessageBoxWatcher::MessageBoxWatcher(int answer) {
   host::TakeMessageBoxes();

@@ -87,6 +87,23 @@ void RemoveOwnState() {
 
 bool OnWindows() { return true; }
 
+uint32_t LiveFibers() { return 0; }
+
+void StopClock(uint64_t) {}
+void MoveClock(uint64_t) {}
+void ReleaseClock() {}
+
+void RunOnThread(size_t stack_bytes, const std::function<void()>& body) {
+  auto run = [](LPVOID argument) WINAPI -> DWORD {
+    (*static_cast<const std::function<void()>*>(argument))();
+    return 0;
+  };
+  HANDLE thread = CreateThread(nullptr, stack_bytes, run, const_cast<std::function<void()>*>(&body),
+                               STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+  WaitForSingleObject(thread, INFINITE);
+  CloseHandle(thread);
+}
+
 MessageBoxWatcher::MessageBoxWatcher(int answer) {
   State().answer = answer;
   State().boxes.clear();

@@ -86,6 +86,9 @@ QV_HOST_CONTROL void ResetSystem();
 // and strings. Resources of modules need no closing and do not count.
 QV_HOST_CONTROL uint32_t OpenHandles();
 
+// Fibers that were created, or are a thread's own, and still exist.
+QV_HOST_CONTROL uint32_t LiveFibers();
+
 // The state directory (made when missing), a native path.
 QV_HOST_CONTROL std::string StateDirectory();
 // Empties the state directory and gives it what a fresh system holds; clears faults, frozen ticks,

@@ -12,8 +12,9 @@
 #include <iterator>
 #include <mutex>
 
+#include "platform/host/guard_chain.h"
+
 namespace host {
-namespace {
 
 // An open block, on the stack of the thread that opened it.
 struct Block {
@@ -23,7 +24,9 @@ struct Block {
   sigjmp_buf escape;
 };
 
-thread_local Block* innermost = nullptr;
+namespace {
+
+[[gnu::tls_model("initial-exec")]] thread_local Block* innermost = nullptr;
 
 constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 
@@ -136,6 +139,11 @@ void InstallHandlers() {
 }
 
 }  // namespace
+
+Block* InnermostBlock() { return innermost; }
+
+void SetInnermostBlock(Block* block) { innermost = block; }
+
 }  // namespace host
 
 namespace platform {

@@ -7,6 +7,10 @@
 #define MB_OKCANCEL 1
 #define MB_YESNOCANCEL 3
 #define MB_YESNO 4
+#define MB_ICONERROR 0x10
+#define MB_SYSTEMMODAL 0x1000
+#define MB_SETFOREGROUND 0x10000
+#define MB_TOPMOST 0x40000
 #define IDOK 1
 #define IDCANCEL 2
 #define IDYES 6

@@ -62,7 +62,23 @@ std::u16string PlatformFile(const LoadedModule& module) {
   return WideFromUtf8(PlatformFromNative(module.file));
 }
 
+// Calls of this library of the system are found by name in the stand-in.
+constexpr char kSystemLibrary[] = "KERNEL32.DLL";
+
+LoadedModule FindStandIn() {
+  Dl_info place;
+  void* map = nullptr;
+  if (!dladdr1(reinterpret_cast<void*>(&FindStandIn), &place, &map, RTLD_DL_LINKMAP)) return {};
+  return FindFirst([map](link_map* each) { return each == map; });
+}
+
+// A reference to the stand-in itself under the system's name, as to any other library.
+HMODULE LoadStandIn() {
+  return static_cast<HMODULE>(dlopen(FindStandIn().file.c_str(), RTLD_NOW | RTLD_NOLOAD));
+}
+
 HMODULE Load(std::u16string_view path) {
+  if (SameIgnoringCase(Utf8FromWide(path), kSystemLibrary)) return LoadStandIn();
   FoundName name = FindNative(path);
   if (name.error != 0) return Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
   if (!std::filesystem::exists(name.path)) return Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
@@ -97,16 +113,6 @@ DWORD CopyFileName(std::basic_string_view<Char> file, Char* buffer, DWORD size) 
 LoadedModule FindModule(HMODULE handle) {
   if (!handle) handle = reinterpret_cast<HMODULE>(MainMap());
   return FindFirst([handle](link_map* map) { return reinterpret_cast<HMODULE>(map) == handle; });
-}
-
-// Calls of this library of the system are found by name in the stand-in.
-constexpr char kSystemLibrary[] = "KERNEL32.DLL";
-
-LoadedModule FindStandIn() {
-  Dl_info place;
-  void* map = nullptr;
-  if (!dladdr1(reinterpret_cast<void*>(&FindStandIn), &place, &map, RTLD_DL_LINKMAP)) return {};
-  return FindModule(static_cast<HMODULE>(map));
 }
 
 LoadedModule FindModuleByName(const std::string& name) {

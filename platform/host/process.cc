@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -275,4 +276,13 @@ BOOL TerminateProcess(HANDLE handle, UINT code) {
 }
 
 DWORD GetCurrentProcessId(void) { return static_cast<DWORD>(getpid()); }
-DWORD GetCurrentThreadId(void) { return static_cast<DWORD>(gettid()); }
+DWORD GetCurrentThreadId(void) {
+  [[gnu::tls_model("initial-exec")]] static thread_local const auto id =
+      static_cast<DWORD>(gettid());
+  return id;
+}
+
+void ExitProcess(UINT code) {
+  host::Enter(__func__);
+  std::exit(static_cast<int>(code));
+}

@@ -133,6 +133,10 @@ TEST(ModulesTest, CallsOfTheSystemByName) {
   HMODULE kernel = GetModuleHandleA("kernel32.dll");
   ASSERT_NE(kernel, nullptr);
   EXPECT_NE(GetProcAddress(kernel, "GlobalMemoryStatusEx"), nullptr);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(LoadLibraryA("KERNEL32.DLL"), kernel);
+    EXPECT_TRUE(FreeLibrary(kernel));
+  }
   EXPECT_EQ(GetProcAddress(kernel, "NoSuchCallOfTheSystem"), nullptr);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
 }

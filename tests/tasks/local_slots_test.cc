@@ -14,7 +14,7 @@ namespace {
 constexpr uintptr_t kWord = ~uintptr_t{0x1234};  // uses every byte of a word
 
 // Stands in for a kernel: two tasks, of which one may run on the calling thread.
-using Slots = std::array<uintptr_t, kLocalSlotCount>;
+using Slots = std::array<uintptr_t, kLocalSlotWords>;
 struct Kernel {
   Slots tasks[2] = {};
 };

@@ -1,0 +1,151 @@
+#include "tasks/semaphores.h"
+
+#include <new>
+
+#include "tasks/kernel_state.h"
+#include "tasks/task_list_report.h"
+
+namespace qv {
+namespace {
+
+bool IsSemaphore(const ZRSemaphore* semaphore) {
+  return semaphore != nullptr && semaphore->magic == ZRSemaphore::kMagic;
+}
+
+ZRSemaphore* SemaphoreOf(const TCB* task) {
+  return reinterpret_cast<ZRSemaphore*>(task->wait_argument);
+}
+
+// The waiter goes on, with its units taken for it.
+void Grant(ZRSemaphore* semaphore, TCB* waiter) {
+  waiter->flags |= kUnitsGranted;
+  ++semaphore->granted;
+  MakeReady(waiter);
+}
+
+// Serves waiters in their order for as long as there is enough for the next one.
+void Serve(ZRSemaphore* semaphore) {
+  while (semaphore->count >= 1 && !semaphore->waiters.Empty()) {
+    TCB* waiter = semaphore->waiters.head;
+    if (waiter->state != TaskState::kSemaWait || SemaphoreOf(waiter) != semaphore) {
+      ZRTaskPrint(nullptr, "Illegal TCB state in ZRTaskRelSemaphore\n");
+      MakeReady(waiter);
+      continue;
+    }
+    if (semaphore->count < waiter->wait_units) return;
+    semaphore->count -= waiter->wait_units;
+    Grant(semaphore, waiter);
+  }
+}
+
+// Whether the current task may wait; says why not.
+bool MayBlock(const KernelState& kernel) {
+  if (kernel.end_nesting > 0) {
+    ZRTaskPrint(nullptr, "ZRTask: Semaphore block ignored while in EndTask!\n");
+    return false;
+  }
+  if (RegionAllowsSwitch(kernel)) return kernel.current != nullptr;
+  if (kernel.current != nullptr) {
+    ZRTaskPrint(nullptr, "ZRTask: Semaphore block ignored while in critical region!\n");
+  }
+  return false;
+}
+
+// True with the units, false when the semaphore is gone.
+bool Block(KernelState& kernel, ZRSemaphore* semaphore, int32_t units) {
+  TCB* task = kernel.current;
+  task->wait_argument = reinterpret_cast<uintptr_t>(semaphore);
+  task->wait_units = units;
+  task->state = TaskState::kSemaWait;
+  LeaveList(task);
+  semaphore->waiters.Append(task);
+  ChooseAndSwitch();
+  if ((task->flags & kUnitsGranted) != 0) {
+    task->flags &= ~kUnitsGranted;
+    --semaphore->granted;
+  }
+  return task->wait_argument != 0;
+}
+
+// Tasks that have their units, and will not find the semaphore when they run.
+void ForgetGrants(ZRSemaphore* semaphore) {
+  HashIterator each;
+  TaskId id = 0;
+  for (each.Begin(*TheKernel().registry); semaphore->granted > 0 && each.Next(&id, sizeof id);) {
+    TCB* task = ZRTaskFindTask(id);
+    if (task == nullptr || (task->flags & kUnitsGranted) == 0 || SemaphoreOf(task) != semaphore) {
+      continue;
+    }
+    task->flags &= ~kUnitsGranted;
+    --semaphore->granted;
+  }
+}
+
+}  // namespace
+
+// The task has left the list of waiters already.
+void ReleaseSemaphore(TCB* task) {
+  ZRSemaphore* semaphore = SemaphoreOf(task);
+  if ((task->flags & kUnitsGranted) != 0) {
+    task->flags &= ~kUnitsGranted;
+    --semaphore->granted;
+    semaphore->count += task->wait_units;
+  } else if (task->state != TaskState::kSemaWait || semaphore == nullptr) {
+    return;
+  }
+  Serve(semaphore);
+}
+
+}  // namespace qv
+
+ZRSemaphore* ZRTaskNewSemaphore(int32_t count) {
+  void* memory = qv::GlobalHooks().allocate(sizeof(ZRSemaphore));
+  if (memory == nullptr) return nullptr;
+  auto* semaphore = new (memory) ZRSemaphore;
+  semaphore->count = count;
+  return semaphore;
+}
+
+bool ZRTaskDisposeSemaphore(ZRSemaphore** variable) {
+  if (variable == nullptr || !qv::IsSemaphore(*variable)) return false;
+  ZRSemaphore* semaphore = *variable;
+  while (TCB* waiter = semaphore->waiters.head) {
+    waiter->wait_argument = 0;
+    MakeReady(waiter);
+  }
+  if (semaphore->granted > 0) qv::ForgetGrants(semaphore);
+  semaphore->magic = ZRSemaphore::kDisposedMagic;
+  qv::GlobalHooks().release(semaphore);
+  *variable = nullptr;
+  return true;
+}
+
+bool ZRTaskGetSemaphore(ZRSemaphore* semaphore, int32_t units, bool wait) {
+  qv::KernelState& kernel = qv::TheKernel();
+  if (!qv::IsSemaphore(semaphore)) return false;
+  if (semaphore->count < units) {
+    if (!wait) return false;
+    if (qv::MayBlock(kernel)) return qv::Block(kernel, semaphore, units);
+  }
+  semaphore->count -= units;
+  return true;
+}
+
+bool ZRTaskRelSemaphore(ZRSemaphore* semaphore, int32_t units) {
+  if (!qv::IsSemaphore(semaphore)) return false;
+  semaphore->count += units;
+  qv::Serve(semaphore);
+  return true;
+}
+
+bool ZRTaskWaitSemaphore(ZRSemaphore* semaphore, int32_t units) {
+  if (!qv::IsSemaphore(semaphore)) return false;
+  if (semaphore->count < units && ZRTaskGetSemaphore(semaphore, units, true)) {
+    ZRTaskRelSemaphore(semaphore, units);
+  }
+  return true;
+}
+
+bool ZRTaskSemaphoreAvailable(const ZRSemaphore* semaphore, int32_t units) {
+  return !qv::IsSemaphore(semaphore) || semaphore->count >= units;
+}

@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include <cfenv>
+#include <string>
+#include <vector>
+
+#include "platform/context_switch.h"
+#include "platform/guarded_call.h"
+#include "platform/windows_api.h"
+
+namespace {
+
+// Two players that hand the processor to each other and write down what they did.
+struct Game {
+  void* main = nullptr;
+  void* players[2] = {};
+  std::string log;
+  int turns = 0;
+};
+Game& TheGame() {
+  static Game game;
+  return game;
+}
+
+void WINAPI Play(LPVOID parameter) {
+  Game& game = TheGame();
+  const auto self = reinterpret_cast<uintptr_t>(parameter);
+  for (int round = 0; round < game.turns; ++round) {
+    game.log += static_cast<char>('a' + self) + std::to_string(round);
+    SwitchToFiber(game.players[1 - self]);
+  }
+  game.log += '.';
+  SwitchToFiber(game.main);
+}
+
+TEST(FibersTest, TakeTurnsInTheOrderOfTheSwitches) {
+  Game& game = TheGame();
+  game = {};
+  game.turns = 3;
+  game.main = ConvertThreadToFiber(nullptr);
+  ASSERT_NE(game.main, nullptr);
+  for (uintptr_t i = 0; i < 2; ++i) {
+    game.players[i] = CreateFiber(0x4000, Play, reinterpret_cast<LPVOID>(i));
+    ASSERT_NE(game.players[i], nullptr);
+  }
+  SwitchToFiber(game.players[0]);
+  EXPECT_EQ(game.log, "a0b0a1b1a2b2.");
+  for (void* player : game.players) DeleteFiber(player);
+  EXPECT_TRUE(ConvertFiberToThread());
+}
+
+TEST(FibersTest, AThreadIsConvertedOnce) {
+  ASSERT_NE(ConvertThreadToFiber(nullptr), nullptr);
+  EXPECT_EQ(ConvertThreadToFiber(nullptr), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_FIBER});
+  EXPECT_TRUE(ConvertFiberToThread());
+  EXPECT_FALSE(ConvertFiberToThread());
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_THREAD});
+}
+
+// A protected block belongs to the fiber that opened it: a fault in another one leaves it alone.
+struct Blocks {
+  void* main = nullptr;
+  void* other = nullptr;
+  bool outer_filtered = false, inner_ended = true, outer_ended = false;
+};
+Blocks& TheBlocks() {
+  static Blocks blocks;
+  return blocks;
+}
+
+volatile uintptr_t nowhere = 0x28;
+void ReadNowhere(void*) { nowhere = *reinterpret_cast<volatile uintptr_t*>(nowhere); }
+
+void WINAPI FaultInABlock(LPVOID) {
+  TheBlocks().inner_ended = platform::GuardedCall(ReadNowhere, platform::CatchEveryFault, nullptr);
+  SwitchToFiber(TheBlocks().main);
+}
+
+TEST(FibersTest, EachHasItsOwnProtectedBlocks) {
+  Blocks& blocks = TheBlocks();
+  blocks = {};
+  blocks.main = ConvertThreadToFiber(nullptr);
+  blocks.other = CreateFiber(0x10000, FaultInABlock, nullptr);
+  blocks.outer_ended = platform::GuardedCall([](void*) { SwitchToFiber(TheBlocks().other); },
+                                             [](EXCEPTION_POINTERS*, void*) -> LONG {
+                                               TheBlocks().outer_filtered = true;
+                                               return EXCEPTION_EXECUTE_HANDLER;
+                                             },
+                                             nullptr);
+  EXPECT_FALSE(blocks.inner_ended);
+  EXPECT_TRUE(blocks.outer_ended);
+  EXPECT_FALSE(blocks.outer_filtered);
+  DeleteFiber(blocks.other);
+  ConvertFiberToThread();
+}
+
+// --- the switch by itself, on a stack of our own ---
+
+struct OwnStack {
+  platform::StackPointer here = nullptr, there = nullptr;
+  uintptr_t misaligned = 1;
+  int rounding = -1;
+  std::vector<int> values;
+};
+
+void CountUp(void* argument) {
+  auto& own = *static_cast<OwnStack*>(argument);
+  alignas(16) volatile char mark = 0;
+  own.misaligned = reinterpret_cast<uintptr_t>(&mark) % 16;
+  std::fesetround(FE_UPWARD);
+  for (int i = 0;; ++i) {
+    own.values.push_back(i);
+    own.rounding = std::fegetround();
+    platform::SwitchStack(&own.there, own.here);
+  }
+}
+
+TEST(ContextSwitchTest, KeepsLocalsAlignmentAndFloatingPointModes) {
+  std::vector<char> memory(1 << 18);
+  OwnStack own;
+  own.there = platform::PrepareStack(memory.data() + memory.size() - 5, CountUp, &own);
+  for (int i = 0; i < 3; ++i) {
+    platform::SwitchStack(&own.here, own.there);
+    EXPECT_EQ(std::fegetround(), FE_TONEAREST);
+    EXPECT_EQ(own.rounding, FE_UPWARD);
+  }
+  EXPECT_EQ(own.misaligned, 0u);
+  EXPECT_EQ(own.values, (std::vector<int>{0, 1, 2}));
+}
+
+[[gnu::noinline]] size_t RoomBelow(int depth) {
+  volatile char frame[1024];
+  frame[0] = 1;
+  const size_t room = depth == 0 ? platform::StackBytesLeft() : RoomBelow(depth - 1);
+  return room + frame[0] - 1;
+}
+
+TEST(ContextSwitchTest, StackRoomShrinksWithTheStack) {
+  const size_t room = RoomBelow(1);
+  EXPECT_GT(room, 0x10000u);
+  EXPECT_LT(RoomBelow(20), room - 19 * 1024);
+}
+
+}  // namespace

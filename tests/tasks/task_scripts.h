@@ -1,0 +1,46 @@
+// Tasks as short texts, so that a rule of the scheduler is a table of rows.
+//
+// A script is a name of one letter, a colon and steps. A name in capitals is not created at the
+// start. Steps; N is a number, T the name of a task:
+//   x     write the name            .     write the name and yield
+//   t     write name@milliseconds since the start of the run
+//   y     yield                     >T    yield to a task
+//   sN    sleep N microseconds      eN    the same, may end early
+//   +N    keep the processor for N microseconds (frozen clock)
+//   hN    own hot mode              mTN   the hot mode of a task
+//   ^ v   superhot on and off       cT    create a task
+//   w     wait for events           *T    signal a task
+//   G     get the semaphore's unit  R     release it
+//   ~     the clock begins anew
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tasks/semaphores.h"
+#include "tests/tasks/kernel_fixture.h"
+
+namespace test {
+
+class ScriptTest : public KernelTest {
+ protected:
+  // What the tasks wrote, pieces separated by blanks. `begin` runs before the first switch.
+  std::string RunScripts(
+      const std::vector<std::string>& scripts, const std::function<void()>& begin = [] {});
+
+  std::function<void(uint64_t)> keep_processor = [](uint64_t) {};  // +N
+  std::function<void()> restart_clock = [] {};                     // ~
+
+ private:
+  void Play(const std::string& steps);
+  TaskId Create(char name);
+  void WriteTime();
+
+  std::map<char, std::string> steps_;
+  std::map<char, TaskId> tasks_;
+  ZRSemaphore* semaphore_ = nullptr;
+  uint64_t start_ = 0;
+};
+
+}  // namespace test
