@@ -176,6 +176,22 @@ ZRZoneOffsets FixedOffsets(uint32_t zone) {
   return {standard, standard, 0};
 }
 
+// Look-ups of one call, which needs the data only for ids that are not of fixed offsets.
+class OffsetFinder {
+ public:
+  bool Find(uint32_t time, TimeKind kind, uint32_t zone, ZRZoneOffsets* offsets) {
+    if (IsFixedOffset(zone)) {
+      *offsets = FixedOffsets(zone);
+      return true;
+    }
+    if (!zones_) zones_.emplace();
+    return zones_->ready() && zones_->Offsets(time, kind, zone, offsets);
+  }
+
+ private:
+  std::optional<LoadedZones> zones_;
+};
+
 }  // namespace
 
 uint32_t FindTimeZone(std::string_view name) {
@@ -257,21 +273,17 @@ uint32_t ZRFindTimeZone(const uint8_t* name) {
 
 bool ZRTimeZoneOffsets(uint32_t time, qv::TimeKind kind, uint32_t zone, ZRZoneOffsets* offsets) {
   *offsets = {};
-  if (qv::IsFixedOffset(zone)) {
-    *offsets = qv::FixedOffsets(zone);
-    return true;
-  }
-  const qv::LoadedZones zones;
-  return zones.ready() && zones.Offsets(time, kind, zone, offsets);
+  return qv::OffsetFinder().Find(time, kind, zone, offsets);
 }
 
 uint32_t ZRConvertZoneTime(uint32_t time, uint32_t from, uint32_t to) {
   if (from == 0 || to == 0 || time < qv::kThreeDays || time > UINT32_MAX - qv::kThreeDays) {
     return time;
   }
+  qv::OffsetFinder finder;
   ZRZoneOffsets here, there;
-  if (!ZRTimeZoneOffsets(time, qv::TimeKind::kLocal, from, &here)) return time;
+  if (!finder.Find(time, qv::TimeKind::kLocal, from, &here)) return time;
   const uint32_t universal = time - static_cast<uint32_t>(here.total);
-  if (!ZRTimeZoneOffsets(universal, qv::TimeKind::kUniversal, to, &there)) return time;
+  if (!finder.Find(universal, qv::TimeKind::kUniversal, to, &there)) return time;
   return universal + static_cast<uint32_t>(there.total);
 }

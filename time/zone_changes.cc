@@ -27,10 +27,17 @@ bool ZoneChanges::Add(const OffsetChange& change) {
 
 namespace {
 
-// Fills `keys`; `shift` is what of the change before is taken off a change's instant.
+constexpr uint32_t kStretchBits = 25, kStretches = 1u << (32 - kStretchBits);
+
+// `shift` is what of the change before is taken off a change's instant. False without memory.
 template <typename Shift>
-void FillKeys(const std::vector<OffsetChange>& changes, Shift shift, std::vector<uint32_t>& keys) {
-  keys.resize(changes.size());
+bool FillKeys(const std::vector<OffsetChange>& changes, Shift shift, TimeKeys& keys) {
+  std::vector<uint32_t> moments;
+  try {
+    moments.resize(changes.size());
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
   size_t reached = changes.size();
   int64_t least = INT64_MAX;
   for (size_t i = changes.size(); i-- > 0;) {
@@ -39,53 +46,66 @@ void FillKeys(const std::vector<OffsetChange>& changes, Shift shift, std::vector
     if (least > UINT32_MAX) {
       reached = i;
     } else {
-      keys[i] = static_cast<uint32_t>(std::max<int64_t>(least, 0));
+      moments[i] = static_cast<uint32_t>(std::max<int64_t>(least, 0));
     }
   }
-  keys.resize(reached);
-}
-
-// How many of the ascending keys are not after the time. Without a branch that depends on them.
-size_t CountReached(const std::vector<uint32_t>& keys, uint32_t time) {
-  size_t left = keys.size();
-  if (left == 0) return 0;
-  const uint32_t* at = keys.data();
-  while (left > 1) {
-    const size_t half = left / 2;
-    at += at[half - 1] <= time ? half : 0;
-    left -= half;
-  }
-  return static_cast<size_t>(at - keys.data()) + (*at <= time ? 1 : 0);
+  return keys.Fill(std::span(moments).first(reached));
 }
 
 }  // namespace
 
-bool ZoneChanges::Finish() {
+// --- keys ---
+
+bool TimeKeys::Fill(std::span<const uint32_t> keys) {
   try {
-    changes_.shrink_to_fit();
-    universal_keys_.reserve(changes_.size());
-    local_keys_.reserve(changes_.size());
+    words_.resize(kStretches + 1 + keys.size());
   } catch (const std::bad_alloc&) {
     return false;
   }
-  FillKeys(
-      changes_, [](const OffsetChange& c) { return int64_t{c.standard} + c.saving; },
-      universal_keys_);
-  FillKeys(
-      changes_, [](const OffsetChange& c) { return int64_t{c.saving}; }, local_keys_);
+  auto place = keys.begin();
+  for (uint32_t stretch = 0; stretch < kStretches; ++stretch) {
+    place = std::lower_bound(place, keys.end(), stretch << kStretchBits);
+    words_[stretch] = static_cast<uint32_t>(place - keys.begin());
+  }
+  words_[kStretches] = static_cast<uint32_t>(keys.size());
+  std::copy(keys.begin(), keys.end(), words_.begin() + kStretches + 1);
   return true;
+}
+
+// Halves without a branch that depends on the keys.
+uint32_t TimeKeys::CountReached(uint32_t time) const {
+  const uint32_t* const starts = words_.data() + (time >> kStretchBits);
+  const uint32_t* const keys = words_.data() + kStretches + 1;
+  uint32_t at = starts[0], left = starts[1] - at;
+  while (left > 1) {
+    const uint32_t half = left / 2;
+    at += keys[at + half - 1] <= time ? half : 0;
+    left -= half;
+  }
+  return at + (left == 1 && keys[at] <= time ? 1 : 0);
+}
+
+// --- the look-up ---
+
+bool ZoneChanges::Finish() {
+  changes_.shrink_to_fit();
+  return FillKeys(
+             changes_, [](const OffsetChange& c) { return int64_t{c.standard} + c.saving; },
+             universal_keys_) &&
+         FillKeys(
+             changes_, [](const OffsetChange& c) { return int64_t{c.saving}; }, local_keys_);
 }
 
 const OffsetChange* ZoneChanges::At(uint32_t time, TimeKind kind) const {
   if (changes_.empty()) return nullptr;
-  const size_t reached =
-      CountReached(kind == TimeKind::kUniversal ? universal_keys_ : local_keys_, time);
+  const TimeKeys& keys = kind == TimeKind::kUniversal ? universal_keys_ : local_keys_;
+  const uint32_t reached = keys.CountReached(time);
   return &changes_[reached == 0 ? 0 : reached - 1];
 }
 
 size_t ZoneChanges::bytes_held() const {
-  return changes_.capacity() * sizeof(OffsetChange) +
-         (universal_keys_.capacity() + local_keys_.capacity()) * sizeof(uint32_t);
+  return changes_.capacity() * sizeof(OffsetChange) + universal_keys_.bytes_held() +
+         local_keys_.bytes_held();
 }
 
 // --- working it out ---

@@ -33,6 +33,20 @@ struct OffsetChange {
   const RuleRecord* rule;    // null for the start of a line
 };
 
+// Ascending keys of times, in one array behind a table: for each 388 days of the range the first
+// key that is not before them, so that a search looks at the few keys of its own stretch only.
+class TimeKeys {
+ public:
+  // Takes over keys that ascend. False when there is no memory.
+  bool Fill(std::span<const uint32_t> keys);
+  // How many keys are not after the time.
+  uint32_t CountReached(uint32_t time) const;
+  size_t bytes_held() const { return words_.capacity() * sizeof(uint32_t); }
+
+ private:
+  std::vector<uint32_t> words_;
+};
+
 class ZoneChanges {
  public:
   // Puts the change behind those that are not later, unless its offsets are those of the one before
@@ -50,7 +64,7 @@ class ZoneChanges {
  private:
   std::vector<OffsetChange> changes_;
   // Of each change; one that no time reaches has none, nor have those behind it.
-  std::vector<uint32_t> universal_keys_, local_keys_;
+  TimeKeys universal_keys_, local_keys_;
 };
 
 // Works out the changes of the zone into an empty list. Calls `yield` between zone lines; the data

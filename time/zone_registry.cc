@@ -27,7 +27,7 @@ bool ZoneRegistry::Finish() {
 }
 
 void ZoneRegistry::Clear() {
-  for (auto& slot : cache_) slot.store(nullptr, std::memory_order_relaxed);
+  for (auto& slot : cache_) slot.store(0, std::memory_order_relaxed);
   std::vector<ZoneEntry>().swap(entries_);
   std::vector<Place>().swap(places_);
 }
@@ -35,29 +35,34 @@ void ZoneRegistry::Clear() {
 // --- finding ---
 
 ZoneEntry* ZoneRegistry::Find(uint32_t id) {
-  for (size_t slot = 0; slot < kCached; ++slot) {
-    ZoneEntry* entry = cache_[slot].load(std::memory_order_relaxed);
-    if (entry == nullptr || entry->id != id) continue;
-    if (slot != 0) PutInFront(slot, entry);
-    return entry;
+  size_t slot = 0;
+  CachedPlace place = 0;
+  for (; slot < kCached; ++slot) {
+    place = cache_[slot].load(std::memory_order_relaxed);
+    if (place != 0 && place >> 32 == id) break;
   }
-  ZoneEntry* entry = FindInOrder(id);
-  if (entry != nullptr) PutInFront(kCached - 1, entry);
-  return entry;
+  if (slot == kCached) {
+    place = FindPlace(id);
+    if (place == 0) return nullptr;
+    --slot;
+  }
+  if (slot != 0) PutInFront(slot, place);
+  return &entries_[static_cast<uint32_t>(place) - 1];
 }
 
-ZoneEntry* ZoneRegistry::FindInOrder(uint32_t id) {
+ZoneRegistry::CachedPlace ZoneRegistry::FindPlace(uint32_t id) const {
   const auto place = std::partition_point(places_.begin(), places_.end(),
                                           [id](const Place& p) { return p.id < id; });
-  return place != places_.end() && place->id == id ? &entries_[place->index] : nullptr;
+  if (place == places_.end() || place->id != id) return 0;
+  return CachedPlace{id} << 32 | (place->index + 1);
 }
 
-// The entries before the slot move down by one.
-void ZoneRegistry::PutInFront(size_t slot, ZoneEntry* entry) {
+// The places before the slot move down by one.
+void ZoneRegistry::PutInFront(size_t slot, CachedPlace place) {
   for (; slot > 0; --slot) {
     cache_[slot].store(cache_[slot - 1].load(std::memory_order_relaxed), std::memory_order_relaxed);
   }
-  cache_[0].store(entry, std::memory_order_relaxed);
+  cache_[0].store(place, std::memory_order_relaxed);
 }
 
 const ZoneEntry* ZoneRegistry::FindByName(std::string_view name, const TimeZoneData& data) const {

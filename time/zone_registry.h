@@ -61,14 +61,17 @@ class ZoneRegistry {
     uint32_t index;
   };
   static constexpr size_t kCached = 4;
+  // A place in one word: the id in the upper half, in the lower the index and 1. 0: none.
+  using CachedPlace = uint64_t;
 
-  ZoneEntry* FindInOrder(uint32_t id);
-  void PutInFront(size_t slot, ZoneEntry* entry);
+  // 0 when there is none.
+  CachedPlace FindPlace(uint32_t id) const;
+  void PutInFront(size_t slot, CachedPlace place);
 
   std::vector<ZoneEntry> entries_;
   std::vector<Place> places_;  // of the first entries, by id
-  // The last found first. Callers on several threads may spoil the order, not the entries.
-  std::atomic<ZoneEntry*> cache_[kCached] = {};
+  // The last found first. Callers on several threads may spoil the order, not the places.
+  std::atomic<CachedPlace> cache_[kCached] = {};
 };
 
 // True when the caller may wait for the work of another one: on the kernel's thread (which
