@@ -45,7 +45,7 @@ ZRError CDiskFile::CreateFolder() {
   if (CreateDirectoryA(path, nullptr)) return ZRErrNone;
   const DWORD native = GetLastError();
   if (native == ERROR_ALREADY_EXISTS && IsFolder(path)) return ZRErrNone;
-  return qv::TranslateNativeError(native);
+  return ZRTranslateNativeError(native, path);
 }
 
 ZRError CDiskFile::GetNativePath(char* buffer, uint32_t size) const {

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "files/file_request.h"
+#include "platform/windows_api.h"
 #include "text/code_page_strings.h"
 
 namespace {
@@ -15,6 +17,42 @@ bool EndsInSeparator(const char* path, size_t length) {
   if (length == 0 || path[length - 1] != *kSeparator) return false;
   return CPStrRChr(path, kSeparator, GetSystemCodePage()) == path + length - 1;
 }
+
+// Copies at most size - 1 bytes, in whole characters.
+void CopyCut(char* out, size_t size, const char* text) {
+  const CodePage cp = GetSystemCodePage();
+  size_t length = 0;
+  while (text[length] != 0) {
+    const size_t next = length + CPCharSizeOrOne(text + length, cp);
+    if (next >= size) break;
+    length = next;
+  }
+  std::memcpy(out, text, length);
+  out[length] = 0;
+}
+
+const char* SeparatorOf(const char* path) {
+  const char* colon = CPStrChr(path, ":", GetSystemCodePage());
+  return ZRLastSeparator(colon == nullptr ? path : colon, *kSeparator);
+}
+
+const char* NameOf(const char* path) {
+  const char* separator = SeparatorOf(path);
+  return separator == nullptr ? path : separator + 1;
+}
+
+struct ShortForm {
+  const char* path;
+  char text[kFolderSize + 1];
+  DWORD length;
+};
+
+void AskShortForm(void* argument) {
+  auto& form = *static_cast<ShortForm*>(argument);
+  form.length = GetShortPathNameA(form.path, form.text, sizeof form.text);
+}
+
+char UpperAscii(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
 }  // namespace
 
@@ -44,3 +82,43 @@ char* ZRPathJoin(char* path, const char* name) {
   if (length > 0) ZRPathNormalize(path);
   return path;
 }
+
+const char* ZRLastSeparator(const char* path, char c) {
+  if (path == nullptr || c == 0) return nullptr;
+  const char wanted[] = {c, 0};
+  return CPStrRChr(path, wanted, GetSystemCodePage());
+}
+
+ZRError ZRPathSplit(const char* path, char* folder, char* name, bool use_worker) {
+  folder[0] = name[0] = 0;
+  if (path == nullptr) return ZRErrParam;
+  ShortForm form;
+  if (std::strlen(NameOf(path)) >= kNameSize) {
+    form.path = path;
+    qv::RunFileJob(use_worker, AskShortForm, &form);
+    if (form.length > 0 && form.length < sizeof form.text) path = form.text;
+  }
+  const char* separator = SeparatorOf(path);
+  if (separator != nullptr) {
+    const auto length = static_cast<size_t>(separator - path);
+    if (length >= kFolderSize) return ZRErrTooLong;
+    std::memcpy(folder, path, length);
+    folder[length] = 0;
+    ZRPathNormalize(folder);
+  }
+  CopyCut(name, kNameSize, NameOf(path));
+  return ZRErrNone;
+}
+
+namespace qv {
+
+bool PathIsBelow(const char* path, const char* folder) {
+  size_t at = 0;
+  for (; folder[at] != 0; ++at) {
+    if (UpperAscii(path[at]) != UpperAscii(folder[at])) return false;
+  }
+  if (at == 0) return false;
+  return path[at] == 0 || path[at] == *kSeparator || EndsInSeparator(folder, at);
+}
+
+}  // namespace qv

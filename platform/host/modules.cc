@@ -62,7 +62,22 @@ std::u16string PlatformFile(const LoadedModule& module) {
   return WideFromUtf8(PlatformFromNative(module.file));
 }
 
+// Calls of these libraries of the system are found by name in the stand-in.
+bool IsSystemLibrary(const std::string& name) {
+  for (const char* library : {"KERNEL32.DLL", "SHFOLDER.DLL", "SHELL32.DLL"}) {
+    if (SameIgnoringCase(name, library)) return true;
+  }
+  return false;
+}
+
 HMODULE Load(std::u16string_view path) {
+  if (IsSystemLibrary(Utf8FromWide(path))) {
+    const LoadedModule own = FindStandIn();
+    if (dlopen(own.file.c_str(), RTLD_NOW | RTLD_NOLOAD) == nullptr) {
+      return Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
+    }
+    return own.handle;
+  }
   FoundName name = FindNative(path);
   if (name.error != 0) return Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
   if (!std::filesystem::exists(name.path)) return Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
@@ -99,9 +114,6 @@ LoadedModule FindModule(HMODULE handle) {
   return FindFirst([handle](link_map* map) { return reinterpret_cast<HMODULE>(map) == handle; });
 }
 
-// Calls of this library of the system are found by name in the stand-in.
-constexpr char kSystemLibrary[] = "KERNEL32.DLL";
-
 LoadedModule FindStandIn() {
   Dl_info place;
   void* map = nullptr;
@@ -110,7 +122,7 @@ LoadedModule FindStandIn() {
 }
 
 LoadedModule FindModuleByName(const std::string& name) {
-  if (SameIgnoringCase(name, kSystemLibrary)) return FindStandIn();
+  if (IsSystemLibrary(name)) return FindStandIn();
   bool bare = name.find('/') == std::string::npos;
   return FindFirst([&](link_map* map) {
     std::string file = Describe(map).file;

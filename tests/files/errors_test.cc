@@ -61,7 +61,7 @@ TEST(ErrorsTest, TranslatesPlatformNumbers) {
       {0x10000 + 4113, ZRErrUnexpected},
   };
   for (const auto& row : kRows) {
-    EXPECT_EQ(qv::TranslateNativeError(row.native), row.expected) << row.native;
+    EXPECT_EQ(ZRTranslateNativeError(row.native), row.expected) << row.native;
   }
 }
 
