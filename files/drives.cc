@@ -113,6 +113,4 @@ ZRError ZRDriveName(uint32_t drive, char* out) {
   return ZRErrNone;
 }
 
-void ZRSetSkipFloppies(bool on) {
-  qv::State().skip_floppies.store(on, std::memory_order_relaxed);
-}
+void ZRSetSkipFloppies(bool on) { qv::State().skip_floppies.store(on, std::memory_order_relaxed); }

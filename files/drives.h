@@ -1,5 +1,5 @@
-// Drive letters: which kind of drive each is. "SkipVol" (section "QVSetup") lists letters that count
-// as absent; it is read on the first use of anything here.
+// Drive letters: which kind of drive each is. "SkipVol" (section "QVSetup") lists letters that
+// count as absent; it is read on the first use of anything here.
 //
 // Threads: any.
 #pragma once

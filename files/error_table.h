@@ -16,8 +16,9 @@ struct ErrorReport {
   bool may_be_silent;  // not reported when "FSERRNO" is this number
 };
 
-constexpr ErrorReport kAt1{1, false, false}, kAt1OrSilent{1, false, true}, kAt1WithPath{1, true, false},
-    kAt2{2, false, false}, kAt2WithPathOrSilent{2, true, true}, kAt3{3, false, false};
+constexpr ErrorReport kAt1{1, false, false}, kAt1OrSilent{1, false, true},
+    kAt1WithPath{1, true, false}, kAt2{2, false, false}, kAt2WithPathOrSilent{2, true, true},
+    kAt3{3, false, false};
 
 struct ErrorRow {
   uint16_t first, last;  // platform error numbers

@@ -44,9 +44,8 @@ ReportSettings Settings() {
 
 const ErrorRow* FindRow(uint32_t native) {
   const auto number = static_cast<uint16_t>(native);
-  const ErrorRow* row =
-      std::upper_bound(std::begin(kErrorRows), std::end(kErrorRows), number,
-                       [](uint16_t n, const ErrorRow& r) { return n <= r.last; });
+  const ErrorRow* row = std::upper_bound(std::begin(kErrorRows), std::end(kErrorRows), number,
+                                         [](uint16_t n, const ErrorRow& r) { return n <= r.last; });
   return row != std::end(kErrorRows) && number >= row->first ? row : nullptr;
 }
 
@@ -64,8 +63,8 @@ void WriteDebugLine(uint32_t native, const char* path) {
 
 ZRError TranslateByRow(const ErrorRow& row, uint32_t native, const char* path,
                        const ReportSettings& settings) {
-  const bool silent = row.report.may_be_silent &&
-                      native == static_cast<uint32_t>(settings.silent_number);
+  const bool silent =
+      row.report.may_be_silent && native == static_cast<uint32_t>(settings.silent_number);
   if (settings.level >= row.report.level && !silent) {
     ZRReportNativeError(native, settings.traceback, row.report.with_path ? path : nullptr);
   }
@@ -89,11 +88,12 @@ ZRError TranslateWithoutRow(uint32_t native, const char* path, const ReportSetti
 class SystemText {
  public:
   explicit SystemText(uint32_t native) {
-    constexpr DWORD kFlags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
-                             FORMAT_MESSAGE_IGNORE_INSERTS;
+    constexpr DWORD kFlags =
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
     // With an allocated buffer the call takes the place of a pointer where a buffer goes else.
-    DWORD length = FormatMessageA(kFlags, nullptr, native, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
-                                  reinterpret_cast<LPSTR>(&text_), 0, nullptr);
+    DWORD length =
+        FormatMessageA(kFlags, nullptr, native, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
+                       reinterpret_cast<LPSTR>(&text_), 0, nullptr);
     if (length == 0 || text_ == nullptr) return;
     while (length > 0 && (text_[length - 1] == '\r' || text_[length - 1] == '\n')) {
       text_[--length] = 0;

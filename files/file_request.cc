@@ -106,7 +106,8 @@ void RunFileJob(bool use_worker, void (*job)(void*), void* argument) {
 }
 
 uint32_t RunFileRequest(FileRequest& request, bool use_worker) {
-  RunFileJob(use_worker, [](void* r) { ZRFileWorkerRun(static_cast<FileRequest*>(r)); }, &request);
+  RunFileJob(
+      use_worker, [](void* r) { ZRFileWorkerRun(static_cast<FileRequest*>(r)); }, &request);
   return request.result;
 }
 

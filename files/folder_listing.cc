@@ -12,14 +12,18 @@ namespace {
 
 constexpr size_t kLongestFolderName = 31, kLongestFileName = 63;
 
-bool IsDots(const char* name) { return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0; }
+bool IsDots(const char* name) {
+  return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
+}
 
 uint32_t AttributesFrom(DWORD platform) {
   constexpr struct {
     DWORD platform;
     uint32_t own;
-  } kBits[] = {{FILE_ATTRIBUTE_DIRECTORY, kEntryFolder}, {FILE_ATTRIBUTE_READONLY, kEntryReadOnly},
-               {FILE_ATTRIBUTE_HIDDEN, kEntryHidden},    {FILE_ATTRIBUTE_SYSTEM, kEntrySystem},
+  } kBits[] = {{FILE_ATTRIBUTE_DIRECTORY, kEntryFolder},
+               {FILE_ATTRIBUTE_READONLY, kEntryReadOnly},
+               {FILE_ATTRIBUTE_HIDDEN, kEntryHidden},
+               {FILE_ATTRIBUTE_SYSTEM, kEntrySystem},
                {FILE_ATTRIBUTE_ARCHIVE, kEntryArchive}};
   uint32_t attributes = 0;
   for (const auto& bit : kBits) {
@@ -134,7 +138,8 @@ bool FolderListing::FillForkInfo(FolderEntry* entry) const {
   request.operation = kFileRequestForkInfo;
   request.path = path;
   request.buffer = entry;
-  if (RunFileRequest(request, use_worker_) != 0) entry->fork_size = entry->type = entry->creator = 0;
+  if (RunFileRequest(request, use_worker_) != 0)
+    entry->fork_size = entry->type = entry->creator = 0;
   return true;
 }
 

@@ -30,14 +30,14 @@ struct FolderEntry {
   uint32_t modified, created;  // framework times on the local clock
   uint32_t unused;             // not written
   uint64_t data_size;
-  uint64_t fork_size;      // this and the next two only with kListForkInfo, else 0
+  uint64_t fork_size;  // this and the next two only with kListForkInfo, else 0
   uint32_t type, creator;
   char name[kNameSize];
 };
 static_assert(sizeof(FolderEntry) == 104);
 
 // Options.
-constexpr uint32_t kListForkInfo = 0x3;         // either bit
+constexpr uint32_t kListForkInfo = 0x3;  // either bit
 constexpr uint32_t kListFoldersOnly = 0x1000;
 
 class FolderListing {

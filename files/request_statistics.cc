@@ -26,10 +26,11 @@ StatisticsState& State() {
 
 constexpr auto kRelaxed = std::memory_order_relaxed;
 
-constexpr const char* kNames[] = {
-    "None",       "Create",  "Open",    "Seek",     "Read",     "Write",     "Flush",  "Close",
-    "SetEOF",     "FolderList", "FindFirst", "FindNext", "FindClose", "GetAFPInfo", "VolInfo", "MkDir",
-    "RmDir",      "SetInfo", "Delete",  "IsDir",    "Stat",     "MoveFile",  "CopyFile", "FlushVol"};
+constexpr const char* kNames[] = {"None",      "Create",   "Open",      "Seek",       "Read",
+                                  "Write",     "Flush",    "Close",     "SetEOF",     "FolderList",
+                                  "FindFirst", "FindNext", "FindClose", "GetAFPInfo", "VolInfo",
+                                  "MkDir",     "RmDir",    "SetInfo",   "Delete",     "IsDir",
+                                  "Stat",      "MoveFile", "CopyFile",  "FlushVol"};
 static_assert(std::size(kNames) == kFileRequestCodes);
 
 void PrintLine(uint32_t operation) {

@@ -83,8 +83,7 @@ uint32_t SeekFile(FileRequest& request) {
 
 uint32_t MoveFilePointer(FileRequest& request, uint32_t origin) {
   LONG high = static_cast<LONG>(request.offset >> 32);
-  const DWORD low =
-      SetFilePointer(request.file, static_cast<LONG>(request.offset), &high, origin);
+  const DWORD low = SetFilePointer(request.file, static_cast<LONG>(request.offset), &high, origin);
   // This low half is also that of a real place.
   if (low == INVALID_SET_FILE_POINTER) {
     if (const uint32_t error = GetLastError()) return error;

@@ -28,8 +28,8 @@ ZRError NetworkError(DWORD error) {
   constexpr struct {
     DWORD native;
     ZRError code;
-  } kRows[] = {{0, ZRErrNone},      {8, ZRErrNoMemory},   {50, ZRErrRange},     {59, ZRErrIO},
-               {87, ZRErrRange},    {234, ZRErrTooLong}, {487, ZRErrRange}, {2250, ZRErrNoVolume}};
+  } kRows[] = {{0, ZRErrNone},   {8, ZRErrNoMemory},  {50, ZRErrRange},  {59, ZRErrIO},
+               {87, ZRErrRange}, {234, ZRErrTooLong}, {487, ZRErrRange}, {2250, ZRErrNoVolume}};
   for (const auto& row : kRows) {
     if (row.native == error) return row.code;
   }
@@ -95,7 +95,8 @@ uint32_t FillDrive(const VolumeRecord& record, uint32_t flags, VolumeInfo* info)
     if (error != ZRErrNone) return static_cast<uint32_t>(error);
     if ((flags & kVolumeNetworkName) == 0) info->network_name[0] = 0;
   }
-  if ((flags & (kVolumeLabel | kVolumeSerial)) != 0 && !FillLabel(record.drive, name, flags, info)) {
+  if ((flags & (kVolumeLabel | kVolumeSerial)) != 0 &&
+      !FillLabel(record.drive, name, flags, info)) {
     return 0;
   }
   if ((flags & kVolumeNetworkName) != 0 && info->network_name[0] == 0) {

@@ -24,13 +24,13 @@ struct VolumeInfo {
   int32_t kind;                      // a drive's DriveKind
   uint32_t total_bytes, free_bytes;  // cut at 0x7FFFFFFF; free to the caller
   uint8_t short_name[4];             // length-prefixed "X:"; empty for a logical volume
-  char label[256];                   // UTF-8 without its first "."; "X:" when it is empty; a logical
-                                     // volume's name, in the system's code page
-  char network_name[172];            // UTF-8: what a remote drive stands for, else "[X:\]"; a
-                                     // logical volume's "[Logical 7]"
+  char label[256];         // UTF-8 without its first "."; "X:" when it is empty; a logical
+                           // volume's name, in the system's code page
+  char network_name[172];  // UTF-8: what a remote drive stands for, else "[X:\]"; a
+                           // logical volume's "[Logical 7]"
   uint32_t serial;
-  uint32_t reserved[2];              // 0
-  char root[256];                    // of a logical volume
+  uint32_t reserved[2];  // 0
+  char root[256];        // of a logical volume
 };
 
 // ZRErrNoVolume for no volume. A remote drive without a name of its own ends the information:

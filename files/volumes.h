@@ -18,7 +18,8 @@
 #include "base/errors.h"
 #include "files/drives.h"
 
-constexpr uint16_t kNoVolume = 0x8000;  // no number, and no drive: what a logical volume has for one
+constexpr uint16_t kNoVolume =
+    0x8000;  // no number, and no drive: what a logical volume has for one
 
 // Walks the volumes. Index 0 looks for new ones first. Past the end ZRErrEOF and kNoVolume;
 // ZRErrNoMemory when a new one could not be remembered (the list stays usable).

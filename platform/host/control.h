@@ -81,7 +81,7 @@ QV_HOST_CONTROL void ResetSystem();
 
 // A drive beside C: and Z:, or in the place of one of them. It has no contents.
 struct TestDrive {
-  UINT type = 3;  // DRIVE_FIXED
+  UINT type = 3;                  // DRIVE_FIXED
   std::string label, connection;  // UTF-8; the connection is what a remote drive stands for
   uint32_t serial = 0x51563031;
 };

@@ -1,10 +1,11 @@
 // FormatMessageA, for the system's own texts of error numbers.
+#include "platform/host/error_texts.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "platform/host/calls.h"
-#include "platform/host/error_texts.h"
 
 namespace host {
 namespace {

@@ -146,10 +146,9 @@ DWORD SetFilePointer(HANDLE handle, LONG low, LONG* high, DWORD origin) {
   auto file = host::FindHandle<host::OpenFile>(handle);
   if (!file) return Fail(ERROR_INVALID_HANDLE, DWORD{INVALID_SET_FILE_POINTER});
   if (origin > FILE_END) return Fail(ERROR_INVALID_PARAMETER, DWORD{INVALID_SET_FILE_POINTER});
-  const int64_t distance =
-      high ? static_cast<int64_t>(uint64_t{static_cast<DWORD>(*high)} << 32 |
-                                  static_cast<DWORD>(low))
-           : low;
+  const int64_t distance = high ? static_cast<int64_t>(uint64_t{static_cast<DWORD>(*high)} << 32 |
+                                                       static_cast<DWORD>(low))
+                                : low;
   const int native[] = {SEEK_SET, SEEK_CUR, SEEK_END};
   const off_t place = lseek(file->number(), distance, native[origin]);
   if (place < 0) return Fail(ERROR_NEGATIVE_SEEK, DWORD{INVALID_SET_FILE_POINTER});

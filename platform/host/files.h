@@ -43,7 +43,6 @@ struct OVERLAPPED {
   HANDLE hEvent;
 };
 
-
 QV_HOST_API HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share,
                                LPSECURITY_ATTRIBUTES security, DWORD disposition, DWORD flags,
                                HANDLE template_file);

@@ -96,8 +96,7 @@ bool Describe(const Listing& listing, const Entry& entry, WIN32_FIND_DATAA* data
   }
   const std::string shown = ShownName(entry.native), other = ShortName(entry.native);
   CopyName(shown, data->cFileName, sizeof data->cFileName);
-  CopyName(shown == other ? "" : other, data->cAlternateFileName,
-           sizeof data->cAlternateFileName);
+  CopyName(shown == other ? "" : other, data->cAlternateFileName, sizeof data->cAlternateFileName);
   return true;
 }
 

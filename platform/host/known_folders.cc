@@ -83,7 +83,7 @@ HRESULT CopyKnownFolder(int folder, LPSTR path) {
   return CopyOut(std::string_view(text), path, MAX_PATH) < MAX_PATH ? S_OK : kPathNotFound;
 }
 
-class Allocator : public IMalloc {
+class Allocator final : public IMalloc {
  public:
   void Free(void* block) override { delete static_cast<ITEMIDLIST*>(block); }
   ULONG Release() override { return 1; }

@@ -2,8 +2,8 @@
 //
 // Drive C: is the folder drive_c of the state directory, Z: the root of the machine's file system;
 // there are no other drives. Both "\" and "/" separate. Each part is found as it is written, else
-// by the first entry of its folder that differs in letter case only, else by its short name. Dots and blanks at a path's
-// end do not count.
+// by the first entry of its folder that differs in letter case only, else by its short name. Dots
+// and blanks at a path's end do not count.
 #pragma once
 
 #include <string>

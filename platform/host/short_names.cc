@@ -19,8 +19,8 @@ constexpr std::string_view kDigits = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
 bool MayBeInShortName(char c) {
   const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x80 && (std::isalnum(byte) || std::string_view("!#$%&'()-@^_`{}~").find(c) !=
-                                                   std::string_view::npos);
+  return byte < 0x80 && (std::isalnum(byte) ||
+                         std::string_view("!#$%&'()-@^_`{}~").find(c) != std::string_view::npos);
 }
 
 bool AllShort(std::string_view text) {
