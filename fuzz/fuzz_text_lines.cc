@@ -15,7 +15,7 @@ class Memory final : public qv::LineBytes {
   uint64_t Mark() const override { return mark_; }
   bool MoveMark(uint64_t position) override {
     FUZZ_CHECK(position <= text_.size());
-    mark_ = position;
+    mark_ = static_cast<size_t>(position);
     return true;
   }
   ZRError ReadHere(void* buffer, uint32_t* count) override {
@@ -28,7 +28,7 @@ class Memory final : public qv::LineBytes {
 
  private:
   const std::string& text_;
-  uint64_t mark_ = 0;
+  size_t mark_ = 0;
 };
 
 bool IsLineEnd(const std::string& end) {

@@ -16,13 +16,13 @@ using testing::ElementsAre;
 // A file in memory that fails its n-th transfer or move when told.
 struct MemoryBytes final : qv::LineBytes {
   std::string text;
-  uint64_t mark = 0;
+  size_t mark = 0;
   int fail_in = 0;  // transfers and moves until one fails, 0: none
   bool Fails() { return fail_in > 0 && --fail_in == 0; }
   uint64_t Mark() const override { return mark; }
   bool MoveMark(uint64_t position) override {
     if (Fails()) return false;
-    mark = position;
+    mark = static_cast<size_t>(position);
     return true;
   }
   ZRError ReadHere(void* buffer, uint32_t* count) override {
@@ -107,7 +107,7 @@ TEST_F(TextLinesTest, TheReadLimit) {
   lines.FileWasCut(2);
   EXPECT_EQ(lines.read_limit(), qv::TextLines::kNoLimit) << "none stays none";
   lines.SetReadLimit(INT64_MAX);
-  file.mark = UINT64_MAX - 4;
+  file.mark = SIZE_MAX - 4;
   EXPECT_EQ(ReadAll(lines, 10), "4107");
 }
 
