@@ -77,14 +77,19 @@ struct FastReader<Utf8Reader> {
       kNone,  kNone,  kTwo,   kTwo,   kTwo,   kTwo,   kThree, kThree, kFour,  kNone};
 };
 
-// A byte alone or a pair; what is no character of the table is left to the careful reader.
-template <>
-struct FastReader<WideReader<DoubleByteReader>> {
-  using Reader = WideReader<DoubleByteReader>;
+// Over a double-byte table: a byte alone or a pair. What is no character of the table is left to
+// the careful reader.
+template <class Form>
+struct FastPairReader {
+  using Reader = WideReader<Form>;
   static constexpr bool kReads = true;
   static constexpr uint32_t kMostBytes = 2;
   static constexpr bool kComesInRuns = true;
   static bool IsAscii(const Reader& reader) { return reader.table().is_ascii(); }
+};
+
+template <>
+struct FastReader<WideReader<DoubleByteReader>> : FastPairReader<DoubleByteReader> {
   [[gnu::always_inline]] static bool Decode(const Reader& reader, const uint8_t* in,
                                             ReadCharacter& character) {
     const bool pair = reader.table().is_lead(in[0]);
@@ -94,14 +99,9 @@ struct FastReader<WideReader<DoubleByteReader>> {
   }
 };
 
-// ASCII, and pairs of JIS X 0208; the rest is left to the careful reader.
+// ASCII, and pairs of JIS X 0208.
 template <>
-struct FastReader<WideReader<JapaneseEucReader>> {
-  using Reader = WideReader<JapaneseEucReader>;
-  static constexpr bool kReads = true;
-  static constexpr uint32_t kMostBytes = 2;
-  static constexpr bool kComesInRuns = true;
-  static bool IsAscii(const Reader& reader) { return reader.table().is_ascii(); }
+struct FastReader<WideReader<JapaneseEucReader>> : FastPairReader<JapaneseEucReader> {
   [[gnu::always_inline]] static bool Decode(const Reader& reader, const uint8_t* in,
                                             ReadCharacter& character) {
     if (in[0] < 0x80) {
@@ -138,18 +138,10 @@ struct FastWriter<Utf8Writer> : NarrowUnits {
   static bool IsAscii(const Utf8Writer&) { return true; }
 };
 
-template <>
-struct FastWriter<WideWriter<DoubleByteWriter>> : NarrowUnits {
-  static bool IsAscii(const WideWriter<DoubleByteWriter>& writer) {
-    return writer.table().is_ascii();
-  }
-};
-
-template <>
-struct FastWriter<WideWriter<JapaneseEucWriter>> : NarrowUnits {
-  static bool IsAscii(const WideWriter<JapaneseEucWriter>& writer) {
-    return writer.table().is_ascii();
-  }
+// Forms without a state.
+template <class Form>
+requires(!std::is_reference_v<Form>) struct FastWriter<WideWriter<Form>> : NarrowUnits {
+  static bool IsAscii(const WideWriter<Form>& writer) { return writer.table().is_ascii(); }
 };
 
 template <class Writer, int unit, bool big_endian>

@@ -1,12 +1,13 @@
 // The tables of double-byte code pages (kinds 6, 8006, 0A and 800A), with the look-up that the
 // engines put into their loops.
 //
-// Bodies, big-endian, behind kind and code page:
-//   kind 6     records of 516 bytes: block (4 bytes: code / 128), then 128 Unicode values of 4
-//   bytes kind 8006  the same, from Unicode: the codes of the page kind 0A    the base page (2
-//   bytes); 256 values of 2 bytes, Unicode of the single bytes; then
-//              records of 258 bytes: row (2 bytes: code / 128, from 2 on) and 128 values of 2 bytes
-//   kind 800A  the same, from Unicode: codes of U+0000 to U+00FF, then rows of code points
+// Bodies by kind, big-endian, behind kind and code page:
+//   6     records of 516 bytes: block (4 bytes: code / 128), then 128 Unicode values of 4 bytes
+//   8006  the same, from Unicode: the codes of the page
+//   0A    the base page (2 bytes); 256 values of 2 bytes, Unicode of the single bytes; then records
+//         of 258 bytes: row (2 bytes: code / 128, from 2 on) and 128 values of 2 bytes
+//   800A  the same, from Unicode: codes of U+0000 to U+00FF, then rows of code points
+//
 // Records ascend and lie below 2200 (code 110000). A row of kinds 0A and 800A stands for itself
 // alone; a row that is not there is that of the base table, whose JIS codes Shift-JIS arithmetic
 // turns into the page's. So the Shift-JIS pages carry only the rows in which they differ from

@@ -62,10 +62,10 @@ const CrcTables& TablesOfWidth(int32_t width) {
   return one.tables;
 }
 
-// At the top of the 64 bits; what is beyond the width falls off there.
+// What is beyond the width falls off when the register is brought to the top of the 64 bits.
 uint64_t StartOfWidth(int32_t width) {
   constexpr uint64_t kLow = 0x0CD5E44A, kHigh = static_cast<uint32_t>(~0x053BCD4Eu);
-  return (width > 32 ? kHigh << 32 | kLow : kLow) << (kMostWidth - width);
+  return width > 32 ? kHigh << 32 | kLow : kLow;
 }
 
 }  // namespace
@@ -75,6 +75,13 @@ uint32_t ExtendCRC32(uint32_t crc, const void* bytes, size_t count) {
   const auto* at = static_cast<const uint8_t*>(bytes);
   if (count >= kLeastFolded && HasCarrylessMultiply()) return FoldCrc32(crc, at, count);
   return SliceCrc32(crc, at, count);
+}
+
+uint64_t ExtendCRCWidth(uint64_t crc, const void* bytes, size_t count, int32_t width) {
+  if (width < 1 || width > kMostWidth) return 0;
+  const auto* at = static_cast<const uint8_t*>(bytes);
+  const int32_t unused = kMostWidth - width;
+  return ExtendCrc(TablesOfWidth(width), crc << unused, at, at == nullptr ? 0 : count) >> unused;
 }
 
 uint64_t CRCPolynomial(int32_t width) {
@@ -97,9 +104,5 @@ uint32_t ZRCRC32(const void* bytes, size_t count) {
 uint32_t ZRCRC32Raw(const void* bytes, size_t count) { return qv::ExtendCRC32(0, bytes, count); }
 
 uint64_t ZRCRCWidth(const void* bytes, size_t count, int32_t width) {
-  if (width < 1 || width > qv::kMostWidth) return 0;
-  const auto* at = static_cast<const uint8_t*>(bytes);
-  return qv::ExtendCrc(qv::TablesOfWidth(width), qv::StartOfWidth(width), at,
-                       at == nullptr ? 0 : count) >>
-         (qv::kMostWidth - width);
+  return qv::ExtendCRCWidth(qv::StartOfWidth(width), bytes, count, width);
 }

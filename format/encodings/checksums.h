@@ -38,6 +38,9 @@ namespace qv {
 // ZRCRC32 begins with all ones and inverts at the end.
 uint32_t ExtendCRC32(uint32_t crc, const void* bytes, size_t count);
 
+// Goes on with the result of ZRCRCWidth of the same width, as if the bytes stood behind those.
+uint64_t ExtendCRCWidth(uint64_t crc, const void* bytes, size_t count, int32_t width);
+
 // Without the highest term; 0 for a width outside 1 to 64.
 uint64_t CRCPolynomial(int32_t width);
 

@@ -24,6 +24,12 @@ std::string WrongCodePage(const std::string& argument) {
          "\": give a code page's number or a name such as UTF-8 or windows-1252";
 }
 
+std::string WrongByteCodePage(const std::string& argument) {
+  const auto cp = CodePageOf(argument);
+  if (!cp || CPTermSize(*cp) == 1) return WrongCodePage(argument);
+  return ShownCodePage(*cp) + " has no lines of bytes: convert the text to UTF-8 first";
+}
+
 std::string ShownCodePage(CodePage cp) {
   const char* name = CharsetName(cp);
   return std::to_string(cp) + (name == nullptr ? "" : " (" + std::string(name) + ")");

@@ -14,6 +14,9 @@ std::optional<CodePage> CodePageOf(const std::string& argument);
 // "" for an argument that CodePageOf takes, else what is wrong with it.
 std::string WrongCodePage(const std::string& argument);
 
+// The same for a code page whose text is lines of bytes: not UTF-16 or UTF-32.
+std::string WrongByteCodePage(const std::string& argument);
+
 // "932 (SHIFT_JIS)", "437".
 std::string ShownCodePage(CodePage cp);
 

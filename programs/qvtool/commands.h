@@ -28,8 +28,13 @@ using Work = std::function<Trouble(Streams&)>;
 // Adds every command; *work becomes that of the one that the command line names.
 void DescribeCommands(CLI::App& app, Work* work);
 
+Work DescribeAddress(CLI::App& command);
 Work DescribeBase64(CLI::App& command);
 Work DescribeCharset(CLI::App& command);
+Work DescribeChecksum(CLI::App& command);
 Work DescribeConvert(CLI::App& command);
+Work DescribeLinks(CLI::App& command);
+Work DescribeNumber(CLI::App& command);
+Work DescribeURL(CLI::App& command);
 
 }  // namespace qvtool

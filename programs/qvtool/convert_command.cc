@@ -3,13 +3,11 @@
 #include <memory>
 #include <vector>
 
-#include "platform/windows_api.h"
 #include "programs/common/progress.h"
 #include "programs/qvtool/code_page_argument.h"
 #include "programs/qvtool/commands.h"
+#include "programs/qvtool/library_resources.h"
 #include "programs/qvtool/text_conversion.h"
-#include "resources/charset_loader.h"
-#include "resources/module_source.h"
 
 namespace qvtool {
 namespace {
@@ -19,20 +17,6 @@ constexpr size_t kPieceBytes = 1 << 16;
 struct Options {
   std::string from, to, line_ends = "keep";
 };
-
-Trouble LoadTables() {
-  ZRError error = ZRInitModuleResources(GetModuleHandleA(nullptr));
-  if (error == ZRErrNone) error = LoadCharsetTables();
-  if (error == ZRErrNone) return std::nullopt;
-  return "cannot load the character set tables: error " + std::to_string(error);
-}
-
-void ReportLosses(const TextConversion& conversion, const program::Reporter& reporter) {
-  const uint64_t lost = conversion.lost();
-  if (lost == 0) return;
-  reporter.Warn(program::Count(static_cast<size_t>(lost), "character") +
-                " malformed or without a place in the target, written as 1A or 00");
-}
 
 int LineEndsOf(const std::string& word) {
   static const std::map<std::string, int> modes = {
@@ -55,7 +39,7 @@ Trouble Convert(const Options& options, Streams& streams) {
   }
   if (streams.input.trouble()) return std::nullopt;  // the caller says so
   conversion.Finish();
-  ReportLosses(conversion, streams.reporter);
+  ReportLosses(conversion.lost(), streams.reporter);
   if (conversion.cut_bytes() == 0) return std::nullopt;
   return "the input ends inside a character: " + program::Count(conversion.cut_bytes(), "byte") +
          " left out";

@@ -151,4 +151,10 @@ bool TextConversion::Write(std::string_view bytes) {
   return sink_(bytes);
 }
 
+void ReportLosses(uint64_t lost, const program::Reporter& reporter) {
+  if (lost == 0) return;
+  reporter.Warn(program::Count(static_cast<size_t>(lost), "character") +
+                " malformed or without a place in the target, written as 1A or 00");
+}
+
 }  // namespace qvtool

@@ -21,13 +21,13 @@
 #include <string>
 #include <string_view>
 
+#include "programs/common/reporter.h"
 #include "programs/common/standard_streams.h"
+#include "programs/qvtool/lines.h"
 #include "programs/qvtool/unit_counter.h"
 #include "text/code_pages.h"
 
 namespace qvtool {
-
-constexpr size_t kLongestLine = 1 << 20;
 
 // Takes converted bytes; false ends the conversion.
 using Sink = std::function<bool(std::string_view)>;
@@ -70,5 +70,8 @@ class TextConversion {
   CodePage from_, to_;
   uint32_t cut_bytes_ = 0;
 };
+
+// A warning, unless nothing was lost.
+void ReportLosses(uint64_t lost, const program::Reporter& reporter);
 
 }  // namespace qvtool

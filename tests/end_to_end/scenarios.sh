@@ -8,6 +8,7 @@
 set -u
 export LC_ALL=C.UTF-8
 bin=$1 work=$2 limit=120
+manual=$(realpath "$(dirname "$0")/../../docs/text-tools.md")
 
 if [ -n "${QV_WINE-}" ]; then
   suffix=.exe drive=Z: wine=$QV_WINE
@@ -26,6 +27,7 @@ staging=$temp/Quorvantis
 
 send() { timeout "$limit" $wine "$bin/qvsend$suffix" "$@"; }
 client() { timeout "$limit" $wine "$bin/qvclient$suffix" "$@"; }
+tool() { timeout "$limit" $wine "$bin/qvtool$suffix" "$@"; }
 raw_request() { timeout "$limit" $wine "$bin/raw_request$suffix" "$drive$PWD/$1"; }
 
 # Starts a client that ends after so many requests; "client.out" and "client.err" hold its lines.
@@ -395,7 +397,7 @@ scenario_failures_say_what_to_do() {
 }
 
 scenario_help_and_version() {
-  for program in qvsend qvclient; do
+  for program in qvsend qvclient qvtool; do
     $wine "$bin/$program$suffix" --help >help 2>&1 || return 1
     expect help "Example:" || return 1
     $wine "$bin/$program$suffix" --version >version 2>&1 || return 1
@@ -419,6 +421,164 @@ scenario_a_client_that_is_stopped() {
   kill -INT $client_pid
   await_client || return 1
   [ -f mail/0001.eml ] && expect_staged ""
+}
+
+# tool_fails CODE TEXT ARGUMENT...: qvtool ends with the code and one line that holds the text.
+tool_fails() {
+  code=$1 text=$2
+  shift 2
+  tool "$@" >out 2>complaint
+  [ $? = "$code" ] || fail "exit code is not $code: $*" || return 1
+  [ "$(wc -l <complaint)" -eq 1 ] || fail "not one line" || return 1
+  expect complaint "qvtool: " && expect complaint "$text"
+}
+
+scenario_tool_converts_in_a_pipe() {
+  seq 1 9999 | while read -r line; do
+    echo "吾輩は猫である。名前はまだ無い。「ソ」と表と①とｱ行$line"
+  done >utf8
+  # Both ways beside another program, and through the forms of one character set.
+  iconv -f UTF-8 -t CP932 utf8 >sjis
+  tool convert --from UTF-8 --to shift_jis <utf8 >ours && cmp ours sjis || return 1
+  tool convert --from 932 --to UTF-8 <sjis >ours && cmp ours utf8 || return 1
+  iconv -f UTF-8 -t UTF-16LE utf8 >wide
+  tool convert --from UTF-16LE --to EUC-JP <wide | tool convert --from 20001 --to ISO-2022-JP |
+    tool convert --from 20002 --to 932 >ours && cmp ours sjis || return 1
+  tool convert --from 932 --to utf-8 --line-ends crlf <sjis | tr -d '\r' >ours && cmp ours utf8
+}
+
+scenario_tool_encodes_and_names() {
+  head -c 500000 /dev/urandom >bytes
+  base64 -w 64 bytes | head -c -1 >theirs
+  tool base64 --separator lf <bytes >ours && cmp ours theirs || return 1
+  tool base64 <bytes | tr -d '\r' >ours && cmp ours theirs || return 1
+  tr -d '\n' <theirs >one_line
+  tool base64 --separator none <bytes >ours && cmp ours one_line || return 1
+  tool charset Windows-1252 >names && tool charset 28595 >>names && tool charset 437 >>names || return 1
+  printf '%s\t%s\t%s\t%s\n' 1252 ISO-8859-1 CP1252 .1252 \
+    28595 ISO-8859-5 CP1252 russian.ISO8859-5 437 '' CP1252 english >expected
+  cmp names expected
+}
+
+scenario_tool_sums_beside_others() {
+  head -c 300001 /dev/urandom >bytes
+  gzip -c bytes | tail -c 8 | head -c 4 | od -An -tx4 --endian=little | tr -d ' ' >theirs
+  tool checksum crc32 <bytes >ours && cmp ours theirs || return 1
+  for sum in sha1 md5; do
+    ${sum}sum <bytes | cut -d ' ' -f 1 >theirs
+    tool checksum $sum <bytes >ours && cmp ours theirs || return 1
+  done
+  # Published: RFC 2202 and the catalogue of CRCs.
+  printf 'what do ya want for nothing?' | tool checksum md5 --hmac 4A656665 >ours || return 1
+  printf 123456789 | tool checksum crc32 >>ours && printf 123456789 | tool checksum crc16 >>ours &&
+    printf abc | tool checksum md4 >>ours && printf abc | tool checksum md2 >>ours || return 1
+  printf '%s\n' 750c783e6ab0b503eaa86e310a5db738 cbf43926 c331 \
+    a448017aaf21d8525fc10ae87aa6729d da853b0d3f88d99b30283a69e6ded6bb >theirs
+  cmp ours theirs
+}
+
+scenario_tool_finds_links() {
+  cat >text <<'END'
+Write to "Ann Lee" <ann@example.com> & see http://www.example.com/a?b=1&c="d" (or www.example.org).
+mailto:bob@example.org, 表www.example.net/x 1<2, javascript://example.com/%0aalert(1)
+END
+  seq 1 20000 | sed 's/.*/line & of www.host&.example.com/' >>text
+  tool links <text >finds && [ "$(wc -l <finds)" = 20006 ] || fail "$(head finds)" || return 1
+  # A find is what stands at its place.
+  sed -n '1,6p;$p' finds | while IFS='	' read -r kind position length found; do
+    [ "$(tail -c +$((position + 1)) text | head -c "$length")" = "$found" ] ||
+      fail "no $found at $position" || return 1
+  done || return 1
+  tool links --markup <text >page || return 1
+  expect page '<a href="mailto:ann@example.com">ann@example.com</a>' &&
+    expect page '<a href="http://www.example.org">www.example.org</a>).' &&
+    expect page 'href="http://www.example.com/a?b=1&amp;c=' || return 1
+  grep -q 'href="javascript' page && fail "a script became a link" && return 1
+  # Without its links the page is the text.
+  sed 's/<a href="[^"]*">//g;s/<\/a>//g;s/&lt;/</g;s/&gt;/>/g;s/&quot;/"/g;s/&amp;/\&/g' page | cmp - text
+}
+
+scenario_tool_reads_lines() {
+  printf '"Ann Lee" <ann@example.com>\r\nno one@\n\nbob@example.org (Bob)' >lines
+  tool address <lines >ours || return 1
+  printf '1\tann@example.com\tAnn Lee\n0\n0\n1\tbob@example.org\t(Bob)\n' | cmp - ours || return 1
+  printf 'Gr\374\337e #1\r\na~b/c\nx\ry' >latin
+  tool url escape --code-page 1252 --set 2 <latin >ours || return 1
+  printf 'Gr%%C3%%BC%%C3%%9Fe%%20%%231\r\na~b%%2Fc\nx%%0Dy' | cmp - ours || return 1
+  tool url unescape --code-page 1252 --decode-slashes <ours | sed 's/\\r/\r/' | cmp - latin || return 1
+  seq 1 300000 | tr '\n' ' ' >long
+  tool url escape <long | sed 's/%20/ /g' | cmp - long || return 1
+  tool_fails 1 "line 1 has more than 1048576 bytes" url unescape <long
+}
+
+scenario_tool_writes_numbers() {
+  while read -r expected arguments; do
+    tool number $arguments >ours && [ "$(tr ' ' _ <ours)" = "$expected" ] ||
+      fail "$arguments: $(cat ours)" || return 1
+  done <<'END'
+1.5M count 1500000
+1.5G count 1500000 --thousands
+18,446,744,073,709,551,615 grouped 18446744073709551615
+2.50M scaled 2500000 --style 3
+2.441K scaled 2500 --base 1024
+1_day_2_hours_3_minutes_4_seconds duration 93784 --style 1
+1563_mins_4_secs duration 93784 --fields 24
+02:03:04 duration 93784 --style 3
+-12 parse -12
+31 parse 0x1F --base 0
+4147 parse BAz --base 64
+END
+  tool_fails 2 "not a whole number from 0 to 4294967295" number duration 4294967296 &&
+    tool_fails 2 "not a whole number" number grouped -5 &&
+    tool_fails 1 "give a number up to 10^19" number scaled 1e30 &&
+    tool_fails 0 'read up to "x"' number parse 12x &&
+    tool_fails 2 "unknown checksum" checksum crc:65 &&
+    tool_fails 2 "goes with sha1" checksum crc16 --hmac 00
+}
+
+# Every session of the manual, its commands and what they print.
+scenario_tool_does_what_the_manual_shows() {
+  grep '^    ' "$manual" | sed 's/^    //' >sessions
+  grep '^\$ ' sessions | sed 's/^\$ //;s/qvtool/tool/' >commands
+  [ "$(wc -l <commands)" -gt 15 ] || fail "no sessions" || return 1
+  while read -r command; do
+    printf '$ %s\n' "$command" | sed 's/tool/qvtool/'
+    eval "$command"
+  done <commands >shown
+  diff sessions shown
+}
+
+scenario_tool_says_what_fails() {
+  printf 'a\303' >cut
+  tool_fails 1 'unknown character set "latin1"' charset latin1 &&
+    tool_fails 2 'unknown character set "latin1"' convert --from latin1 --to UTF-8 &&
+    tool_fails 2 "--to is required" convert --from UTF-8 &&
+    tool_fails 2 "no command; see --help" &&
+    tool_fails 2 "see --help" nonsense &&
+    tool_fails 1 "no table to convert 20009 (EUC-KR) to 65001 (UTF-8)" \
+      convert --from EUC-KR --to UTF-8 <cut &&
+    tool_fails 1 "ends inside a character: 1 byte left out" convert --from UTF-8 --to 1252 <cut ||
+    return 1
+  [ "$(cat out)" = a ] || fail "what could be converted is not there" || return 1
+  printf '日本' | tool_fails 0 "warning: 2 characters malformed or without a place" \
+    convert --from UTF-8 --to 1252 || return 1
+  [ -z "$wine" ] || return 0
+  # Streams that fail, as the shell gives them.
+  for command in "charset 932" "base64" "convert --from 1252 --to UTF-8" "address" "checksum md5" \
+    "links --markup" "number count 1" "url escape" "url unescape"; do
+    yes 2>/dev/null | head -c 300000 | tool $command >/dev/full 2>complaint
+    [ $? = 1 ] || fail "$command: a full disk is no failure" || return 1
+    expect complaint "qvtool: cannot write to standard output: the disk is full" || return 1
+    tool $command <cut >&- 2>complaint
+    [ $? = 1 ] || fail "$command: a closed output is no failure" || return 1
+  done
+  { yes 2>/dev/null | tool base64 2>complaint; echo $? >code; } | head -c 9 >/dev/null
+  [ "$(cat code)" = 1 ] || fail "a broken pipe is no failure" || return 1
+  expect complaint "nobody reads it any more" || return 1
+  tool base64 <. >out 2>complaint && fail "a folder can be read"
+  expect complaint "cannot read standard input: " || return 1
+  tool base64 <&- >out 2>complaint && fail "a closed input can be read"
+  expect complaint "cannot read standard input: "
 }
 
 # --- all of them, by their names in this file ---

@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "tests/text/module_tables.h"
+#include "tests/text/table_bodies.h"
 
 namespace qv {
 namespace {
 
-using Body = std::vector<uint8_t>;
+using test::Body;
+using test::Join;
 
 // A row of a table from Unicode whose 16 bytes are all `value`.
 Body Row(uint32_t number, uint8_t value = 0x80) {
@@ -17,12 +17,6 @@ Body Row(uint32_t number, uint8_t value = 0x80) {
   row[0] = static_cast<uint8_t>(number >> 8);
   row[1] = static_cast<uint8_t>(number);
   return row;
-}
-
-Body Join(std::initializer_list<Body> parts) {
-  Body all;
-  for (const Body& part : parts) all.insert(all.end(), part.begin(), part.end());
-  return all;
 }
 
 TEST(UnicodeTable, RefusesBodiesThatBreakTheRulesOfTheirKind) {

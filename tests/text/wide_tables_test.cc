@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "tests/text/module_tables.h"
+#include "tests/text/table_bodies.h"
 
 namespace qv {
 namespace {
 
-using Body = std::vector<uint8_t>;
+using test::Body;
+using test::Join;
 
 void Append(Body& body, uint32_t value, int width) {
   for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
@@ -30,12 +32,6 @@ Body BasedHead(CodePage base) {
   Append(head, base, 2);
   for (uint32_t i = 0; i < 256; ++i) Append(head, i < 128 ? i : 0, 2);
   return head;
-}
-
-Body Join(std::initializer_list<Body> parts) {
-  Body all;
-  for (const Body& part : parts) all.insert(all.end(), part.begin(), part.end());
-  return all;
 }
 
 Body Resource(uint16_t kind, CodePage cp, const Body& body) {

@@ -170,6 +170,9 @@ TEST(Checksums, EveryWidthDividesFromItsStart) {
       SCOPED_TRACE(testing::Message() << width << " bits, " << count << " bytes");
       EXPECT_EQ(ZRCRCWidth(bytes.data(), count, width),
                 Divide(bytes.substr(0, count), width, qv::CRCPolynomial(width), Start(width)));
+      const uint64_t begun = ZRCRCWidth(bytes.data(), count, width);
+      EXPECT_EQ(qv::ExtendCRCWidth(begun, bytes.data() + count, 67 - count, width),
+                ZRCRCWidth(bytes.data(), 67, width));
     }
   }
   for (const int width : {-1, 0, 65}) EXPECT_EQ(ZRCRCWidth(bytes.data(), 67, width), 0u);

@@ -1,0 +1,56 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <vector>
+
+#include "programs/common/progress.h"
+#include "programs/qvtool/code_page_argument.h"
+#include "programs/qvtool/commands.h"
+#include "programs/qvtool/found_links.h"
+
+namespace qvtool {
+namespace {
+
+constexpr size_t kPieceBytes = 1 << 16;
+
+struct Options {
+  std::string code_page = "UTF-8";
+  bool no_spaces = false, markup = false;
+};
+
+std::unique_ptr<FoundLinks> NewLinks(const Options& options, const Sink& sink) {
+  const LinkOptions links{CodePageOf(options.code_page).value(), options.no_spaces};
+  if (options.markup) return std::make_unique<LinkPage>(links, sink);
+  return std::make_unique<LinkList>(links, sink);
+}
+
+Trouble FindLinks(const Options& options, Streams& streams) {
+  const auto links =
+      NewLinks(options, [&streams](std::string_view bytes) { return streams.output.Write(bytes); });
+  program::ByteProgress progress("searching");
+  std::vector<char> piece(kPieceBytes);
+  while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
+    if (!links->Add({piece.data(), size})) return std::nullopt;
+    progress.Advance(size);
+  }
+  // What a failing stream left behind may be cut.
+  if (!streams.input.trouble()) links->Finish();
+  return std::nullopt;
+}
+
+}  // namespace
+
+Work DescribeLinks(CLI::App& command) {
+  auto options = std::make_shared<Options>();
+  command
+      .add_option("--code-page", options->code_page,
+                  "The code page of the text: a number or a charset name (default: UTF-8)")
+      ->take_last()
+      ->type_name("CP")
+      ->check(WrongByteCodePage);
+  command.add_flag("--no-spaces", options->no_spaces, "A blank ends every link and address");
+  command.add_flag("--markup", options->markup,
+                   "Write the text as HTML in which every find is a link");
+  return [options](Streams& streams) { return FindLinks(*options, streams); };
+}
+
+}  // namespace qvtool
