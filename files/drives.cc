@@ -1,5 +1,6 @@
 #include "files/drives.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <mutex>
@@ -60,7 +61,7 @@ void AnnounceSkippedDrives() {
     if (state.announced) return;
     state.announced = true;
   }
-  if (*letters == 0) return;
+  if (!std::any_of(letters, letters + std::strlen(letters), IsLetter)) return;
   DebugPrint("INI directive to ignore (mark as offline) volumes");
   for (; *letters != 0; ++letters) {
     if (IsLetter(*letters)) DebugPrint(" %c:", *letters);

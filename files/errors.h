@@ -13,8 +13,9 @@
 
 #include "base/errors.h"
 
-// The framework code of a platform error number; 0 for 0. The low 16 bits find the row. Without a
-// row, a number from 4101 to 4128 is a framework code already and passes through, any other is
+// The framework code of a platform error number; 0 for 0. The low 16 bits find the row; a
+// larger number whose low 16 bits are 0 is no success and has no row. Without a row, a number from
+// 4101 to 4128 is a framework code already and passes through, any other is
 // ZRErrUnexpected. 1392 and 1393 (damage) also tell the user to check the disk. `path` is the file
 // that the call was about, or null.
 ZRError ZRTranslateNativeError(uint32_t native, const char* path = nullptr);

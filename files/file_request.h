@@ -27,7 +27,7 @@ constexpr uint32_t kFileRequestCodes = 24;  // 0 to 23 have names and statistics
 
 // Flags of a request.
 constexpr uint32_t kRequestHasOffset = 0x1;  // a transfer at `offset`, not where the last ended
-constexpr uint32_t kRequestPending = 0x4;    // out: the platform has not finished the transfer
+constexpr uint32_t kRequestPending = 0x4;    // out: the platform did not finish it at once
 constexpr uint32_t kRequestFoldersOnly = 0x1000;
 
 struct FileRequest {
@@ -40,7 +40,6 @@ struct FileRequest {
   uint32_t access = 0, share = 0, platform_flags = 0;  // of an open
   uint32_t origin = 0;                                 // of a seek: 0 start, 1 current place, 2 end
   uint32_t flags = 0;
-  uint32_t number = 0;        // a volume's number
   const void* times[3] = {};  // FILETIME: creation, access, write; null leaves one as it is
   bool answer = false;        // of the folder test
   uint32_t result = 0;        // platform error number

@@ -59,6 +59,11 @@ void FillEntry(const WIN32_FIND_DATAA& found, const char* name, FolderEntry* ent
   std::memcpy(entry->name, name, std::strlen(name) + 1);
 }
 
+ZRError Refuse(ZRError error, FolderEntry* entry) {
+  *entry = {};
+  return error;
+}
+
 }  // namespace
 
 bool FolderListing::InProgress() const { return handle_ != INVALID_HANDLE_VALUE; }
@@ -78,14 +83,14 @@ uint32_t FolderListing::Ask(uint32_t operation, void* found, const char* pattern
 ZRError FolderListing::First(const char* folder, const char* pattern, uint32_t options,
                              FolderEntry* entry) {
   End();
-  *entry = {};
   char path[kFolderSize];
   const size_t length = std::strlen(folder);
-  if (length >= sizeof path) return ZRErrTooLong;
+  if (length == 0) return Refuse(ZRErrBadFolder, entry);
+  if (length >= sizeof path) return Refuse(ZRErrTooLong, entry);
   std::memcpy(folder_, folder, length + 1);
   std::memcpy(path, folder, length + 1);
   ZRPathDriveRoot(path);
-  if (ZRPathJoin(path, pattern) == nullptr) return ZRErrTooLong;
+  if (ZRPathJoin(path, pattern) == nullptr) return Refuse(ZRErrTooLong, entry);
   options_ = options;
   WIN32_FIND_DATAA found;
   if (uint32_t native = Ask(kFileRequestFindFirst, &found, path)) return Fail(native, entry);
@@ -93,10 +98,7 @@ ZRError FolderListing::First(const char* folder, const char* pattern, uint32_t o
 }
 
 ZRError FolderListing::Next(FolderEntry* entry) {
-  if (!InProgress()) {
-    *entry = {};
-    return ZRErrEOF;
-  }
+  if (!InProgress()) return Refuse(ZRErrEOF, entry);
   WIN32_FIND_DATAA found;
   if (uint32_t native = Ask(kFileRequestFindNext, &found, nullptr)) return Fail(native, entry);
   return GiveOrGoOn(&found, entry);
@@ -123,9 +125,8 @@ ZRError FolderListing::GiveOrGoOn(const void* first, FolderEntry* entry) {
 
 ZRError FolderListing::Fail(uint32_t native, FolderEntry* entry) {
   End();
-  *entry = {};
   const ZRError error = ZRTranslateNativeError(native, folder_);
-  return error == ZRErrNotFound ? ZRErrEOF : error;
+  return Refuse(error == ZRErrNotFound ? ZRErrEOF : error, entry);
 }
 
 // False when the entry's path is too long to ask. Without an answer the fields stay 0.

@@ -28,7 +28,7 @@ constexpr uint32_t kEntryFolder = 0x01, kEntryReadOnly = 0x02, kEntryHidden = 0x
 struct FolderEntry {
   uint32_t attributes;
   uint32_t modified, created;  // framework times on the local clock
-  uint32_t unused;             // not written
+  uint32_t unused;             // left as it is
   uint64_t data_size;
   uint64_t fork_size;  // this and the next two only with kListForkInfo, else 0
   uint32_t type, creator;
@@ -47,7 +47,8 @@ class FolderListing {
   FolderListing(const FolderListing&) = delete;
   FolderListing& operator=(const FolderListing&) = delete;
 
-  // Ends a listing in progress first. ZRErrTooLong when folder and pattern do not go together.
+  // Ends a listing in progress first. ZRErrTooLong when folder and pattern do not go together,
+  // ZRErrBadFolder without a folder.
   ZRError First(const char* folder, const char* pattern, uint32_t options, FolderEntry* entry);
   // ZRErrEOF when there are no more, or no listing is in progress.
   ZRError Next(FolderEntry* entry);

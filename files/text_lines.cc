@@ -38,7 +38,7 @@ uint32_t TextLines::FindLineEnd(char* text, uint32_t length) {
 ZRError TextLines::ApplyLimit(uint64_t position, uint32_t* capacity) const {
   if (read_limit_ == kNoLimit) return ZRErrNone;
   if (position >= read_limit_) return ZRErrEOF;
-  if (position + *capacity < position) return ZRErrTooLong;
+  if (position > uint64_t{INT64_MAX} - *capacity) return ZRErrTooLong;
   *capacity = static_cast<uint32_t>(std::min<uint64_t>(*capacity, read_limit_ - position));
   return ZRErrNone;
 }
@@ -72,8 +72,9 @@ ZRError TextLines::ReadLine(char* buffer, int32_t* length) {
 
 ZRError TextLines::WriteLine(const char* text, int32_t* length) {
   if (!Check(length != nullptr, "len != 0", 118)) return ZRErrParam;
-  if (*length < 0 || (text == nullptr && *length > 0)) return ZRErrParam;
   const auto ending = static_cast<uint32_t>(std::strlen(ending_));
+  const bool grows = *length >= 0 && *length <= INT32_MAX - static_cast<int32_t>(ending);
+  if (!grows || (text == nullptr && *length > 0)) return ZRErrParam;
   ZRError error = bytes_.WriteHere(text, static_cast<uint32_t>(*length));
   if (error == ZRErrNone) error = bytes_.WriteHere(ending_, ending);
   if (error == ZRErrNone) *length += static_cast<int32_t>(ending);
@@ -94,13 +95,17 @@ ZRError TextLines::WriteText(const char* text, uint32_t length) {
 }
 
 ZRError TextLines::PrintText(const char* format, ...) {
-  ScratchBlock text;
-  if (text.data() == nullptr) return ZRErrNoMemory;
   va_list arguments;
   va_start(arguments, format);
-  FormatTextList(text.data(), format, arguments);
+  const ZRError error = PrintTextList(format, arguments);
   va_end(arguments);
-  return WriteText(text.data(), static_cast<uint32_t>(std::strlen(text.data())));
+  return error;
+}
+
+ZRError TextLines::PrintTextList(const char* format, va_list arguments) {
+  const ScratchBlock text;
+  if (text.data() == nullptr) return ZRErrNoMemory;
+  return WriteText(text.data(), FormatTextList(text.data(), format, arguments));
 }
 
 ZRError TextLines::SetReadLimit(int64_t position) {

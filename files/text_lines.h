@@ -17,6 +17,7 @@
 // the buffer is empty and the length 0, except where a move back fails.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 
 #include "base/errors.h"
@@ -49,12 +50,14 @@ class TextLines {
 
   // *length: 0 to 65535, the buffer holding one byte more; then the bytes consumed. ZRErrEOF at the
   // end of the file or the read limit, or for a length of 0; ZRErrSeek when the mark could not be
-  // moved back behind the line (which is in the buffer); ZRErrTooLong when mark and length wrap;
-  // else the error of the reading.
+  // moved back behind the line (which is in the buffer); ZRErrTooLong when a limit is set and
+  // mark and length together pass the largest place of a file (2^63 - 1); else the error of the
+  // reading.
   ZRError ReadLine(char* buffer, int32_t* length);
 
-  // Writes the bytes and the line ending; *length grows by the ending. After an error it is as it
-  // was, and part of the line may be written.
+  // Writes the bytes and the line ending; *length grows by the ending. ZRErrParam for a length
+  // below 0 or too large to grow. After an error it is as it was, and part of the line may be
+  // written.
   ZRError WriteLine(const char* text, int32_t* length);
 
   // Writes a text with every LF as a line ending; what follows the last one is written as it is.
@@ -62,6 +65,7 @@ class TextLines {
 
   // FormatText's rules, at most 7999 bytes, then as WriteText. ZRErrNoMemory without a buffer.
   ZRError PrintText(const char* format, ...);
+  ZRError PrintTextList(const char* format, va_list arguments);
 
   // The place in the file where reading stops; kNoLimit for none. ZRErrRange below 0.
   ZRError SetReadLimit(int64_t position);

@@ -33,12 +33,24 @@ uint32_t TransferHere(FileRequest& request, Transfer transfer, DWORD* done) {
   return transfer(request, done, nullptr) ? 0 : GetLastError();
 }
 
+// The platform goes on with `at` and the buffer until the transfer is over, whoever forgets them.
+uint32_t WaitForTransfer(const FileRequest& request, DWORD* done, OVERLAPPED* at) {
+  uint32_t error = 0;
+  do {
+    error = GetOverlappedResult(request.file, at, done, TRUE) ? 0 : GetLastError();
+  } while (error == ERROR_IO_INCOMPLETE);  // another transfer of the file was over
+  return error;
+}
+
 uint32_t TransferThere(FileRequest& request, Transfer transfer, DWORD* done) {
   OVERLAPPED at{};
   at.Offset = static_cast<DWORD>(request.offset);
   at.OffsetHigh = static_cast<DWORD>(request.offset >> 32);
-  if (transfer(request, done, &at)) return 0;
-  const uint32_t error = GetLastError();
+  uint32_t error = transfer(request, done, &at) ? 0 : GetLastError();
+  if (error == ERROR_IO_PENDING) {
+    request.flags |= kRequestPending;
+    error = WaitForTransfer(request, done, &at);
+  }
   // The end of the file is no failure.
   return error == ERROR_HANDLE_EOF ? 0 : error;
 }
@@ -61,6 +73,7 @@ uint32_t TransferAt(FileRequest& request, Transfer transfer, std::atomic<bool>& 
 
 uint32_t Run(FileRequest& request, Transfer transfer, std::atomic<bool>& positioned) {
   DWORD done = 0;
+  request.flags &= ~kRequestPending;
   const uint32_t error = (request.flags & kRequestHasOffset) != 0
                              ? TransferAt(request, transfer, positioned, &done)
                              : TransferHere(request, transfer, &done);

@@ -2,7 +2,8 @@
 //
 // A transfer with an offset gives the offset to the platform with the call. Where the platform
 // refuses that (numbers 120 and 87), it is switched off for this direction in the whole process,
-// and the place is set before each transfer.
+// and the place is set before each transfer. A transfer that the platform does not finish at once
+// (997) is waited for; kRequestPending tells that it was so.
 #pragma once
 
 #include "files/file_request.h"

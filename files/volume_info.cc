@@ -4,9 +4,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "app/debug_output.h"
 #include "base/hooks.h"
-#include "files/volumes.h"
+#include "files/file_trace.h"
 #include "platform/windows_api.h"
 #include "text/formatter.h"
 
@@ -16,11 +15,24 @@ namespace {
 constexpr uint64_t kMostBytes = 0x7FFFFFFF;
 constexpr DWORD kLongestLabel = 256;  // characters with the terminator
 
-// False when the text does not fit or is not UTF-16; `out` is then empty.
+// False when the text does not fit; `out` is then empty.
 bool Utf8FromPlatform(const WCHAR* text, char* out, int size) {
   if (WideCharToMultiByte(CP_UTF8, 0, text, -1, out, size, nullptr, nullptr) > 0) return true;
   out[0] = 0;
   return false;
+}
+
+bool ContinuesCharacter(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+
+// At most size - 1 bytes of UTF-8, in whole characters.
+void CopyUtf8(const char* text, char* out, size_t size) {
+  size_t length = strnlen(text, size);
+  if (length == size) {
+    --length;
+    while (length > 0 && ContinuesCharacter(text[length])) --length;
+  }
+  std::memcpy(out, text, length);
+  out[length] = 0;
 }
 
 // What the network's calls answer, as framework codes.
@@ -57,24 +69,45 @@ void FillBytes(const char* root, VolumeInfo* info) {
   info->total_bytes = static_cast<uint32_t>(std::min<uint64_t>(total.QuadPart, kMostBytes));
 }
 
-void FinishLabel(const char* drive_name, VolumeInfo* info) {
-  if (char* dot = std::strchr(info->label, '.')) std::memmove(dot, dot + 1, std::strlen(dot));
-  if (info->label[0] == 0) std::memcpy(info->label, drive_name, std::strlen(drive_name) + 1);
+void CopyLabel(const WCHAR* platform_label, const char* drive_name, VolumeInfo* info) {
+  char label[kLongestLabel * 3];  // UTF-8 takes 3 bytes at most for each 16 bits
+  Utf8FromPlatform(platform_label, label, sizeof label);
+  if (char* dot = std::strchr(label, '.')) std::memmove(dot, dot + 1, std::strlen(dot));
+  CopyUtf8(label[0] == 0 ? drive_name : label, info->label, sizeof info->label);
 }
 
 // False when the drive does not answer.
-bool FillLabel(uint16_t drive, const char* drive_name, uint32_t flags, VolumeInfo* info) {
+bool FillLabel(uint16_t drive, bool is_remote, uint32_t flags, VolumeInfo* info) {
   const WCHAR root[] = {static_cast<WCHAR>('A' + drive), ':', '\\', 0};
   WCHAR label[kLongestLabel] = {};
   DWORD serial = 0;
   if (!GetVolumeInformationW(root, label, kLongestLabel, &serial, nullptr, nullptr, nullptr, 0)) {
-    return false;
+    if (!is_remote) return false;
+    label[0] = 0;
+    serial = 0;
   }
   if ((flags & kVolumeSerial) != 0) info->serial = serial;
   if ((flags & kVolumeLabel) == 0) return true;
-  Utf8FromPlatform(label, info->label, sizeof info->label);
-  FinishLabel(drive_name, info);
+  char drive_name[3];
+  ZRDriveName(drive, drive_name);
+  CopyLabel(label, drive_name, info);
   return true;
+}
+
+// What lies behind the parts that the drive itself tells: its label and serial number, and what
+// stands for it in the network.
+uint32_t FillTexts(const VolumeRecord& record, bool is_remote, uint32_t flags, VolumeInfo* info) {
+  if (is_remote && (flags & (kVolumeLabel | kVolumeNetworkName)) != 0) {
+    const ZRError error = ReadConnection(record.drive, info);
+    if (error != ZRErrNone) return static_cast<uint32_t>(error);
+  }
+  if ((flags & kVolumeNetworkName) == 0) info->network_name[0] = 0;
+  const bool needs_label = (flags & (kVolumeLabel | kVolumeSerial)) != 0;
+  if (needs_label && !FillLabel(record.drive, is_remote, flags, info)) return 0;
+  if ((flags & kVolumeNetworkName) != 0 && info->network_name[0] == 0) {
+    FormatTextN(info->network_name, sizeof info->network_name - 1, "[%s]", record.root);
+  }
+  return 0;
 }
 
 uint32_t FillDrive(const VolumeRecord& record, uint32_t flags, VolumeInfo* info) {
@@ -82,27 +115,13 @@ uint32_t FillDrive(const VolumeRecord& record, uint32_t flags, VolumeInfo* info)
   if (kind == kDriveCdRom) info->attributes |= kVolumeLocked;
   if ((flags & kVolumeKind) != 0) info->kind = kind;
   if ((flags & kVolumeBytes) != 0) FillBytes(record.root, info);
-  char name[3];
-  ZRDriveName(record.drive, name);
   if ((flags & kVolumeShortName) != 0) {
+    char name[3];
+    ZRDriveName(record.drive, name);
     info->short_name[0] = 2;
     std::memcpy(info->short_name + 1, name, 2);
   }
-  constexpr uint32_t kTexts = kVolumeLabel | kVolumeNetworkName | kVolumeSerial;
-  if ((flags & kTexts) == 0) return 0;
-  if (kind == kDriveRemote && (flags & (kVolumeLabel | kVolumeNetworkName)) != 0) {
-    const ZRError error = ReadConnection(record.drive, info);
-    if (error != ZRErrNone) return static_cast<uint32_t>(error);
-    if ((flags & kVolumeNetworkName) == 0) info->network_name[0] = 0;
-  }
-  if ((flags & (kVolumeLabel | kVolumeSerial)) != 0 &&
-      !FillLabel(record.drive, name, flags, info)) {
-    return 0;
-  }
-  if ((flags & kVolumeNetworkName) != 0 && info->network_name[0] == 0) {
-    FormatTextN(info->network_name, sizeof info->network_name - 1, "[%s]", record.root);
-  }
-  return 0;
+  return FillTexts(record, kind == kDriveRemote, flags, info);
 }
 
 void FillLogical(const VolumeRecord& record, uint32_t flags, VolumeInfo* info) {
@@ -116,29 +135,35 @@ void FillLogical(const VolumeRecord& record, uint32_t flags, VolumeInfo* info) {
 }  // namespace
 
 uint32_t FillVolumeInfo(FileRequest& request) {
-  auto* info = static_cast<VolumeInfo*>(request.buffer);
-  *info = {};
-  const auto number = static_cast<uint16_t>(request.number);
-  info->volume = number;
-  const VolumeRecord* record = FindVolume(number);
-  if (record == nullptr) return uint32_t{ZRErrNoVolume};
-  if (!record->IsLogical()) return FillDrive(*record, request.access, info);
-  FillLogical(*record, request.access, info);
+  const auto& query = *static_cast<const VolumeQuery*>(request.buffer);
+  if (!query.record.IsLogical()) return FillDrive(query.record, query.flags, query.info);
+  FillLogical(query.record, query.flags, query.info);
   return 0;
 }
 
+namespace {
+
+ZRError AskVolume(uint16_t volume, bool use_worker, uint32_t flags, VolumeInfo* info) {
+  *info = {};
+  info->volume = volume;
+  const VolumeRecord* record = FindVolume(volume);
+  if (record == nullptr) return ZRErrNoVolume;
+  VolumeQuery query{*record, flags, info};
+  FileRequest request;
+  request.operation = kFileRequestVolumeInfo;
+  request.buffer = &query;
+  return static_cast<ZRError>(RunFileRequest(request, use_worker));
+}
+
+}  // namespace
 }  // namespace qv
 
 ZRError ZRGetDriveInfo(uint16_t volume, bool use_worker, uint32_t flags, VolumeInfo* info) {
   if (info == nullptr) return ZRErrParam;
-  FileRequest request;
-  request.operation = kFileRequestVolumeInfo;
-  request.number = volume;
-  request.access = flags;
-  request.buffer = info;
-  const auto error = static_cast<ZRError>(qv::RunFileRequest(request, use_worker));
+  const ZRError error = qv::AskVolume(volume, use_worker, flags, info);
   if (error != ZRErrNone) {
-    DebugPrint("Debug: ZRGetDriveInfo(%d) returned error %d.\n", int32_t{volume}, error);
+    qv::TraceFile(qv::kTraceOpens, "Debug: ZRGetDriveInfo(%d) returned error %d.\n",
+                  int32_t{volume}, error);
   }
   return error;
 }

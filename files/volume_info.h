@@ -10,6 +10,7 @@
 
 #include "base/errors.h"
 #include "files/file_request.h"
+#include "files/volumes.h"
 
 // Parts of the information.
 constexpr uint32_t kVolumeShortName = 0x1, kVolumeLabel = 0x2, kVolumeNetworkName = 0x4,
@@ -24,8 +25,8 @@ struct VolumeInfo {
   int32_t kind;                      // a drive's DriveKind
   uint32_t total_bytes, free_bytes;  // cut at 0x7FFFFFFF; free to the caller
   uint8_t short_name[4];             // length-prefixed "X:"; empty for a logical volume
-  char label[256];         // UTF-8 without its first "."; "X:" when it is empty; a logical
-                           // volume's name, in the system's code page
+  char label[256];         // UTF-8 without its first "."; "X:" when it is empty; cut behind a whole
+                           // character; a logical volume's name, in the system's code page
   char network_name[172];  // UTF-8: what a remote drive stands for, else "[X:\]"; a
                            // logical volume's "[Logical 7]"
   uint32_t serial;
@@ -36,12 +37,20 @@ struct VolumeInfo {
 // ZRErrNoVolume for no volume. A remote drive without a name of its own ends the information:
 // ZRErrNoMemory, ZRErrRange, ZRErrIO, ZRErrTooLong, ZRErrNoVolume or ZRErrNetwork, with neither
 // label, serial number nor network name. A drive whose label cannot be read (an empty CD-ROM) gives
-// what was there before it, and 0.
+// what was there before it, and 0; a remote one goes on as with an empty label. Errors are also
+// traced (file_trace.h).
 ZRError ZRGetDriveInfo(uint16_t volume, bool use_worker, uint32_t flags, VolumeInfo* info);
 
 namespace qv {
 
-// The request behind it: `number` is the volume, `access` the flags, `buffer` the VolumeInfo.
+// What the request behind it (file_request.h) works on, as its `buffer`. The record is a copy: the
+// worker that fills the information never touches the list of volumes, which tasks may change
+// meanwhile.
+struct VolumeQuery {
+  VolumeRecord record;
+  uint32_t flags;
+  VolumeInfo* info;
+};
 uint32_t FillVolumeInfo(FileRequest& request);
 
 }  // namespace qv

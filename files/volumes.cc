@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/hooks.h"
-#include "files/folder_listing.h"
+#include "files/file_request.h"
 #include "files/folder_tests.h"
 #include "files/locations.h"
 #include "files/paths.h"
@@ -116,15 +116,51 @@ bool FindVolumesFolder(char (&folder)[kVolumeTextSize]) {
   return false;
 }
 
+// The subfolders of a folder under their whole names, which a folder listing would
+// shorten; a name that the code page lacks comes in its short form. A failure ends them.
+class Subfolders {
+ public:
+  explicit Subfolders(const char* pattern) {
+    request_.path = pattern;
+    request_.buffer = &found_;
+    request_.flags = kRequestFoldersOnly;
+    request_.operation = kFileRequestFindFirst;
+    is_open_ = there_ = RunFileRequest(request_, false) == 0;
+    request_.operation = kFileRequestFindNext;
+  }
+  ~Subfolders() {
+    request_.operation = kFileRequestFindClose;
+    if (is_open_) RunFileRequest(request_, false);
+  }
+  Subfolders(const Subfolders&) = delete;
+  Subfolders& operator=(const Subfolders&) = delete;
+
+  bool there() const { return there_; }
+  void Next() { there_ = RunFileRequest(request_, false) == 0; }
+  const char* name() const {
+    const bool odd = std::strchr(found_.cFileName, '?') != nullptr;
+    return odd ? found_.cAlternateFileName : found_.cFileName;
+  }
+
+ private:
+  FileRequest request_;
+  WIN32_FIND_DATAA found_;
+  bool is_open_ = false, there_ = false;
+};
+
+bool IsVolumeName(const char* name) {
+  return *name != 0 && std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0;
+}
+
 ZRError AddLogicalVolumes() {
-  char folder[kVolumeTextSize];
+  char folder[kVolumeTextSize], pattern[kVolumeTextSize];
   if (!FindVolumesFolder(folder)) return ZRErrNone;
-  FolderListing listing(false);
-  FolderEntry entry;
+  std::memcpy(pattern, folder, sizeof pattern);
+  if (ZRPathJoin(pattern, "*.*") == nullptr) return ZRErrNone;
   ZRError result = ZRErrNone;
-  ZRError error = listing.First(folder, "*.*", kListFoldersOnly, &entry);
-  for (; error == ZRErrNone; error = listing.Next(&entry)) {
-    const ZRError added = AddOrRefreshLogical(folder, entry.name);
+  for (Subfolders subfolders(pattern); subfolders.there(); subfolders.Next()) {
+    if (!IsVolumeName(subfolders.name())) continue;
+    const ZRError added = AddOrRefreshLogical(folder, subfolders.name());
     if (result == ZRErrNone) result = added;
   }
   return result;
@@ -206,8 +242,11 @@ ZRError ZRVolumeFromPath(const char* path, uint16_t* volume) {
 bool ZRIsVolumeOnline(uint16_t volume) {
   const qv::VolumeRecord* record = qv::Find(volume);
   if (record == nullptr) return false;
-  return record->IsLogical() ? ZRIsFolder(record->root, true)
-                             : ZRCheckVolume(volume) != kDriveAbsent;
+  if (!record->IsLogical()) return ZRCheckVolume(volume) != kDriveAbsent;
+  // A copy: while the worker looks, another task may build the list anew.
+  char root[qv::kVolumeTextSize];
+  std::memcpy(root, record->root, sizeof root);
+  return ZRIsFolder(root, true);
 }
 
 int32_t ZRCheckVolume(uint16_t volume) {

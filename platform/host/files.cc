@@ -125,6 +125,7 @@ BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD done, OVERLAPPED
     total += static_cast<DWORD>(count);
   }
   if (done) *done = total;
+  if (at) at->InternalHigh = total;
   return at && total == 0 && size > 0 ? Fail(ERROR_HANDLE_EOF, FALSE) : TRUE;
 }
 
@@ -138,6 +139,15 @@ BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD done, OVERLAPP
   DWORD error = host::WriteAllBytes(file->number(), {static_cast<const char*>(buffer), size});
   if (error != 0) return Fail(error, FALSE);
   if (done) *done = size;
+  if (at) at->InternalHigh = size;
+  return TRUE;
+}
+
+// Every transfer has ended when its call returns.
+BOOL GetOverlappedResult(HANDLE handle, OVERLAPPED* at, LPDWORD done, BOOL) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  if (!host::FindHandle<host::OpenFile>(handle)) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  *done = static_cast<DWORD>(at->InternalHigh);
   return TRUE;
 }
 

@@ -35,6 +35,8 @@
 #define FILE_END 2
 #define INVALID_SET_FILE_POINTER 0xFFFFFFFFu
 #define FILE_FLAG_RANDOM_ACCESS 0x10000000u
+#define FILE_FLAG_OVERLAPPED 0x40000000u  // transfers end at once all the same
+#define ERROR_IO_INCOMPLETE 996
 #define ERROR_IO_PENDING 997
 
 struct OVERLAPPED {
@@ -51,6 +53,7 @@ QV_HOST_API HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share,
                                HANDLE template_file);
 QV_HOST_API BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at);
 QV_HOST_API BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at);
+QV_HOST_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* at, LPDWORD done, BOOL wait);
 QV_HOST_API DWORD SetFilePointer(HANDLE file, LONG low, LONG* high, DWORD origin);
 QV_HOST_API BOOL SetEndOfFile(HANDLE file);
 QV_HOST_API BOOL FlushFileBuffers(HANDLE file);

@@ -66,6 +66,7 @@ TEST_F(ErrorsTest, TranslatesPlatformNumbers) {
       {4129, ZRErrUnexpected},
       {4100, ZRErrUnexpected},
       {0x10000 + 4113, ZRErrUnexpected},
+      {0x10000, ZRErrUnexpected},
   };
   for (const auto& row : kRows) {
     EXPECT_EQ(ZRTranslateNativeError(row.native), row.expected) << row.native;

@@ -62,6 +62,23 @@ TEST_F(FileRequestTest, AFileFromBeginningToEnd) {
   EXPECT_EQ(Run(kFileRequestDelete), 0u);
 }
 
+// The platform may go on with such a transfer behind the call; the request is over all the same.
+TEST_F(FileRequestTest, AFileForOverlappedTransfers) {
+  ASSERT_EQ(Run(kFileRequestCreate), 0u);
+  request_.access = GENERIC_READ | GENERIC_WRITE;
+  request_.platform_flags = FILE_FLAG_OVERLAPPED;
+  ASSERT_EQ(Run(kFileRequestOpen), 0u);
+  std::string written(1 << 20, 'w'), read(1 << 20, 'r');
+  EXPECT_EQ(Transfer(kFileRequestWrite, written.data(), 1 << 20, 1 << 20), 0u);
+  EXPECT_EQ(request_.count, 1u << 20);
+  EXPECT_EQ(Transfer(kFileRequestRead, read.data(), 1 << 20, 1 << 20), 0u);
+  EXPECT_EQ(request_.count, 1u << 20);
+  EXPECT_TRUE(read == written);
+  EXPECT_EQ(Transfer(kFileRequestRead, read.data(), 1, 2 << 20), 0u);
+  EXPECT_EQ(request_.count, 0u);
+  EXPECT_EQ(Run(kFileRequestClose), 0u);
+}
+
 TEST_F(FileRequestTest, WhatIsNotCarriedOutIsCounted) {
   for (uint32_t code : {0, 9, 13, 20, 21, 22, 23}) {
     EXPECT_EQ(Run(code), uint32_t{ZRErrNotSupported}) << code;

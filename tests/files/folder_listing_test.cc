@@ -68,7 +68,9 @@ TEST_F(FolderListingTest, AnEntryHasItsFacts) {
   CDiskFile file;
   ASSERT_EQ(file.SetPath((folder_ + "\\a.txt").c_str()), ZRErrNone);
   qv::FolderEntry entry;
+  entry.unused = 0x1234;
   ASSERT_EQ(file.FirstEntry(&entry, 0), ZRErrNone);
+  EXPECT_EQ(entry.unused, 0x1234u);
   SetFileAttributesA((folder_ + "\\a.txt").c_str(), FILE_ATTRIBUTE_NORMAL);
   EXPECT_EQ(entry.data_size, 5u);
   EXPECT_NE(entry.attributes & qv::kEntryReadOnly, 0u);
@@ -126,6 +128,7 @@ TEST_F(FolderListingTest, AFolderThatVanishesEndsTheListing) {
   qv::FolderListing listing(false);
   qv::FolderEntry entry;
   ASSERT_TRUE(RemoveDirectoryA(gone.c_str()));
+  EXPECT_EQ(listing.First("", "*.*", 0, &entry), ZRErrBadFolder) << "not the current folder";
   EXPECT_EQ(listing.First(gone.c_str(), "*.*", 0, &entry), ZRErrEOF);
   EXPECT_EQ(listing.Next(&entry), ZRErrEOF);
 }

@@ -107,8 +107,9 @@ TEST_F(TextLinesTest, TheReadLimit) {
   lines.FileWasCut(2);
   EXPECT_EQ(lines.read_limit(), qv::TextLines::kNoLimit) << "none stays none";
   lines.SetReadLimit(INT64_MAX);
-  file.mark = SIZE_MAX - 4;
-  EXPECT_EQ(ReadAll(lines, 10), "4107");
+  file.mark = INT64_MAX - 5;
+  EXPECT_EQ(ReadAll(lines, 5), "4107");
+  EXPECT_EQ(ReadAll(lines, 6), "4103") << "place and length wrap";
 }
 
 TEST_F(TextLinesTest, Writes) {
@@ -150,6 +151,11 @@ TEST_F(TextLinesTest, FailedChecks) {
     EXPECT_EQ(lines.ReadLine(buffer, &length), ZRErrParam);
   }
   EXPECT_EQ(lines.WriteLine("a", nullptr), ZRErrParam);
+  for (int32_t bad : {-1, INT32_MAX - 1}) {
+    length = bad;
+    EXPECT_EQ(lines.WriteLine("a", &length), ZRErrParam) << "a length that cannot grow";
+  }
+  EXPECT_EQ(file.text, "");
   const std::string range =
       "log: Assertion failed: *len >= 0 && *len < 0x10000L, file ctfile, line 69\n";
   EXPECT_THAT(test::Said(),

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "app/console_print.h"
+#include "files/file_trace.h"
 #include "files/folder_tests.h"
 #include "files/volume_info.h"
 #include "tests/files/files_fixture.h"
@@ -52,6 +54,18 @@ TEST_F(VolumesTest, DrivesAndFoldersHaveNumbers) {
   EXPECT_FALSE(ZRIsVolumeOnline(999));
 }
 
+// Listings shorten names above 31 bytes; a volume keeps its own.
+TEST_F(VolumesTest, ALongNameStaysWhole) {
+  const std::string name(100, 'v');
+  MakeLogical(name);
+  test::WriteWholeFile(folder_ + "\\Volumes\\file", "no volume");
+  uint16_t first;
+  ASSERT_EQ(ZRGetVolumeByIndex(0, &first), ZRErrNone);
+  const uint16_t volume = VolumeOf(folder_ + "\\Volumes\\" + name + "\\f");
+  EXPECT_EQ(NameOf(volume), name);
+  EXPECT_EQ(volume, ZRVolumeCount());
+}
+
 TEST_F(VolumesTest, TheLongestRootWins) {
   MakeLogical("Archive");
   uint16_t first;
@@ -93,10 +107,17 @@ TEST_F(VolumesTest, Information) {
   EXPECT_EQ(info.volume, drive);
   EXPECT_EQ(info.total_bytes, 0u);
   EXPECT_EQ(info.short_name[0], 0);
-  test::Said().clear();
-  EXPECT_EQ(ZRGetDriveInfo(999, false, 0, &info), ZRErrNoVolume);
-  EXPECT_EQ(test::Said(),
-            std::vector<std::string>{"log: Debug: ZRGetDriveInfo(999) returned error 4119.\n"});
+  static std::string traced;
+  traced.clear();
+  qv::SetPrintHook([](const char* text) { traced += text; });
+  for (uint32_t flags : {~qv::kTraceOpens, qv::kTraceOpens}) {
+    EXPECT_EQ(traced, "");
+    qv::SetFileTrace(flags);
+    EXPECT_EQ(ZRGetDriveInfo(999, false, 0, &info), ZRErrNoVolume);
+  }
+  qv::SetFileTrace(0);
+  qv::SetPrintHook(nullptr);
+  EXPECT_EQ(traced, "Debug: ZRGetDriveInfo(999) returned error 4119.\n");
   uint64_t bytes = 1;
   EXPECT_EQ(ZRGetVolumeFreeSpace(999, &bytes), ZRErrNoVolume);
   EXPECT_EQ(bytes, 0u);
@@ -105,9 +126,13 @@ TEST_F(VolumesTest, Information) {
 }
 
 TEST_F(VolumesTest, SkippedDrives) {
-  Set("QVSetup", "SkipVol", "zq");
+  Set("QVSetup", "SkipVol", "-");
   test::Said().clear();
   uint16_t volume;
+  ASSERT_EQ(ZRGetVolumeByIndex(0, &volume), ZRErrNone);
+  EXPECT_TRUE(test::Said().empty()) << "no letters";
+  Set("QVSetup", "SkipVol", "zq");
+  test::Said().clear();
   for (int i = 0; i < 2; ++i) ASSERT_EQ(ZRGetVolumeByIndex(0, &volume), ZRErrNone);
   EXPECT_EQ(test::Said(),
             (std::vector<std::string>{"log: INI directive to ignore (mark as offline) volumes",
