@@ -40,21 +40,19 @@ TEST(FileNamesTest, StripsBothForms) {
   const struct {
     const char* text;
     const char* expected;
-  } kRows[] = {
-      {"", ""},
-      {"plain", "plain"},
-      {"a<b", "ab"},
-      {"a<>b", "a>b"},
-      {"<>", ">"},
-      {"a<>:b", "a>b"},
-      {"a\x1F"
-       "b",
-       "ab"},
-      {"a\x7F", "a\x7F"},
-      {"x?", "x"},
-      {"a*b*c", "abc"},
-      {"\\/|", "/"},
-  };
+  } kRows[] = {{"", ""},
+               {"plain", "plain"},
+               {"a<b", "ab"},
+               {"a<>b", "a>b"},
+               {"<>", ">"},
+               {"a<>:b", "a>b"},
+               {"a\x1F"
+                "b",
+                "ab"},
+               {"a\x7F", "a\x7F"},
+               {"x?", "x"},
+               {"a*b*c", "abc"},
+               {"\\/|", "/"}};
   for (const auto& row : kRows) {
     char text[32];
     std::strcpy(text, row.text);

@@ -16,20 +16,21 @@ using testing::ElementsAre;
 // A file in memory that fails its n-th transfer or move when told.
 struct MemoryBytes final : qv::LineBytes {
   std::string text;
-  size_t mark = 0;
+  uint64_t mark = 0;
   int fail_in = 0;  // transfers and moves until one fails, 0: none
   bool Fails() { return fail_in > 0 && --fail_in == 0; }
   uint64_t Mark() const override { return mark; }
   bool MoveMark(uint64_t position) override {
     if (Fails()) return false;
-    mark = static_cast<size_t>(position);
+    mark = position;
     return true;
   }
   ZRError ReadHere(void* buffer, uint32_t* count) override {
     const uint32_t wished = std::exchange(*count, 0);
     if (Fails()) return ZRErrIO;
     if (mark < text.size())
-      *count = static_cast<uint32_t>(text.copy(static_cast<char*>(buffer), wished, mark));
+      *count = static_cast<uint32_t>(
+          text.copy(static_cast<char*>(buffer), wished, static_cast<size_t>(mark)));
     mark += *count;
     return *count < wished ? ZRErrEOF : ZRErrNone;
   }
