@@ -12,14 +12,26 @@ constexpr char kSeparator[] = "\\";
 constexpr size_t kDriveLength = 2;      // "X:"
 constexpr size_t kShortestTrimmed = 5;  // a drive root, and one odd form of it, keep their "\"
 
+// ASCII text holds no double-byte characters in any code page.
+bool IsAscii(const char* text) {
+  for (; *text != 0; ++text) {
+    if (static_cast<unsigned char>(*text) >= 0x80) return false;
+  }
+  return true;
+}
+
 // True when the last character is a separator; a trail byte of the same value is none.
 bool EndsInSeparator(const char* path, size_t length) {
   if (length == 0 || path[length - 1] != *kSeparator) return false;
-  return CPStrRChr(path, kSeparator, GetSystemCodePage()) == path + length - 1;
+  return ZRLastSeparator(path, *kSeparator) == path + length - 1;
 }
 
 // Copies at most size - 1 bytes, in whole characters.
 void CopyCut(char* out, size_t size, const char* text) {
+  if (const size_t whole = std::strlen(text); whole < size) {
+    std::memcpy(out, text, whole + 1);
+    return;
+  }
   const CodePage cp = GetSystemCodePage();
   size_t length = 0;
   while (text[length] != 0) {
@@ -32,7 +44,7 @@ void CopyCut(char* out, size_t size, const char* text) {
 }
 
 const char* SeparatorOf(const char* path) {
-  const char* colon = CPStrChr(path, ":", GetSystemCodePage());
+  const char* colon = std::strchr(path, ':');  // a byte that is no trail byte anywhere
   return ZRLastSeparator(colon == nullptr ? path : colon, *kSeparator);
 }
 
@@ -85,6 +97,7 @@ char* ZRPathJoin(char* path, const char* name) {
 
 const char* ZRLastSeparator(const char* path, char c) {
   if (path == nullptr || c == 0) return nullptr;
+  if (IsAscii(path)) return std::strrchr(path, c);
   const char wanted[] = {c, 0};
   return CPStrRChr(path, wanted, GetSystemCodePage());
 }
