@@ -71,7 +71,8 @@ class TextLines {
   ZRError SetReadLimit(int64_t position);
   uint64_t read_limit() const { return read_limit_; }
 
-  // To be called when the file was cut: a limit behind the new end comes down to it.
+  // To be called when the file was cut: a limit behind the new end comes down to it; no limit
+  // stays none.
   void FileWasCut(uint64_t length);
 
   // At most 2 characters, else ZRErrRange and no change. CR LF at first.

@@ -27,7 +27,7 @@ ZRError ZRGetVolumeByIndex(uint32_t index, uint16_t* volume);
 uint32_t ZRVolumeCount();
 
 // The volume whose root is the longest beginning of the path, letter case of ASCII apart; else that
-// of the drive letter. kNoVolume after a failure.
+// of the drive with which the path begins (a letter and ":"). kNoVolume after a failure.
 ZRError ZRVolumeFromPath(const char* path, uint16_t* volume);
 
 // A drive that is not absent, or a logical volume whose folder is there (asked on a worker).

@@ -1,5 +1,5 @@
-// Any text as a path and as a name: folder and name of a split that lost nothing make the path
-// again, a cleaned name is clean already and valid, and nothing is written behind a buffer.
+// Any text as a path and as a name: folder and name of a split are the path but for separators
+// between them, a cleaned name is clean already and valid, and nothing is written behind a buffer.
 #include <cstring>
 #include <string>
 
@@ -15,9 +15,12 @@ void CheckSplit(const std::string& path) {
   FUZZ_CHECK(folder.Intact() && name.Intact());
   FUZZ_CHECK(std::strlen(folder.data()) < kFolderSize && std::strlen(name.data()) < kNameSize);
   if (error != ZRErrNone) return;
-  const std::string last = name.data();
-  const bool kept_name = path.ends_with(last);
-  FUZZ_CHECK(kept_name || last.size() >= kNameSize - 2);
+  const std::string first = folder.data(), last = name.data();
+  if (last.size() >= kNameSize - 2) return;  // perhaps cut
+  FUZZ_CHECK(path.starts_with(first) && path.ends_with(last));
+  // Nothing but separators was lost between the two.
+  const std::string between = path.substr(first.size(), path.size() - first.size() - last.size());
+  FUZZ_CHECK(between.size() <= 2 && between.find_first_not_of('\\') == std::string::npos);
 }
 
 void CheckJoin(const std::string& path, const std::string& name) {
