@@ -30,6 +30,7 @@ constexpr Hooks kDefaults{
     .yield = [] { Sleep(0); },
     .task_local_slots = []() -> uintptr_t* { return nullptr; },
     .clear_task_local_slot = [](uint32_t) {},
+    .run_on_worker = [](void (*job)(void*), void* argument) { job(argument); },
     .print_traceback = [](uint32_t) {},
     .print_task_traceback = [](TaskId) {},
     .capture_trace = [](uint32_t, uintptr_t*, uint32_t) { return uint32_t{0}; },

@@ -66,6 +66,12 @@ struct Hooks {
   // Sets one slot to 0 in every task.
   void (*clear_task_local_slot)(uint32_t slot);
 
+  // --- workers: installed by the kernel; without it the caller does the work itself ---
+
+  // Runs the job, returning when it is done: on a worker thread while the calling task waits, or at
+  // once on the caller. The job may run at the same time as another task's.
+  void (*run_on_worker)(void (*job)(void* argument), void* argument);
+
   // --- tracebacks: installed by the diagnostics; nothing without them ---
 
   // Prints where the current task stands, without its `skip` innermost frames.

@@ -20,15 +20,20 @@
 #include <ddeml.h>
 #include <shellapi.h>
 #include <shlobj.h>
+#include <winnetwk.h>
 
 #else
 
+#include "platform/host/calendar_times.h"
 #include "platform/host/codepages.h"
 #include "platform/host/dde.h"
+#include "platform/host/drives.h"
+#include "platform/host/error_texts.h"
 #include "platform/host/exceptions.h"
 #include "platform/host/fibers.h"
 #include "platform/host/file_times.h"
 #include "platform/host/files.h"
+#include "platform/host/find_files.h"
 #include "platform/host/fonts.h"
 #include "platform/host/locale.h"
 #include "platform/host/messages.h"

@@ -82,6 +82,15 @@ QV_HOST_CONTROL void SetMemoryFigures(const MemoryFigures& figures);
 // The default version and the machine's figures again.
 QV_HOST_CONTROL void ResetSystem();
 
+// A drive beside C: and Z:, or in the place of one of them. It has no contents.
+struct TestDrive {
+  UINT type = 3;                  // DRIVE_FIXED
+  std::string label, connection;  // UTF-8; the connection is what a remote drive stands for
+  uint32_t serial = 0x51563031;
+};
+QV_HOST_CONTROL void AddDrive(char letter, const TestDrive& drive);
+QV_HOST_CONTROL void RemoveAddedDrives();
+
 // Open handles of all kinds: files, processes, keys, fonts, DDE instances, conversations
 // and strings. Resources of modules need no closing and do not count.
 QV_HOST_CONTROL uint32_t OpenHandles();

@@ -1,70 +1,65 @@
 #include "platform/host/file_times.h"
 
-#include <time.h>
+#include <sys/stat.h>
+
+#include <cerrno>
 
 #include "platform/host/calls.h"
+#include "platform/host/native_errors.h"
+#include "platform/host/open_files.h"
 
 namespace host {
 namespace {
 
-constexpr int64_t kUnitsPerSecond = 10000000, kUnitsPerMillisecond = 10000;
-constexpr int64_t kSecondsFrom1601To1970 = 11644473600;
-constexpr int kFirstYear = 1601, kLastYear = 30827;
+constexpr int64_t kSecondsTo1970 = 11'644'473'600;
+constexpr int64_t kUnitsPerSecond = 10'000'000;
+constexpr int64_t kNanosecondsPerUnit = 100;
 
-constexpr int kTmYear = 1900;  // year 0 of tm
-
-WORD Word(int64_t value) { return static_cast<WORD>(value); }
-
-bool InRange(const SYSTEMTIME& fields) {
-  return fields.wYear >= kFirstYear && fields.wYear <= kLastYear && fields.wMonth >= 1 &&
-         fields.wMonth <= 12 && fields.wDay >= 1 && fields.wDay <= 31 && fields.wHour < 24 &&
-         fields.wMinute < 60 && fields.wSecond < 60 && fields.wMilliseconds < 1000;
+FILETIME FromUnits(int64_t units) {
+  return {static_cast<DWORD>(units), static_cast<DWORD>(units >> 32)};
 }
 
-// False for a day that the month does not have.
-bool SecondsOf(const SYSTEMTIME& fields, int64_t* seconds) {
-  tm calendar{};
-  calendar.tm_year = fields.wYear - kTmYear;
-  calendar.tm_mon = fields.wMonth - 1;
-  calendar.tm_mday = fields.wDay;
-  calendar.tm_hour = fields.wHour;
-  calendar.tm_min = fields.wMinute;
-  calendar.tm_sec = fields.wSecond;
-  *seconds = timegm(&calendar);
-  return calendar.tm_mday == fields.wDay;
+int64_t Units(const FILETIME& time) {
+  return static_cast<int64_t>(uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+}
+
+// Null and 0 leave the file's time as it is.
+timespec NativeFrom(const FILETIME* time) {
+  if (!time || Units(*time) == 0) return {0, UTIME_OMIT};
+  const int64_t units = Units(*time) - kSecondsTo1970 * kUnitsPerSecond;
+  int64_t seconds = units / kUnitsPerSecond, rest = units % kUnitsPerSecond;
+  if (rest < 0) seconds -= 1, rest += kUnitsPerSecond;
+  return {seconds, rest * kNanosecondsPerUnit};
 }
 
 }  // namespace
+
+FILETIME FileTimeFromNative(const timespec& time) {
+  return FromUnits((time.tv_sec + kSecondsTo1970) * kUnitsPerSecond +
+                   time.tv_nsec / kNanosecondsPerUnit);
+}
+
 }  // namespace host
 
-BOOL SystemTimeToFileTime(const SYSTEMTIME* fields, FILETIME* time) {
-  if (DWORD fault = host::Enter(__func__)) return host::Fail(fault, FALSE);
-  int64_t seconds = 0;
-  if (!host::InRange(*fields) || !host::SecondsOf(*fields, &seconds)) {
-    return host::Fail(ERROR_INVALID_PARAMETER, FALSE);
-  }
-  const int64_t units = (seconds + host::kSecondsFrom1601To1970) * host::kUnitsPerSecond +
-                        fields->wMilliseconds * host::kUnitsPerMillisecond;
-  time->dwLowDateTime = static_cast<DWORD>(units);
-  time->dwHighDateTime = static_cast<DWORD>(units >> 32);
+using host::Enter;
+using host::Fail;
+
+// With the distance from UTC that holds now, as on Windows.
+BOOL FileTimeToLocalFileTime(const FILETIME* time, FILETIME* local) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  const time_t now = std::time(nullptr);
+  tm here{};
+  localtime_r(&now, &here);
+  *local = host::FromUnits(host::Units(*time) + here.tm_gmtoff * host::kUnitsPerSecond);
   return TRUE;
 }
 
-BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* fields) {
-  if (DWORD fault = host::Enter(__func__)) return host::Fail(fault, FALSE);
-  const auto units =
-      static_cast<int64_t>(uint64_t{time->dwHighDateTime} << 32 | time->dwLowDateTime);
-  if (units < 0) return host::Fail(ERROR_INVALID_PARAMETER, FALSE);
-  const time_t seconds = units / host::kUnitsPerSecond - host::kSecondsFrom1601To1970;
-  tm calendar;
-  gmtime_r(&seconds, &calendar);
-  *fields = {host::Word(calendar.tm_year + host::kTmYear),
-             host::Word(calendar.tm_mon + 1),
-             host::Word(calendar.tm_wday),
-             host::Word(calendar.tm_mday),
-             host::Word(calendar.tm_hour),
-             host::Word(calendar.tm_min),
-             host::Word(calendar.tm_sec),
-             host::Word(units % host::kUnitsPerSecond / host::kUnitsPerMillisecond)};
+// A native file keeps no time of its creation.
+BOOL SetFileTime(HANDLE handle, const FILETIME*, const FILETIME* read, const FILETIME* written) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  auto file = host::FindHandle<host::OpenFile>(handle);
+  if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  const timespec times[] = {host::NativeFrom(read), host::NativeFrom(written)};
+  if (futimens(file->number(), times) != 0) return Fail(host::ErrorFromNative(errno), FALSE);
   return TRUE;
 }

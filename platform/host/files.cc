@@ -82,6 +82,13 @@ HANDLE OpenFileHandle(const FoundName& name, const OpenRequest& request) {
       std::make_shared<OpenFile>(std::move(file), status, request.access, request.share));
 }
 
+// The place that a transfer names; without one it goes on where the last one ended.
+DWORD MoveTo(const OpenFile& file, const OVERLAPPED* at) {
+  if (!at) return 0;
+  const auto place = static_cast<off_t>(uint64_t{at->OffsetHigh} << 32 | at->Offset);
+  return lseek(file.number(), place, SEEK_SET) < 0 ? DWORD{ERROR_INVALID_PARAMETER} : 0;
+}
+
 }  // namespace
 }  // namespace host
 
@@ -101,14 +108,14 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
                               {access, share, disposition, flags});
 }
 
-// At the end of the file: a success of 0 bytes.
+// At the end of the file: a success of 0 bytes, but error 38 where the offset was given.
 BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at) {
   if (done) *done = 0;
   if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
   auto file = host::FindHandle<host::OpenFile>(handle);
   if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
-  if (at) return Fail(ERROR_NOT_SUPPORTED, FALSE);
   if (!file->MayRead()) return Fail(ERROR_ACCESS_DENIED, FALSE);
+  if (DWORD error = host::MoveTo(*file, at)) return Fail(error, FALSE);
   DWORD total = 0;
   while (total < size) {
     ssize_t count = read(file->number(), static_cast<char*>(buffer) + total, size - total);
@@ -118,7 +125,8 @@ BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD done, OVERLAPPED
     total += static_cast<DWORD>(count);
   }
   if (done) *done = total;
-  return TRUE;
+  if (at) at->InternalHigh = total;
+  return at && total == 0 && size > 0 ? Fail(ERROR_HANDLE_EOF, FALSE) : TRUE;
 }
 
 BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD done, OVERLAPPED* at) {
@@ -126,11 +134,48 @@ BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD done, OVERLAPP
   if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
   auto file = host::FindHandle<host::OpenFile>(handle);
   if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
-  if (at) return Fail(ERROR_NOT_SUPPORTED, FALSE);
   if (!file->MayWrite()) return Fail(ERROR_ACCESS_DENIED, FALSE);
+  if (DWORD error = host::MoveTo(*file, at)) return Fail(error, FALSE);
   DWORD error = host::WriteAllBytes(file->number(), {static_cast<const char*>(buffer), size});
   if (error != 0) return Fail(error, FALSE);
   if (done) *done = size;
+  if (at) at->InternalHigh = size;
+  return TRUE;
+}
+
+// Every transfer has ended when its call returns.
+BOOL GetOverlappedResult(HANDLE handle, OVERLAPPED* at, LPDWORD done, BOOL) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  if (!host::FindHandle<host::OpenFile>(handle)) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  *done = static_cast<DWORD>(at->InternalHigh);
+  return TRUE;
+}
+
+DWORD SetFilePointer(HANDLE handle, LONG low, LONG* high, DWORD origin) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, DWORD{INVALID_SET_FILE_POINTER});
+  auto file = host::FindHandle<host::OpenFile>(handle);
+  if (!file) return Fail(ERROR_INVALID_HANDLE, DWORD{INVALID_SET_FILE_POINTER});
+  if (origin > FILE_END) return Fail(ERROR_INVALID_PARAMETER, DWORD{INVALID_SET_FILE_POINTER});
+  const int64_t distance = high ? static_cast<int64_t>(uint64_t{static_cast<DWORD>(*high)} << 32 |
+                                                       static_cast<DWORD>(low))
+                                : low;
+  const int native[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+  const off_t place = lseek(file->number(), distance, native[origin]);
+  if (place < 0) return Fail(ERROR_NEGATIVE_SEEK, DWORD{INVALID_SET_FILE_POINTER});
+  if (high) *high = static_cast<LONG>(place >> 32);
+  host::SetThreadError(0);
+  return static_cast<DWORD>(place);
+}
+
+BOOL SetEndOfFile(HANDLE handle) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  auto file = host::FindHandle<host::OpenFile>(handle);
+  if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
+  if (!file->MayWrite()) return Fail(ERROR_ACCESS_DENIED, FALSE);
+  const off_t place = lseek(file->number(), 0, SEEK_CUR);
+  if (place < 0 || ftruncate(file->number(), place) != 0) {
+    return Fail(host::ErrorFromNative(errno), FALSE);
+  }
   return TRUE;
 }
 

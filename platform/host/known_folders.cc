@@ -71,13 +71,47 @@ DWORD GetTempPathW(DWORD size, LPWSTR buffer) {
   return host::CopyOut(std::u16string_view(host::WideFromUtf8(host::TempFolder())), buffer, size);
 }
 
+namespace host {
+namespace {
+
+HRESULT CopyKnownFolder(int folder, LPSTR path) {
+  std::string known = KnownFolder(folder);
+  if (known.empty() || !path) return kInvalidArgument;
+  // A folder that someone removed comes back, as its creation flag asks.
+  MakeDriveFolder(known);
+  std::string text = AnsiFromUtf8(known);
+  return CopyOut(std::string_view(text), path, MAX_PATH) < MAX_PATH ? S_OK : kPathNotFound;
+}
+
+class Allocator final : public IMalloc {
+ public:
+  void Free(void* block) override { delete static_cast<ITEMIDLIST*>(block); }
+  ULONG Release() override { return 1; }
+};
+
+}  // namespace
+}  // namespace host
+
 HRESULT SHGetFolderPathA(HWND, int folder, HANDLE, DWORD, LPSTR path) {
   if (DWORD fault = Enter(__func__)) return static_cast<HRESULT>(0x80070000u | fault);
-  std::string known = host::KnownFolder(folder);
-  if (known.empty() || !path) return host::kInvalidArgument;
-  // A folder that someone removed comes back, as its creation flag asks.
-  host::MakeDriveFolder(known);
-  std::string text = host::AnsiFromUtf8(known);
-  return host::CopyOut(std::string_view(text), path, MAX_PATH) < MAX_PATH ? S_OK
-                                                                          : host::kPathNotFound;
+  return host::CopyKnownFolder(folder, path);
+}
+
+HRESULT SHGetSpecialFolderLocation(HWND, int folder, LPITEMIDLIST* list) {
+  if (DWORD fault = Enter(__func__)) return static_cast<HRESULT>(0x80070000u | fault);
+  if (host::KnownFolder(folder).empty()) return host::kInvalidArgument;
+  *list = new ITEMIDLIST{folder};
+  return S_OK;
+}
+
+BOOL SHGetPathFromIDListA(const ITEMIDLIST* list, LPSTR path) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  return host::CopyKnownFolder(list->folder, path) == S_OK;
+}
+
+HRESULT SHGetMalloc(IMalloc** allocator) {
+  if (DWORD fault = Enter(__func__)) return static_cast<HRESULT>(0x80070000u | fault);
+  static host::Allocator shell_allocator;
+  *allocator = &shell_allocator;
+  return S_OK;
 }

@@ -19,4 +19,7 @@ LoadedModule FindModule(HMODULE handle);
 // The module of a native path, or of a bare file name; letter case is ignored.
 LoadedModule FindModuleByName(const std::string& name);
 
+// The stand-in itself.
+LoadedModule FindStandIn();
+
 }  // namespace host

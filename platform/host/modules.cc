@@ -62,23 +62,21 @@ std::u16string PlatformFile(const LoadedModule& module) {
   return WideFromUtf8(PlatformFromNative(module.file));
 }
 
-// Calls of this library of the system are found by name in the stand-in.
-constexpr char kSystemLibrary[] = "KERNEL32.DLL";
-
-LoadedModule FindStandIn() {
-  Dl_info place;
-  void* map = nullptr;
-  if (!dladdr1(reinterpret_cast<void*>(&FindStandIn), &place, &map, RTLD_DL_LINKMAP)) return {};
-  return FindFirst([map](link_map* each) { return each == map; });
+// Calls of these libraries of the system are found by name in the stand-in.
+bool IsSystemLibrary(const std::string& name) {
+  for (const char* library : {"KERNEL32.DLL", "SHFOLDER.DLL", "SHELL32.DLL"}) {
+    if (SameIgnoringCase(name, library)) return true;
+  }
+  return false;
 }
 
-// A reference to the stand-in itself under the system's name, as to any other library.
+// A reference to the stand-in itself, as to any other library.
 HMODULE LoadStandIn() {
   return static_cast<HMODULE>(dlopen(FindStandIn().file.c_str(), RTLD_NOW | RTLD_NOLOAD));
 }
 
 HMODULE Load(std::u16string_view path) {
-  if (SameIgnoringCase(Utf8FromWide(path), kSystemLibrary)) return LoadStandIn();
+  if (IsSystemLibrary(Utf8FromWide(path))) return LoadStandIn();
   FoundName name = FindNative(path);
   if (name.error != 0) return Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
   if (!std::filesystem::exists(name.path)) return Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
@@ -115,8 +113,15 @@ LoadedModule FindModule(HMODULE handle) {
   return FindFirst([handle](link_map* map) { return reinterpret_cast<HMODULE>(map) == handle; });
 }
 
+LoadedModule FindStandIn() {
+  Dl_info place;
+  void* map = nullptr;
+  if (!dladdr1(reinterpret_cast<void*>(&FindStandIn), &place, &map, RTLD_DL_LINKMAP)) return {};
+  return FindModule(static_cast<HMODULE>(map));
+}
+
 LoadedModule FindModuleByName(const std::string& name) {
-  if (SameIgnoringCase(name, kSystemLibrary)) return FindStandIn();
+  if (IsSystemLibrary(name)) return FindStandIn();
   bool bare = name.find('/') == std::string::npos;
   return FindFirst([&](link_map* map) {
     std::string file = Describe(map).file;

@@ -10,6 +10,7 @@
 
 #include "platform/host/control.h"
 #include "platform/host/native_names.h"
+#include "platform/host/short_names.h"
 #include "platform/host/state_directory.h"
 #include "platform/host/text.h"
 
@@ -61,20 +62,6 @@ std::vector<std::u16string_view> Parts(std::u16string_view path) {
   return parts;
 }
 
-bool MayBeName(std::u16string_view part) {
-  for (char16_t c : part) {
-    if (c < 0x20 || std::u16string_view(u"<>:\"|?*").find(c) != std::u16string_view::npos) {
-      return false;
-    }
-  }
-  return true;
-}
-
-bool Exists(const std::string& path) {
-  struct stat status;
-  return lstat(path.c_str(), &status) == 0;
-}
-
 bool IsFolder(const std::string& path) {
   struct stat status;
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -96,6 +83,20 @@ std::string FindIgnoringCase(const std::string& folder, const std::string& name)
 }
 
 }  // namespace
+
+bool MayBeName(std::u16string_view part) {
+  for (char16_t c : part) {
+    if (c < 0x20 || std::u16string_view(u"<>:\"|?*").find(c) != std::u16string_view::npos) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool NativeExists(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0;
+}
 
 std::u16string FullPath(std::u16string_view path, DWORD* error) {
   auto fail = [error](DWORD number) {
@@ -136,8 +137,9 @@ FoundName FindNative(std::u16string_view path) {
     bool malformed = false;
     std::string part = Utf8FromWide(parts[i], &malformed);
     if (malformed || !MayBeName(parts[i])) return {"", ERROR_INVALID_NAME};
-    if (!Exists(name.path + "/" + part)) {
+    if (!NativeExists(name.path + "/" + part)) {
       std::string other = FindIgnoringCase(name.path, part);
+      if (other.empty()) other = FindByShortName(name.path, part);
       if (!other.empty()) part = other;
     }
     name.path += "/" + part;

@@ -2,8 +2,8 @@
 //
 // Drive C: is the folder drive_c of the state directory, Z: the root of the machine's file system;
 // there are no other drives. Both "\" and "/" separate. Each part is found as it is written, else
-// by the first entry of its folder that differs in letter case only. Dots and blanks at a path's
-// end do not count.
+// by the first entry of its folder that differs in letter case only, else by its short name. Dots
+// and blanks at a path's end do not count.
 #pragma once
 
 #include <string>
@@ -25,6 +25,11 @@ struct FoundName {
 };
 FoundName FindNative(std::u16string_view path);
 FoundName FindNative(LPCSTR ansi_path);
+
+// Whether Windows takes these characters in a name.
+bool MayBeName(std::u16string_view part);
+// A link counts, whatever it leads to.
+bool NativeExists(const std::string& path);
 
 // A native path in the form of the calls, in UTF-8; relative ones start at the current folder. ""
 // when it has none (a name with a character that Windows refuses, or that is not UTF-8).

@@ -104,6 +104,7 @@ void ResetState() {
   ClearFaults();
   ThawTicks();
   ResetSystem();
+  RemoveAddedDrives();
   TakeMessageBoxes();
   TakeDebugOutput();
 }

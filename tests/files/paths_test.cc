@@ -80,4 +80,43 @@ TEST(PathsTest, Join) {
   EXPECT_EQ(ZRPathJoin(nullptr, "a"), nullptr);
 }
 
+TEST(PathsTest, Split) {
+  const std::string longest(63, 'n'), deep = "C:\\" + std::string(260, 'd') + "\\x";
+  const struct {
+    std::string path, folder, name;
+    ZRError error;
+  } kRows[] = {
+      {"C:\\mail\\in.box", "C:\\mail", "in.box", 0},
+      {"C:\\in.box", "C:\\", "in.box", 0},
+      {"C:in.box", "", "C:in.box", 0},
+      {"a\\b:c", "", "a\\b:c", 0},
+      {"in.box", "", "in.box", 0},
+      {"\\\\srv\\share\\f", "\\\\srv\\share", "f", 0},
+      {"C:\\a\\", "C:\\a", "", 0},
+      {"", "", "", 0},
+      {"C:\\" + longest, "C:\\", longest, 0},
+      {"C:\\" + longest + "nn", "C:\\", longest, 0},  // no such file, so no short form
+      {deep, "", "", ZRErrTooLong},
+  };
+  for (const auto& row : kRows) {
+    char folder[kFolderSize], name[kNameSize];
+    EXPECT_EQ(ZRPathSplit(row.path.c_str(), folder, name, false), row.error) << row.path;
+    EXPECT_EQ(folder, row.folder) << row.path;
+    EXPECT_EQ(name, row.name) << row.path;
+  }
+}
+
+TEST(PathsTest, Below) {
+  const struct {
+    const char* path;
+    const char* folder;
+    bool expected;
+  } kRows[] = {{"C:\\a\\b", "c:\\A", true}, {"C:\\a", "C:\\a", true}, {"C:\\ab", "C:\\a", false},
+               {"C:\\a", "C:\\", true},     {"C:\\", "C:\\a", false}, {"C:\\a", "", false},
+               {"C:\\a", "D:\\", false}};
+  for (const auto& row : kRows) {
+    EXPECT_EQ(qv::PathIsBelow(row.path, row.folder), row.expected) << row.path << row.folder;
+  }
+}
+
 }  // namespace
