@@ -10,7 +10,7 @@
 namespace host {
 namespace {
 
-// The texts that users of the file layer meet most; others have none here.
+// The texts that callers of our calls meet most; other numbers have none here.
 constexpr struct {
   DWORD error;
   const char* text;
@@ -20,6 +20,7 @@ constexpr struct {
     {3, "The system cannot find the path specified."},
     {5, "Access is denied."},
     {6, "The handle is invalid."},
+    {8, "Not enough memory resources are available to process this command."},
     {32, "The process cannot access the file because it is being used by another process."},
     {87, "The parameter is incorrect."},
     {112, "There is not enough space on the disk."},
@@ -39,17 +40,22 @@ const char* TextOf(DWORD error) {
 
 using host::Fail;
 
-DWORD FormatMessageA(DWORD flags, LPCVOID, DWORD number, DWORD, LPSTR buffer, DWORD, va_list*) {
+DWORD FormatMessageA(DWORD flags, LPCVOID, DWORD number, DWORD, LPSTR buffer, DWORD size,
+                     va_list*) {
   if (DWORD fault = host::Enter(__func__)) return Fail(fault, DWORD{0});
-  constexpr DWORD kNeeded = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM;
-  if ((flags & kNeeded) != kNeeded) return Fail(DWORD{ERROR_INVALID_PARAMETER}, DWORD{0});
+  if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0) return Fail(ERROR_INVALID_PARAMETER, DWORD{0});
   const char* found = host::TextOf(number);
-  if (!found) return Fail(DWORD{ERROR_MR_MID_NOT_FOUND}, DWORD{0});
+  if (!found) return Fail(ERROR_MR_MID_NOT_FOUND, DWORD{0});
   const std::string text = std::string(found) + "\r\n";
-  char* block = static_cast<char*>(std::malloc(text.size() + 1));
-  if (!block) return Fail(DWORD{ERROR_NOT_ENOUGH_MEMORY}, DWORD{0});
-  std::memcpy(block, text.c_str(), text.size() + 1);
-  std::memcpy(buffer, &block, sizeof block);  // with that flag it is the place for the block
+  char* place = buffer;
+  if ((flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0) {
+    place = static_cast<char*>(std::malloc(text.size() + 1));
+    if (!place) return Fail(ERROR_NOT_ENOUGH_MEMORY, DWORD{0});
+    std::memcpy(buffer, &place, sizeof place);
+  } else if (text.size() >= size) {
+    return Fail(ERROR_INSUFFICIENT_BUFFER, DWORD{0});
+  }
+  std::memcpy(place, text.c_str(), text.size() + 1);
   return static_cast<DWORD>(text.size());
 }
 

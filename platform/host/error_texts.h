@@ -13,7 +13,8 @@
 #define SUBLANG_DEFAULT 1
 #define MAKELANGID(primary, sub) ((WORD)(((WORD)(sub) << 10) | (WORD)(primary)))
 
-// Only into an allocated buffer, which LocalFree frees.
+// Into `buffer` of `size` bytes, or with FORMAT_MESSAGE_ALLOCATE_BUFFER into a block that LocalFree
+// frees and whose address `buffer` receives.
 QV_HOST_API DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD number, DWORD language,
                                  LPSTR buffer, DWORD size, va_list* inserts);
 QV_HOST_API HLOCAL LocalFree(HLOCAL block);

@@ -9,9 +9,6 @@
 #define CTRL_C_EVENT 0
 #define CTRL_BREAK_EVENT 1
 #define STILL_ACTIVE 259
-#define ERROR_MR_MID_NOT_FOUND 317
-#define FORMAT_MESSAGE_IGNORE_INSERTS 0x200
-#define FORMAT_MESSAGE_FROM_SYSTEM 0x1000
 
 struct STARTUPINFOA {
   DWORD cb;
@@ -44,9 +41,6 @@ QV_HOST_API BOOL CreateProcessA(LPCSTR application, LPSTR command_line,
 QV_HOST_API BOOL GetExitCodeProcess(HANDLE process, LPDWORD code);
 QV_HOST_API BOOL TerminateProcess(HANDLE process, UINT code);
 QV_HOST_API void ExitProcess(UINT code);
-// The system's text of an error number, for the few that our calls meet; 0 for others.
-QV_HOST_API DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD message, DWORD language,
-                                 LPSTR buffer, DWORD size, void* arguments);
 QV_HOST_API DWORD GetCurrentProcessId(void);
 QV_HOST_API DWORD GetCurrentThreadId(void);
 QV_HOST_API DWORD GetEnvironmentVariableA(LPCSTR name, LPSTR buffer, DWORD size);
