@@ -1,8 +1,7 @@
 #include "files/find_request.h"
 
-#include <mutex>
-
 #include "diag/system/system_record.h"
+#include "files/system_call.h"
 #include "platform/windows_api.h"
 
 namespace qv {
@@ -11,33 +10,16 @@ namespace {
 using FindFirstEx = HANDLE(WINAPI*)(LPCSTR, FINDEX_INFO_LEVELS, LPVOID, FINDEX_SEARCH_OPS, LPVOID,
                                     DWORD);
 
-struct FindLibraryState {
-  std::mutex mutex;  // around the rest
-  bool looked_up = false;
-  HMODULE library = nullptr;
-  FindFirstEx find_first = nullptr;  // null where the system has none
-};
-
-FindLibraryState& State() {
-  static auto& state = *new FindLibraryState;
-  return state;
+SystemCall<FindFirstEx>& FindCall() {
+  static auto& call = *new SystemCall<FindFirstEx>;
+  return call;
 }
 
-void LookUp(FindLibraryState& state) {
-  constexpr uint32_t kLeastVersion = 4000;
-  state.looked_up = true;
-  if (ZRSystemPlatform() != kPlatformNt || ZRSystemVersion() < kLeastVersion) return;
-  state.library = LoadLibraryA("KERNEL32.DLL");
-  if (state.library == nullptr) return;
-  const FARPROC found = GetProcAddress(state.library, "FindFirstFileExA");
-  state.find_first = reinterpret_cast<FindFirstEx>(reinterpret_cast<void*>(found));
-}
-
+// Null where the system has none.
 FindFirstEx FindFirstCall() {
-  FindLibraryState& state = State();
-  std::lock_guard hold(state.mutex);
-  if (!state.looked_up) LookUp(state);
-  return state.find_first;
+  constexpr uint32_t kLeastVersion = 4000;
+  if (ZRSystemPlatform() != kPlatformNt || ZRSystemVersion() < kLeastVersion) return nullptr;
+  return FindCall().Get("FindFirstFileExA", "KERNEL32.DLL");
 }
 
 HANDLE StartListing(const FileRequest& request, WIN32_FIND_DATAA* data) {
@@ -76,13 +58,6 @@ uint32_t FindNext(FileRequest& request) {
   return SkipUnwanted(request, data);
 }
 
-void ReleaseFindLibrary() {
-  FindLibraryState& state = State();
-  std::lock_guard hold(state.mutex);
-  if (state.library != nullptr) FreeLibrary(state.library);
-  state.looked_up = false;
-  state.library = nullptr;
-  state.find_first = nullptr;
-}
+void ReleaseFindLibrary() { FindCall().Release(); }
 
 }  // namespace qv

@@ -27,15 +27,6 @@ LocationState& State() {
   return state;
 }
 
-ZRError CopyPath(const char* path, char* buffer, uint32_t size) {
-  if (buffer == nullptr || size == 0) return ZRErrTooLong;
-  buffer[0] = 0;
-  const size_t bytes = std::strlen(path) + 1;
-  if (bytes > size) return ZRErrTooLong;
-  std::memcpy(buffer, path, bytes);
-  return ZRErrNone;
-}
-
 ZRError Refuse(ZRError error, char* buffer, uint32_t size) {
   if (buffer != nullptr && size > 0) buffer[0] = 0;
   return error;
@@ -72,7 +63,7 @@ ZRError ExistingFolder(int32_t id, char* buffer, uint32_t size) {
   if (!ZRGetSpecialFolder(id, path, sizeof path) || !ZRFolderExists(path, false)) {
     return Refuse(ZRErrNotFound, buffer, size);
   }
-  return CopyPath(path, buffer, size);
+  return CopyWhole(path, buffer, size);
 }
 
 ZRError DriveRoot(char* buffer, uint32_t size) {
@@ -83,7 +74,7 @@ ZRError DriveRoot(char* buffer, uint32_t size) {
     path[2] = 0;
     ZRPathDriveRoot(path);
   }
-  return CopyPath(path, buffer, size);
+  return CopyWhole(path, buffer, size);
 }
 
 }  // namespace
@@ -126,11 +117,11 @@ ZRError ZRGetLocation(uint32_t level, char* buffer, uint32_t size) {
 
 ZRError ZRGetAppFolder(char* buffer, uint32_t size) {
   const char* override_path = qv::State().app_folder;
-  if (*override_path != 0) return qv::CopyPath(override_path, buffer, size);
+  if (*override_path != 0) return qv::CopyWhole(override_path, buffer, size);
   char path[qv::kPathSize];
   if (!qv::ModulePath(path)) return qv::Refuse(ZRErrNotFound, buffer, size);
   qv::CutToFolder(path);
-  return qv::CopyPath(path, buffer, size);
+  return qv::CopyWhole(path, buffer, size);
 }
 
 ZRError ZRGetModuleName(char* buffer, uint32_t size, bool without_extension) {
@@ -140,13 +131,13 @@ ZRError ZRGetModuleName(char* buffer, uint32_t size, bool without_extension) {
   char* name = separator == nullptr ? path : path + (separator - path) + 1;
   char* dot = without_extension ? std::strchr(name, '.') : nullptr;
   if (dot != nullptr) *dot = 0;
-  return qv::CopyPath(name, buffer, size);
+  return qv::CopyWhole(name, buffer, size);
 }
 
 ZRError ZRGetDocumentsFolder(char* buffer, uint32_t size) {
   char path[qv::kPathSize];
   if (!ZRGetSpecialFolder(CSIDL_PERSONAL, path, sizeof path)) return ZRGetAppFolder(buffer, size);
-  return qv::CopyPath(path, buffer, size);
+  return qv::CopyWhole(path, buffer, size);
 }
 
 ZRError ZRGetTempFolder(char* buffer, uint32_t size) {
@@ -155,7 +146,7 @@ ZRError ZRGetTempFolder(char* buffer, uint32_t size) {
   if (length == 0) return qv::Refuse(ZRErrNotFound, buffer, size);
   if (length >= sizeof path) return qv::Refuse(ZRErrTooLong, buffer, size);
   ZRPathNormalize(path);
-  return qv::CopyPath(path, buffer, size);
+  return qv::CopyWhole(path, buffer, size);
 }
 
 ZRError ZRSetProductFolderName(const char* name) {

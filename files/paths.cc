@@ -125,6 +125,15 @@ ZRError ZRPathSplit(const char* path, char* folder, char* name, bool use_worker)
 
 namespace qv {
 
+ZRError CopyWhole(const char* text, char* buffer, uint32_t size) {
+  if (buffer == nullptr || size == 0) return ZRErrTooLong;
+  buffer[0] = 0;
+  const size_t bytes = std::strlen(text) + 1;
+  if (bytes > size) return ZRErrTooLong;
+  std::memcpy(buffer, text, bytes);
+  return ZRErrNone;
+}
+
 bool PathIsBelow(const char* path, const char* folder) {
   size_t at = 0;
   for (; folder[at] != 0; ++at) {

@@ -42,6 +42,10 @@ ZRError ZRPathSplit(const char* path, char* folder, char* name, bool use_worker)
 
 namespace qv {
 
+// Copies a whole text: ZRErrTooLong, and an empty buffer, when it does not fit into `size` bytes or
+// there is no buffer.
+ZRError CopyWhole(const char* text, char* buffer, uint32_t size);
+
 // True when `path` lies in `folder` or is it: `folder` begins it, letter case of ASCII apart, and
 // ends where a part of the path ends. Both normalised.
 bool PathIsBelow(const char* path, const char* folder);

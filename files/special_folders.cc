@@ -1,10 +1,10 @@
 #include "files/special_folders.h"
 
 #include <cstring>
-#include <mutex>
 
 #include "files/locations.h"
 #include "files/paths.h"
+#include "files/system_call.h"
 #include "platform/windows_api.h"
 
 namespace qv {
@@ -12,32 +12,9 @@ namespace {
 
 using GetFolderPath = HRESULT(WINAPI*)(HWND, int, HANDLE, DWORD, LPSTR);
 
-struct ShellState {
-  std::mutex mutex;  // around the rest
-  bool looked_up = false;
-  HMODULE library = nullptr;
-  GetFolderPath get_folder_path = nullptr;  // null where the shell has none
-};
-
-ShellState& State() {
-  static auto& state = *new ShellState;
-  return state;
-}
-
-void LookUp(ShellState& state) {
-  state.looked_up = true;
-  state.library = LoadLibraryA("SHFOLDER.DLL");
-  if (state.library == nullptr) state.library = LoadLibraryA("SHELL32.DLL");
-  if (state.library == nullptr) return;
-  const FARPROC found = GetProcAddress(state.library, "SHGetFolderPathA");
-  state.get_folder_path = reinterpret_cast<GetFolderPath>(reinterpret_cast<void*>(found));
-}
-
-GetFolderPath FolderPathCall() {
-  ShellState& state = State();
-  std::lock_guard hold(state.mutex);
-  if (!state.looked_up) LookUp(state);
-  return state.get_folder_path;
+SystemCall<GetFolderPath>& FolderCall() {
+  static auto& call = *new SystemCall<GetFolderPath>;
+  return call;
 }
 
 void FreeItemList(LPITEMIDLIST list) {
@@ -57,14 +34,7 @@ bool FolderFromItemList(int32_t id, char* path) {
 
 }  // namespace
 
-void ReleaseShellLibrary() {
-  ShellState& state = State();
-  std::lock_guard hold(state.mutex);
-  if (state.library != nullptr) FreeLibrary(state.library);
-  state.looked_up = false;
-  state.library = nullptr;
-  state.get_folder_path = nullptr;
-}
+void ReleaseShellLibrary() { FolderCall().Release(); }
 
 }  // namespace qv
 
@@ -72,7 +42,8 @@ bool ZRGetSpecialFolder(int32_t id, char* buffer, uint32_t size) {
   if (buffer == nullptr || size == 0) return false;
   buffer[0] = 0;
   char path[MAX_PATH + 1] = {};
-  const qv::GetFolderPath call = qv::FolderPathCall();
+  const qv::GetFolderPath call =
+      qv::FolderCall().Get("SHGetFolderPathA", "SHFOLDER.DLL", "SHELL32.DLL");
   const bool found = call != nullptr ? call(nullptr, id, nullptr, 0, path) == S_OK
                                      : qv::FolderFromItemList(id, path);
   if (!found || path[0] == 0) return false;

@@ -30,15 +30,6 @@ VolumeState& State() {
   return state;
 }
 
-ZRError CopyText(const char* text, char* buffer, uint32_t size) {
-  if (buffer == nullptr || size == 0) return ZRErrTooLong;
-  buffer[0] = 0;
-  const size_t bytes = std::strlen(text) + 1;
-  if (bytes > size) return ZRErrTooLong;
-  std::memcpy(buffer, text, bytes);
-  return ZRErrNone;
-}
-
 VolumeRecord* FindDrive(uint16_t drive) {
   for (VolumeRecord& record : State().list) {
     if (record.drive == drive) return &record;
@@ -258,14 +249,14 @@ int32_t ZRCheckVolume(uint16_t volume) {
 
 ZRError ZRGetVolumeName(uint16_t volume, char* buffer, uint32_t size) {
   const qv::VolumeRecord* record = qv::Find(volume);
-  const ZRError error = qv::CopyText(record == nullptr ? "" : record->name, buffer, size);
+  const ZRError error = qv::CopyWhole(record == nullptr ? "" : record->name, buffer, size);
   return record == nullptr ? ZRErrNoVolume : error;
 }
 
 ZRError ZRGetVolumeRoot(uint16_t volume, char* buffer, uint32_t size) {
   const qv::VolumeRecord* record = qv::Find(volume);
   const bool present = record != nullptr && record->root_present != 0;
-  const ZRError error = qv::CopyText(present ? record->root : "", buffer, size);
+  const ZRError error = qv::CopyWhole(present ? record->root : "", buffer, size);
   if (record == nullptr) return ZRErrNoVolume;
   return present ? error : ZRErrNotFound;
 }

@@ -2,6 +2,7 @@
 
 #include "app/application_hooks.h"
 #include "app/ui/accelerators.h"
+#include "files/locations.h"
 #include "memory/checked_allocations.h"
 #include "resources/charset_loader.h"
 #include "resources/module_source.h"
@@ -22,6 +23,7 @@ void Attach(HINSTANCE instance) {
   Module().instance = instance;
   InstallCheckedAllocator();
   InstallApplicationHooks();
+  SetLocationsModule(instance);
   ZRInitModuleResources(instance);
   ClearAccelerators();
   LoadCharsetTables();

@@ -1,8 +1,11 @@
 #include "mapi/module_startup.h"
 
 #include <cstring>
+#include <string>
 
 #include "app/ui/accelerators.h"
+#include "files/locations.h"
+#include "files/paths.h"
 #include "resources/module_source.h"
 #include "tests/mapi/mapi_fixture.h"
 #include "text/code_page_strings.h"
@@ -34,6 +37,11 @@ TEST(ModuleStartup, AttachBindsResourcesClearsAcceleratorsAndLoadsTables) {
   EXPECT_EQ(ModuleStartup(Library(), DLL_PROCESS_ATTACH), 1);
   EXPECT_EQ(qv::ModuleSource().GetModule(), Library());
   EXPECT_EQ(qv::Accelerators().count, 0u);
+  char path[MAX_PATH], folder[kFolderSize], name[kFolderSize];
+  GetModuleFileNameA(Library(), path, MAX_PATH);
+  EXPECT_EQ(ZRGetAppFolder(folder, sizeof folder), ZRErrNone);
+  EXPECT_EQ(ZRGetModuleName(name, sizeof name, false), ZRErrNone);
+  EXPECT_EQ(std::string(folder) + "\\" + name, path) << "the library's, not the program's";
   EXPECT_EQ(GetApplicationCodePage(), 1252);
   char text[20] = "\xE9";
   EXPECT_EQ(CPConvert(text, 1251, kUtf8, sizeof text), 3u);
