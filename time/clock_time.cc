@@ -8,6 +8,7 @@
 #include "platform/windows_api.h"
 #include "text/formatter.h"
 #include "text/length_prefixed.h"
+#include "text/text_scans.h"
 
 namespace qv {
 namespace {
@@ -129,6 +130,7 @@ void Write24(const ClockTime& time, uint8_t* text) {
       0) {
     FormatTextN(written, kUpperCasedBytes, "%d:%02d", time.hours, time.minutes);
   }
+  ZRTrimTrailing(written);  // a blank may have stood before what the flags leave out
   CStrToLStr(text, kUpperCasedBytes, written);
 }
 

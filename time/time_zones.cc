@@ -42,7 +42,7 @@ class DebugParser final : public TZDataParser {
 
  private:
   void Report(const char* text) override { DebugPrint("TZDataParser: %s\r\n", text); }
-  void Yield() override { GlobalHooks().yield(); }
+  void LetOthersRun() override { GlobalHooks().yield(); }
 };
 
 std::string_view TextOf(Bytes bytes) {

@@ -35,7 +35,7 @@ void TZDataParser::Advance() {
   current_ = reader_.Next();
   if (reader_.remaining() >= yield_mark_) return;
   yield_mark_ = reader_.remaining() / kYieldBytes * kYieldBytes;
-  Yield();
+  LetOthersRun();
 }
 
 void TZDataParser::Fail(const char* text) {

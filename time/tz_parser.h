@@ -54,7 +54,7 @@ class TZDataParser {
   // Gets the text of each error.
   virtual void Report(const char* text) = 0;
   // Called about every 5120 bytes of text.
-  virtual void Yield() {}
+  virtual void LetOthersRun() {}
 
  private:
   void Advance();

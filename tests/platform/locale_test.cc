@@ -39,7 +39,7 @@ TEST(LocaleTest, TimesOfTheUser) {
   EXPECT_NE(written(0).find("07"), std::string::npos);
   constexpr DWORD kPlain = TIME_NOSECONDS | TIME_FORCE24HOURFORMAT | TIME_NOTIMEMARKER;
   EXPECT_EQ(written(kPlain).substr(0, 2), "21");
-  EXPECT_EQ(written(kPlain).substr(3), "05");
+  EXPECT_EQ(written(kPlain).substr(3, 2), "05");
   EXPECT_EQ(GetTimeFormatA(user, 0, &evening, nullptr, text, 3), 0);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
   const SYSTEMTIME never = {2001, 1, 1, 1, 24, 0, 0, 0};

@@ -73,6 +73,10 @@ TEST_F(ResourceChain, AsksInOrder) {
       ZRUseExtraResourceFiles(extra);
       const std::string expected = extra ? row.on : row.off;
       EXPECT_EQ(First(number), expected);
+      EXPECT_EQ(qv::FindFileWithResource(type, number), expected == "b"      ? b_
+                                                        : expected == "a"    ? a_
+                                                        : expected == "main" ? main_
+                                                                             : nullptr);
       Str255 item;
       EXPECT_EQ(ZRGetIndString(item, number, 1, 255), expected != "none");
       EXPECT_EQ(Text(item), expected == "none" ? "" : expected);
@@ -103,6 +107,7 @@ TEST_F(ResourceChain, EndsWithTheModule) {
   EXPECT_FALSE(ZRGetIndCString(zero_terminated, 999, 6, 5));
   EXPECT_STREQ(zero_terminated, "");
   EXPECT_EQ(ZRGetResourceSize(ResourceType("TEST"), 7), 3);
+  EXPECT_EQ(qv::FindFileWithResource(ResourceType("TEST"), 7), nullptr) << "the module is no file";
   main_->AddList(999, {"^"});
   EXPECT_TRUE(ZRGetIndCString(zero_terminated, 999, 1, 5));
   EXPECT_STREQ(zero_terminated, "^") << "the main file goes before";

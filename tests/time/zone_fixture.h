@@ -37,7 +37,7 @@ class KeepingParser final : public qv::TZDataParser {
 
  private:
   void Report(const char* text) override { errors.push_back(text); }
-  void Yield() override { ++yields; }
+  void LetOthersRun() override { ++yields; }
 };
 
 // The bytes of one of the library's own resources.
