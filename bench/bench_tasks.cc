@@ -129,9 +129,17 @@ struct TwoStacks {
   platform::StackPointer here = nullptr, there = nullptr;
 };
 
+constexpr int kSwitches = 100;
+
+// From one place on both sides, as tasks do: the processor foresees where a switch returns to.
+[[gnu::noinline]] void SwitchAgainAndAgain(platform::StackPointer* left,
+                                           const platform::StackPointer* target) {
+  for (int i = 0; i < kSwitches; ++i) platform::SwitchStack(left, *target);
+}
+
 void SwitchBack(void* argument) {
   auto* stacks = static_cast<TwoStacks*>(argument);
-  for (;;) platform::SwitchStack(&stacks->there, stacks->here);
+  for (;;) SwitchAgainAndAgain(&stacks->there, &stacks->here);
 }
 
 void AddSwitch() {
@@ -144,16 +152,19 @@ void AddSwitch() {
                        TwoStacks stacks;
                        stacks.there =
                            platform::PrepareStack(stack.data() + stack.size(), SwitchBack, &stacks);
-                       for (auto _ : state) platform::SwitchStack(&stacks.here, stacks.there);
+                       for (auto _ : state) SwitchAgainAndAgain(&stacks.here, &stacks.there);
                      },
-                 .operations = 2};
+                 .processor_time = true,
+                 .operations = 2 * kSwitches};
 #ifdef QV_HAVE_BOOST_FIBER
   job.theirs = [](State& state) {
     boost::context::fiber other([](boost::context::fiber&& from) {
       for (;;) from = std::move(from).resume();
       return std::move(from);
     });
-    for (auto _ : state) other = std::move(other).resume();
+    for (auto _ : state) {
+      for (int i = 0; i < kSwitches; ++i) other = std::move(other).resume();
+    }
   };
 #endif
   bench::Add(job);
@@ -190,6 +201,7 @@ void AddYields(int tasks, double target) {
                  .peer = "Boost.Fiber",
                  .target = target,
                  .ours = InKernel(YieldAmong(tasks)),
+                 .processor_time = true,
                  .operations = static_cast<double>(tasks)};
 #ifdef QV_HAVE_BOOST_FIBER
   job.theirs = [tasks](State& state) {
@@ -210,11 +222,13 @@ void AddYieldsWithoutPeer() {
   for (int tasks : {2, 100}) {
     bench::Add({.name = "yield among " + std::to_string(tasks) + ", own stacks",
                 .ours = InKernelWithoutFibers(YieldAmong(tasks)),
+                .processor_time = true,
                 .operations = static_cast<double>(tasks)});
   }
   for (int tasks : {10, 10000}) {
     bench::Add({.name = "yield among " + std::to_string(tasks),
                 .ours = InKernel(YieldAmong(tasks)),
+                .processor_time = true,
                 .operations = static_cast<double>(tasks)});
   }
   for (int waiting : {10, 100, 1000, 10000}) {
@@ -223,6 +237,7 @@ void AddYieldsWithoutPeer() {
                   Company company(state, waiting, [](TCB*) { ZRTaskWaitEvents(1); });
                   YieldAmong(2)(state);
                 }),
+                .processor_time = true,
                 .operations = 2});
   }
 }
@@ -258,6 +273,7 @@ void AddHandOver() {
                  .peer = "Boost.Fiber mutex and condition",
                  .target = 0.4,
                  .ours = InKernel(HandOver),
+                 .processor_time = true,
                  .operations = 2};
 #ifdef QV_HAVE_BOOST_FIBER
   job.theirs = [](State& state) {
@@ -316,7 +332,8 @@ void AddLives() {
   bench::Job job{.name = "create, run and end a task",
                  .peer = "Boost.Fiber",
                  .target = 2.0,
-                 .ours = InKernel(CreateAndEnd)};
+                 .ours = InKernel(CreateAndEnd),
+                 .processor_time = true};
 #ifdef QV_HAVE_BOOST_FIBER
   job.theirs = [](State& state) {
     uint64_t ended = 0;
@@ -426,7 +443,9 @@ int main(int argc, char** argv) {
   AddYields(1000, 2.0);
   AddYieldsWithoutPeer();
   AddHandOver();
-  bench::Add({.name = "message and reply, there and back", .ours = InKernel(RoundTrip)});
+  bench::Add({.name = "message and reply, there and back",
+              .ours = InKernel(RoundTrip),
+              .processor_time = true});
   AddLives();
   AddWakes();
   AddLateness();
