@@ -16,6 +16,7 @@ struct KernelParams {
   uint32_t longest_latency = 0;  // report runs that take longer, milliseconds; 0: none
   uint16_t trace_latency = 0;    // 1: with a traceback
   uint16_t io_yield = 0;         // the file cache yields after each read that it answers
+  bool operator==(const KernelParams&) const = default;
 };
 
 void ZRTaskGetParams(KernelParams* params);

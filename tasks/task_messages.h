@@ -13,7 +13,8 @@
 //
 // Threads: the kernel thread. A task that ends lets its queue go: posted records are unlinked, and
 // senders that wait for its reply get 0. What a task has posted stays with the receiver when it
-// ends; what it waits on is taken back.
+// ends; what it waits on is taken back. A receiver that has taken it already holds a record that is
+// gone: its reply is ignored, unless another sender waits on a record in the same place.
 #pragma once
 
 #include <cstdint>

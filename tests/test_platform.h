@@ -37,6 +37,12 @@ void EmptyFolder(const std::string& path);
 // Runs the function on a thread with this much stack, and waits for its end.
 void RunOnThread(size_t stack_bytes, const std::function<void()>& body);
 
+// A clock moved by hand, where the system has one: it stands at `micros`, and sleeps move it on.
+// On Windows nothing happens; the clock runs.
+void StopClock(uint64_t micros);
+void MoveClock(uint64_t micros);
+void ReleaseClock();
+
 // Fibers of this process, as far as the system tells (0 on Windows).
 uint32_t LiveFibers();
 

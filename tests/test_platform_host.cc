@@ -35,6 +35,10 @@ bool OnWindows() { return false; }
 
 uint32_t LiveFibers() { return host::LiveFibers(); }
 
+void StopClock(uint64_t micros) { host::FreezeMicroseconds(micros); }
+void MoveClock(uint64_t micros) { host::AdvanceMicroseconds(micros); }
+void ReleaseClock() { host::ThawTicks(); }
+
 void RunOnThread(size_t stack_bytes, const std::function<void()>& body) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);

@@ -89,6 +89,10 @@ bool OnWindows() { return true; }
 
 uint32_t LiveFibers() { return 0; }
 
+void StopClock(uint64_t) {}
+void MoveClock(uint64_t) {}
+void ReleaseClock() {}
+
 void RunOnThread(size_t stack_bytes, const std::function<void()>& body) {
   auto run = [](LPVOID argument) WINAPI -> DWORD {
     (*static_cast<const std::function<void()>*>(argument))();
