@@ -25,17 +25,17 @@ struct ClockState {
   std::atomic<uint64_t> last{0};
 };
 
-// Threads read the clock until they end, so it is never destroyed.
+// Threads read the clock until they end, so it is never destroyed. No local static, whose first use
+// would be looked for at each reading.
 union ClockHolder {
   ClockState state;
   constexpr ClockHolder() : state() {}
   ~ClockHolder() {}
 };
 
-ClockState& State() {
-  static constinit ClockHolder holder;
-  return holder.state;
-}
+constinit ClockHolder holder;
+
+ClockState& State() { return holder.state; }
 
 template <typename... Values>
 void Report(const char* format, Values... values) {

@@ -15,8 +15,8 @@ namespace bench {
 
 struct Job {
   std::string name;
-  std::string peer;   // "" for a job without one
-  double target = 0;  // our time divided by the peer's, at most; 0: none, for the record only
+  std::string peer = {};  // "" for a job without one
+  double target = 0;      // our time divided by the peer's, at most; 0: none, for the record only
   std::function<void(benchmark::State&)> ours = {};
   std::function<void(benchmark::State&)> theirs = {};
   // Processor time of this process instead of elapsed time.

@@ -1,21 +1,7 @@
 #include "tasks/kernel_state.h"
 
 namespace qv {
-namespace {
-
-// Other threads ask whether to switch until they end, so it is never destroyed.
-union KernelHolder {
-  KernelState state;
-  constexpr KernelHolder() : state() {}
-  ~KernelHolder() {}
-};
-
-}  // namespace
-
-KernelState& TheKernel() {
-  static constinit KernelHolder holder;
-  return holder.state;
-}
+constinit KernelHolder kernel_holder;
 
 KernelConfiguration& TheKernelConfiguration() {
   static constinit KernelConfiguration configuration;

@@ -69,7 +69,16 @@ struct KernelState {
   KernelStatistics statistics;
 };
 
-KernelState& TheKernel();
+// Other threads ask whether to switch until they end, so it is never destroyed. Every step of the
+// kernel begins here: in the header, and no local static, whose first use would be looked for each
+// time.
+union KernelHolder {
+  KernelState state;
+  constexpr KernelHolder() : state() {}
+  ~KernelHolder() {}
+};
+extern KernelHolder kernel_holder;
+inline KernelState& TheKernel() { return kernel_holder.state; }
 
 // What outlives one kernel.
 struct KernelConfiguration {

@@ -2,6 +2,7 @@
 
 #include <time.h>
 
+#include <atomic>
 #include <chrono>
 #include <mutex>
 #include <thread>
@@ -16,9 +17,9 @@ namespace {
 
 struct Clock {
   std::mutex mutex;
-  bool frozen = false;
-  uint64_t micros = 0;  // while frozen; ticks are its milliseconds
-  uint64_t step = 0;    // microseconds that each reading adds while frozen
+  std::atomic<bool> frozen = false;  // changes under the mutex; the running clock does without it
+  uint64_t micros = 0;               // while frozen; ticks are its milliseconds
+  uint64_t step = 0;                 // microseconds that each reading adds while frozen
   bool wall_frozen = false;
   SYSTEMTIME wall{};
 };
@@ -59,6 +60,7 @@ uint64_t RealMicroseconds() {
 // One reading of the clock, frozen or not.
 uint64_t ReadMicroseconds() {
   Clock& clock = State();
+  if (!clock.frozen.load(std::memory_order_acquire)) return RealMicroseconds();
   std::lock_guard hold(clock.mutex);
   if (!clock.frozen) return RealMicroseconds();
   const uint64_t now = clock.micros;

@@ -35,7 +35,7 @@ namespace host {
 namespace {
 
 constexpr size_t kLeastStackSize = size_t{1} << 20;
-constexpr size_t kMostKeptStacks = 256;
+constexpr size_t kMostKeptStacks = 1024;
 
 struct Stack {
   char* lowest = nullptr;  // the first byte that can be used, above the guard page

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cfenv>
-#include <string>
 #include <vector>
 
 #include "platform/context_switch.h"
@@ -9,45 +8,6 @@
 #include "platform/windows_api.h"
 
 namespace {
-
-// Two players that hand the processor to each other and write down what they did.
-struct Game {
-  void* main = nullptr;
-  void* players[2] = {};
-  std::string log;
-  int turns = 0;
-};
-Game& TheGame() {
-  static Game game;
-  return game;
-}
-
-void WINAPI Play(LPVOID parameter) {
-  Game& game = TheGame();
-  const auto self = reinterpret_cast<uintptr_t>(parameter);
-  for (int round = 0; round < game.turns; ++round) {
-    game.log += static_cast<char>('a' + self) + std::to_string(round);
-    SwitchToFiber(game.players[1 - self]);
-  }
-  game.log += '.';
-  SwitchToFiber(game.main);
-}
-
-TEST(FibersTest, TakeTurnsInTheOrderOfTheSwitches) {
-  Game& game = TheGame();
-  game = {};
-  game.turns = 3;
-  game.main = ConvertThreadToFiber(nullptr);
-  ASSERT_NE(game.main, nullptr);
-  for (uintptr_t i = 0; i < 2; ++i) {
-    game.players[i] = CreateFiber(0x4000, Play, reinterpret_cast<LPVOID>(i));
-    ASSERT_NE(game.players[i], nullptr);
-  }
-  SwitchToFiber(game.players[0]);
-  EXPECT_EQ(game.log, "a0b0a1b1a2b2.");
-  for (void* player : game.players) DeleteFiber(player);
-  EXPECT_TRUE(ConvertFiberToThread());
-}
 
 TEST(FibersTest, AThreadIsConvertedOnce) {
   ASSERT_NE(ConvertThreadToFiber(nullptr), nullptr);

@@ -83,6 +83,12 @@ void KernelTest::Set(const std::string& section_and_line) {
   settings_.emplace_back(section_and_line.substr(0, slash), section_and_line.substr(slash + 1));
 }
 
+void KernelTest::UseSettings(const std::string& text) {
+  const std::string path = TempFolder() + "\\kernel.ini";
+  EXPECT_TRUE(WriteWholeFile(path, text));
+  EXPECT_TRUE(qv::SetSettingsPath(path.c_str()));
+}
+
 int32_t KernelTest::Run(const std::function<void()>& main, uint32_t stack_bytes) {
   std::map<std::string, std::string> sections;
   for (const auto& [section, line] : settings_) {
@@ -91,9 +97,7 @@ int32_t KernelTest::Run(const std::function<void()>& main, uint32_t stack_bytes)
   }
   std::string file;
   for (const auto& [section, text] : sections) file += "[" + section + "]\r\n" + text;
-  const std::string path = TempFolder() + "\\kernel.ini";
-  EXPECT_TRUE(WriteWholeFile(path, file));
-  EXPECT_TRUE(qv::SetSettingsPath(path.c_str()));
+  UseSettings(file);
   printed.clear();
   int32_t result = -2;
   const auto fibers = static_cast<int>(LiveFibers());

@@ -23,6 +23,9 @@ class KernelTest : public testing::Test {
   // Lines of the settings file, such as "QVSetup/HotLimit=5". Kept for the runs that follow.
   void Set(const std::string& section_and_line);
 
+  // Makes this the settings file of kernels to come.
+  void UseSettings(const std::string& text);
+
   // Starts a kernel on a thread of its own and runs `main` in it; "Fibers" is as it was set.
   // Returns the kernel's result. Afterwards nothing of it may be left allocated.
   int32_t Run(const std::function<void()>& main, uint32_t stack_bytes = 16 << 20);
