@@ -2,7 +2,8 @@
 //
 // A turn has 100 slots of one millisecond; a task stands in the slot of its wake time, however many
 // turns away that is. A scan looks at the slots that have passed since the last one, and after more
-// than a turn at all of them, and hands out what is due.
+// than a turn at all of them, and hands out what is due. Exactly one turn after the last scan it
+// looks at one slot, so that a sleeper may wake up to a turn (100 ms) late.
 #pragma once
 
 #include <cstdint>
