@@ -13,7 +13,7 @@ int64_t TimeOfDay(uint32_t hour, uint32_t minute, uint32_t second) {
   return hour * kSecondsPerHour + minute * kSecondsPerMinute + second;
 }
 
-// The day that the specification means in that month.
+// The day of that month that is meant.
 int64_t DayOf(uint32_t year, uint32_t month, const DaySpecification& day) {
   month = std::max(month, 1u);
   if (day.kind == DaySpecification::kDayOfMonth) {
