@@ -5,13 +5,13 @@
 #include <string>
 
 #include "fuzz/fuzz_support.h"
+#include "tests/time/change_walk.h"
 #include "time/tz_parser.h"
 #include "time/zone_changes.h"
 #include "time/zone_list.h"
 
 namespace {
 
-using qv::OffsetChange;
 using qv::TimeKind;
 
 class Parser final : public qv::TZDataParser {
@@ -40,16 +40,6 @@ void CheckSymbols(const std::string& text) {
   }
 }
 
-const OffsetChange* Walk(std::span<const OffsetChange> changes, uint32_t time, TimeKind kind) {
-  for (size_t i = changes.size(); i-- > 0;) {
-    const OffsetChange& before = changes[i == 0 ? 0 : i - 1];
-    const int64_t shift =
-        int64_t{before.saving} + (kind == TimeKind::kUniversal ? before.standard : 0);
-    if (changes[i].instant - shift <= time) return &changes[i];
-  }
-  return changes.empty() ? nullptr : &changes[0];
-}
-
 void CheckZone(const qv::TimeZoneData& data, qv::NameRef zone) {
   qv::ZoneChanges changes;
   FUZZ_CHECK(qv::FindZoneChanges(data, zone, changes, [] {}));
@@ -60,7 +50,7 @@ void CheckZone(const qv::TimeZoneData& data, qv::NameRef zone) {
     for (const int64_t shift : {0, all[i].standard, all[i].saving}) {
       const auto time = static_cast<uint32_t>(all[i].instant - shift);
       for (const TimeKind kind : {TimeKind::kUniversal, TimeKind::kLocal}) {
-        FUZZ_CHECK(changes.At(time, kind) == Walk(all, time, kind));
+        FUZZ_CHECK(changes.At(time, kind) == test::WalkChanges(all, time, kind));
       }
     }
   }

@@ -1,15 +1,12 @@
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <vector>
 
-#include "programs/common/progress.h"
 #include "programs/qvtool/checksums_by_name.h"
 #include "programs/qvtool/commands.h"
+#include "programs/qvtool/pieces.h"
 
 namespace qvtool {
 namespace {
-
-constexpr size_t kPieceBytes = 1 << 16;
 
 struct Options {
   std::string name, key_digits;
@@ -35,16 +32,12 @@ Trouble Sum(const Options& options, Streams& streams) {
   std::optional<std::string> key;
   if (!options.key->empty()) key = BytesOfHex(options.key_digits);
   const auto sum = NewChecksum(options.name, key);
-  {
-    program::ByteProgress progress("summing");
-    std::vector<char> piece(kPieceBytes);
-    while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
-      sum->Add({piece.data(), size});
-      progress.Advance(size);
-    }
-  }
+  const bool whole = ForEachPiece(streams.input, "summing", [&](std::string_view piece) {
+    sum->Add(piece);
+    return true;
+  });
   // The sum of a part would look like one of the whole.
-  if (!streams.input.trouble()) streams.output.Write(sum->Hex() + "\n");
+  if (whole) streams.output.Write(sum->Hex() + "\n");
   return std::nullopt;
 }
 

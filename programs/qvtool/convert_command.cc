@@ -1,18 +1,15 @@
 #include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
-#include <vector>
 
-#include "programs/common/progress.h"
 #include "programs/qvtool/code_page_argument.h"
 #include "programs/qvtool/commands.h"
 #include "programs/qvtool/library_resources.h"
+#include "programs/qvtool/pieces.h"
 #include "programs/qvtool/text_conversion.h"
 
 namespace qvtool {
 namespace {
-
-constexpr size_t kPieceBytes = 1 << 16;
 
 struct Options {
   std::string from, to, line_ends = "keep";
@@ -31,13 +28,10 @@ Trouble Convert(const Options& options, Streams& streams) {
                               return streams.output.Write(bytes);
                             });
   if (Trouble trouble = conversion.trouble()) return trouble;
-  program::ByteProgress progress("converting");
-  std::vector<char> piece(kPieceBytes);
-  while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
-    if (!conversion.Convert({piece.data(), size})) return conversion.trouble();
-    progress.Advance(size);
-  }
-  if (streams.input.trouble()) return std::nullopt;  // the caller says so
+  const bool whole = ForEachPiece(streams.input, "converting", [&](std::string_view piece) {
+    return conversion.Convert(piece);
+  });
+  if (!whole) return conversion.trouble();
   conversion.Finish();
   ReportLosses(conversion.lost(), streams.reporter);
   if (conversion.cut_bytes() == 0) return std::nullopt;

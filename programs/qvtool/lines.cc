@@ -1,15 +1,8 @@
 #include "programs/qvtool/lines.h"
 
-#include <algorithm>
-#include <vector>
+#include "programs/qvtool/pieces.h"
 
 namespace qvtool {
-namespace {
-
-constexpr size_t kPieceBytes = 1 << 16;
-
-}  // namespace
-
 bool LineSplitter::Add(std::string_view piece) {
   while (going_on_ && !piece.empty()) {
     const size_t end = piece.find('\n');
@@ -49,12 +42,10 @@ bool LineSplitter::HandOut(bool has_end) {
 
 void ForEachLine(program::StandardInput& input, const LineSplitter::Take& take) {
   LineSplitter lines(take);
-  std::vector<char> piece(kPieceBytes);
-  while (const size_t size = input.Read(piece.data(), piece.size())) {
-    if (!lines.Add({piece.data(), size})) return;
-  }
+  const bool whole = ForEachPiece(input, "reading lines",
+                                  [&](std::string_view piece) { return lines.Add(piece); });
   // What a failing stream left behind is no line.
-  if (!input.trouble()) lines.Finish();
+  if (whole) lines.Finish();
 }
 
 Trouble UnusableLine(const Line& line) {

@@ -1,16 +1,13 @@
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <vector>
 
-#include "programs/common/progress.h"
 #include "programs/qvtool/code_page_argument.h"
 #include "programs/qvtool/commands.h"
 #include "programs/qvtool/found_links.h"
+#include "programs/qvtool/pieces.h"
 
 namespace qvtool {
 namespace {
-
-constexpr size_t kPieceBytes = 1 << 16;
 
 struct Options {
   std::string code_page = "UTF-8";
@@ -26,14 +23,9 @@ std::unique_ptr<FoundLinks> NewLinks(const Options& options, const Sink& sink) {
 Trouble FindLinks(const Options& options, Streams& streams) {
   const auto links =
       NewLinks(options, [&streams](std::string_view bytes) { return streams.output.Write(bytes); });
-  program::ByteProgress progress("searching");
-  std::vector<char> piece(kPieceBytes);
-  while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
-    if (!links->Add({piece.data(), size})) return std::nullopt;
-    progress.Advance(size);
-  }
-  // What a failing stream left behind may be cut.
-  if (!streams.input.trouble()) links->Finish();
+  const bool whole = ForEachPiece(streams.input, "searching",
+                                  [&](std::string_view piece) { return links->Add(piece); });
+  if (whole) links->Finish();
   return std::nullopt;
 }
 

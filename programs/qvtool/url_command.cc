@@ -1,16 +1,13 @@
 #include <memory>
-#include <vector>
 
-#include "programs/common/progress.h"
 #include "programs/qvtool/code_page_argument.h"
 #include "programs/qvtool/forms.h"
 #include "programs/qvtool/library_resources.h"
+#include "programs/qvtool/pieces.h"
 #include "programs/qvtool/url_lines.h"
 
 namespace qvtool {
 namespace {
-
-constexpr size_t kPieceBytes = 1 << 16;
 
 struct Options {
   std::string code_page = "UTF-8";
@@ -55,13 +52,9 @@ Trouble Escape(const Options& options, Streams& streams) {
   ToUtf8 utf8(options.cp(), [&escaper](std::string_view bytes) { return escaper.Add(bytes); });
   if (utf8.trouble())
     streams.reporter.Warn(*utf8.trouble() + ": its bytes are escaped as they are");
-  program::ByteProgress progress("escaping");
-  std::vector<char> piece(kPieceBytes);
-  while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
-    if (!utf8.Convert({piece.data(), size})) return std::nullopt;
-    progress.Advance(size);
-  }
-  if (streams.input.trouble()) return std::nullopt;
+  const bool whole = ForEachPiece(streams.input, "escaping",
+                                  [&](std::string_view piece) { return utf8.Convert(piece); });
+  if (!whole) return std::nullopt;
   const uint32_t cut = utf8.Finish(streams.reporter);
   escaper.Finish();
   if (cut == 0) return std::nullopt;

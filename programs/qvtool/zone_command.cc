@@ -8,6 +8,7 @@
 #include "programs/common/reporter.h"
 #include "programs/qvtool/forms.h"
 #include "programs/qvtool/lines.h"
+#include "programs/qvtool/pieces.h"
 #include "resources/module_source.h"
 #include "text/length_prefixed.h"
 #include "time/iso_time.h"
@@ -127,12 +128,12 @@ class Parser final : public qv::TZDataParser {
 
 Trouble ParseRules(const Options&, Streams& streams) {
   std::string text;
-  std::vector<char> piece(1 << 16);
-  while (const size_t size = streams.input.Read(piece.data(), piece.size())) {
-    text.append(piece.data(), size);
-    if (text.size() > kMostRules) return "the text has more than 64 MiB";
-  }
-  if (streams.input.trouble()) return std::nullopt;
+  const bool whole = ForEachPiece(streams.input, "reading", [&](std::string_view piece) {
+    text += piece;
+    return text.size() <= kMostRules;
+  });
+  if (text.size() > kMostRules) return "the text has more than 64 MiB";
+  if (!whole) return std::nullopt;
   qv::TimeZoneData data;
   Parser parser(data);
   if (!parser.Parse(text)) return parser.error;

@@ -4,6 +4,7 @@
 #include <random>
 #include <string>
 
+#include "tests/time/change_walk.h"
 #include "tests/time/zone_fixture.h"
 #include "time/dates.h"
 
@@ -134,17 +135,6 @@ TEST(ZoneChanges, AreWorkedOutLineByLine) {
   }
 }
 
-// The walk whose answers the search has to give.
-const OffsetChange* Walk(std::span<const OffsetChange> changes, uint32_t time, TimeKind kind) {
-  for (size_t i = changes.size(); i-- > 0;) {
-    const OffsetChange& before = changes[i == 0 ? 0 : i - 1];
-    const int64_t shift =
-        int64_t{before.saving} + (kind == TimeKind::kUniversal ? before.standard : 0);
-    if (changes[i].instant - shift <= time) return &changes[i];
-  }
-  return changes.empty() ? nullptr : &changes[0];
-}
-
 void CompareWithWalk(const qv::ZoneChanges& changes, std::mt19937& random) {
   std::vector<uint32_t> times = {0, 0xFFFFFFFF};
   for (const OffsetChange& change : changes.all()) {
@@ -158,7 +148,7 @@ void CompareWithWalk(const qv::ZoneChanges& changes, std::mt19937& random) {
   }
   for (const uint32_t time : times) {
     for (const TimeKind kind : {TimeKind::kUniversal, TimeKind::kLocal}) {
-      ASSERT_EQ(changes.At(time, kind), Walk(changes.all(), time, kind)) << time;
+      ASSERT_EQ(changes.At(time, kind), test::WalkChanges(changes.all(), time, kind)) << time;
     }
   }
 }
