@@ -3,8 +3,7 @@
 //   qv::TextLines lines(file);
 //   char line[256];
 //   int32_t length = 255;                           // the buffer's size less one
-//   while (lines.ReadLine(line, &length) == 0) {    // length: bytes that the line took, end
-//   included
+//   while (lines.ReadLine(line, &length) == 0) {    // length: with the line end
 //     Use(line);
 //     length = 255;
 //   }

@@ -9,9 +9,8 @@
 // minutes the digits behind a ':' or '.' that follows; then comes, anywhere, an 'A' or 'P', with or
 // without an 'M'.
 //
-//   12-hour clock   without a letter the time is in the afternoon, unless the hours are below 12
-//   and
-//                   either 0 or at least the threshold: 8:00 is morning and 3:00 afternoon with 7.
+//   12-hour clock   without a letter the time is in the afternoon, unless the hours are 0, or from
+//                   the threshold to 11: with 7, 8:00 is in the morning and 3:00 is not.
 //                   Hours from 13 on are afternoon; "AM" makes them invalid. 0:00 is invalid.
 //                   Behind the letter nothing but its 'M' may stand.
 //   24-hour clock   letters are taken where they come first behind the minutes, and what follows

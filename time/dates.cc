@@ -2,15 +2,12 @@
 
 #include <algorithm>
 
+#include "base/file_time.h"
 #include "platform/windows_api.h"
 #include "time/calendar.h"
 
 namespace qv {
 namespace {
-
-constexpr int64_t kUnitsPerSecond = 10000000;  // of file times
-constexpr int64_t kFirstSecond = 9561628800;   // 1 January 1904, in seconds of file times
-constexpr uint32_t kMostTime = 0xFFFFFFFF;
 
 SYSTEMTIME FieldsOf(const ZRDate& date) {
   SYSTEMTIME fields{};
@@ -50,23 +47,22 @@ bool Normalise(SYSTEMTIME& fields) {
   return true;
 }
 
-bool SecondsOf(const SYSTEMTIME& fields, int64_t* seconds) {
-  FILETIME file_time;
-  if (!SystemTimeToFileTime(&fields, &file_time)) return false;
-  const uint64_t units = uint64_t{file_time.dwHighDateTime} << 32 | file_time.dwLowDateTime;
-  *seconds = static_cast<int64_t>(units / kUnitsPerSecond) - kFirstSecond;
+bool FileTimeOf(const SYSTEMTIME& fields, uint64_t* file_time) {
+  FILETIME halves;
+  if (!SystemTimeToFileTime(&fields, &halves)) return false;
+  *file_time = uint64_t{halves.dwHighDateTime} << 32 | halves.dwLowDateTime;
   return true;
 }
 
 bool TimeOfFields(SYSTEMTIME fields, uint32_t* time) {
-  int64_t seconds = 0;
+  uint64_t file_time = 0;
   *time = 0;
-  if (!SecondsOf(fields, &seconds) && (!Normalise(fields) || !SecondsOf(fields, &seconds))) {
+  if (!FileTimeOf(fields, &file_time) && (!Normalise(fields) || !FileTimeOf(fields, &file_time))) {
     return false;
   }
-  if (seconds < 0) return false;
-  *time = static_cast<uint32_t>(std::min<int64_t>(seconds, kMostTime));
-  return seconds <= kMostTime;
+  *time = FrameworkTimeFromFileTime(file_time);
+  return file_time >= kFileTimeOf1904 &&
+         file_time - FileTimeFromFrameworkTime(*time) < kFileTimeUnitsPerSecond;
 }
 
 }  // namespace
@@ -81,7 +77,7 @@ uint32_t ZRGetCurrentTime() {
 }
 
 void ZRTimeToDate(uint32_t time, ZRDate* date) {
-  const int64_t units = (qv::kFirstSecond + int64_t{time}) * qv::kUnitsPerSecond;
+  const uint64_t units = qv::FileTimeFromFrameworkTime(time);
   const FILETIME file_time = {static_cast<DWORD>(units), static_cast<DWORD>(units >> 32)};
   SYSTEMTIME fields;
   *date = {};
