@@ -8,8 +8,8 @@
 // point units, and the thread's chain of protected blocks. All of it lies on the stack that is
 // left, so a stack that does not run is its stack pointer and nothing else. No system call is made.
 //
-// Threads: a stack runs on one thread at a time. Sanitizers are not told; who makes stacks outside
-// of the thread's own tells them (host/fibers.cc).
+// Threads: a stack runs on one thread at a time. Sanitizers are not told here, but by who
+// makes the stacks (sanitizer_stacks.h).
 #pragma once
 
 #include <cstddef>

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/sanitizer_stacks.h"
 #include "tasks/kernel_state.h"
 #include "tasks/task_list_report.h"
 
@@ -20,6 +21,8 @@ struct OwnStackState {
   uint32_t left = 0;  // bytes from `lowest` that no task has
   platform::StackPointer mainline = nullptr;
   platform::StackPointer discarded = nullptr;
+  platform::StackBounds mainline_bounds = {};  // for sanitizers, known once it was left
+  bool leaving_mainline = false;
   TCB* unchecked = nullptr;  // the task that the switch under way leaves
 };
 
@@ -43,8 +46,16 @@ void CheckStackLeft() {
   if (!IsSound(task)) ZRTaskPrint(nullptr, "Stack overflow in QV task.");
 }
 
-void Start(void* argument) {
+// On arrival at a stack, from the mainline's or another task's.
+void Arrive(void* kept) {
+  OwnStackState& stacks = State();
+  const platform::StackBounds left = platform::TellStackEntered(kept);
+  if (std::exchange(stacks.leaving_mainline, false)) stacks.mainline_bounds = left;
   CheckStackLeft();
+}
+
+void Start(void* argument) {
+  Arrive(nullptr);
   RunTaskBody(static_cast<TCB*>(argument));
 }
 
@@ -85,13 +96,18 @@ void SwitchOwnStack(Leaving leaving, TCB* from, TCB* to) {
   if (leaving == Leaving::kMainline) left = &stacks.mainline;
   if (leaving == Leaving::kTask) left = &from->saved_sp;
   platform::StackPointer target = stacks.mainline;
+  platform::StackBounds target_bounds = stacks.mainline_bounds;
   if (to != nullptr) {
+    target_bounds = {reinterpret_cast<void*>(to->stack_base), to->stack_size};
     const bool is_new = (to->flags & kNotStarted) != 0;
     target = is_new ? platform::PrepareStack(to->saved_sp, Start, to) : to->saved_sp;
   }
   stacks.unchecked = leaving == Leaving::kTask ? from : nullptr;
+  stacks.leaving_mainline = leaving == Leaving::kMainline;
+  void* kept = nullptr;
+  platform::TellStackLeft(leaving == Leaving::kForGood ? nullptr : &kept, target_bounds);
   platform::SwitchStack(left, target);
-  CheckStackLeft();
+  Arrive(kept);
 }
 
 }  // namespace qv

@@ -14,19 +14,8 @@
 #include "platform/host/calls.h"
 #include "platform/host/control.h"
 #include "platform/host/process.h"
+#include "platform/sanitizer_stacks.h"
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QV_ADDRESS_SANITIZER
-#endif
-#endif
-#ifdef __SANITIZE_ADDRESS__
-#define QV_ADDRESS_SANITIZER
-#endif
-#ifdef QV_ADDRESS_SANITIZER
-#include <sanitizer/asan_interface.h>
-#include <sanitizer/common_interface_defs.h>
-#endif
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
 #endif
@@ -48,9 +37,8 @@ struct Fiber {
   LPFIBER_START_ROUTINE start = nullptr;
   LPVOID parameter = nullptr;
   // What the sanitizers know it by.
-  void* fake_stack = nullptr;
-  const void* stack_bottom = nullptr;
-  size_t stack_size = 0;
+  void* kept = nullptr;
+  platform::StackBounds bounds;
   void* thread_fiber = nullptr;
 };
 
@@ -75,10 +63,9 @@ struct ThreadFibers {
 
 // --- what the sanitizers are told; nothing without them ---
 
-void TellNew([[maybe_unused]] Fiber* fiber) {
-#ifdef QV_ADDRESS_SANITIZER
-  __asan_unpoison_memory_region(fiber->stack.lowest, fiber->stack.size);
-#endif
+void TellNew(Fiber* fiber) {
+  fiber->bounds = {fiber->stack.lowest, fiber->stack.size};
+  platform::TellStackRenewed(fiber->bounds);
 #ifdef __SANITIZE_THREAD__
   fiber->thread_fiber = __tsan_create_fiber(0);
 #endif
@@ -96,19 +83,15 @@ void TellDeleted([[maybe_unused]] Fiber* fiber) {
 #endif
 }
 
-void TellLeaving([[maybe_unused]] Fiber* from, [[maybe_unused]] Fiber* to) {
-#ifdef QV_ADDRESS_SANITIZER
-  __sanitizer_start_switch_fiber(&from->fake_stack, to->stack_bottom, to->stack_size);
-#endif
+void TellLeaving(Fiber* from, Fiber* to) {
+  platform::TellStackLeft(&from->kept, to->bounds);
 #ifdef __SANITIZE_THREAD__
   __tsan_switch_to_fiber(to->thread_fiber, 0);
 #endif
 }
 
-void TellArrived([[maybe_unused]] Fiber* here, [[maybe_unused]] Fiber* from) {
-#ifdef QV_ADDRESS_SANITIZER
-  __sanitizer_finish_switch_fiber(here->fake_stack, &from->stack_bottom, &from->stack_size);
-#endif
+void TellArrived(Fiber* here, Fiber* from) {
+  from->bounds = platform::TellStackEntered(here->kept);
 }
 
 // --- stacks ---
@@ -185,8 +168,6 @@ LPVOID CreateFiber(SIZE_T stack_size, LPFIBER_START_ROUTINE start, LPVOID parame
   }
   fiber->start = start;
   fiber->parameter = parameter;
-  fiber->stack_bottom = fiber->stack.lowest;
-  fiber->stack_size = fiber->stack.size;
   host::TellNew(fiber);
   fiber->place =
       platform::PrepareStack(fiber->stack.lowest + fiber->stack.size, host::RunFiber, fiber);
