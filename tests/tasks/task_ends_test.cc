@@ -87,7 +87,7 @@ const KillRow kKillRows[] = {
      [](Scene& scene) { EXPECT_EQ(ZRTaskGetState(scene.victims.back()), TaskState::kReplyWait); }},
     {"waiting for a worker", TaskState::kIOWait, [](Scene& scene) { qv::WaitForJob(&scene); }},
     {"sleeping", TaskState::kTimedWait, [](Scene&) { ZRTaskYieldMicros(50000000, true); }},
-    {"parked", TaskState::kTimedWait, [](Scene&) { ZRTaskYieldMicros(1000001, true); },
+    {"parked", TaskState::kTimedWait, [](Scene&) { ZRTaskYieldMicros(50000001, true); },
      [](Scene&) {}, [](Scene&) {}, "QVSetup/UseParkedTasks=1"},
     {"waiting for a semaphore", TaskState::kSemaWait, TakeOne, [](Scene&) {},
      [](Scene& scene) { EXPECT_TRUE(scene.semaphore->waiters.Empty()); }},
