@@ -5,6 +5,7 @@
 
 #include "app/settings.h"
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "text/formatter.h"
 
 namespace qv {
@@ -28,15 +29,9 @@ struct DebugLogState {
 };
 
 // Threads print until they end, so the log is never destroyed; the system closes the file.
-union DebugLogHolder {
-  DebugLogState state;
-  constexpr DebugLogHolder() : state() {}
-  ~DebugLogHolder() {}
-};
-
 DebugLogState& State() {
-  static constinit DebugLogHolder holder;
-  return holder.state;
+  static constinit NeverDestroyed<DebugLogState> state;
+  return state.value;
 }
 
 // Where the file name starts in a path.

@@ -6,6 +6,7 @@
 #include "app/debug_log.h"
 #include "base/hooks.h"
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "base/scratch_pool.h"
 #include "platform/windows_api.h"
 #include "text/formatter.h"
@@ -19,15 +20,9 @@ struct DebugOutputState {
 };
 
 // Threads print until they end, so the state is never destroyed.
-union DebugOutputHolder {
-  DebugOutputState state;
-  constexpr DebugOutputHolder() : state() {}
-  ~DebugOutputHolder() {}
-};
-
 DebugOutputState& State() {
-  static constinit DebugOutputHolder holder;
-  return holder.state;
+  static constinit NeverDestroyed<DebugOutputState> state;
+  return state.value;
 }
 
 bool AnySink() { return DebugFlag() >= 1 || DebugLogIsOpen(); }

@@ -5,6 +5,7 @@
 #include "app/debug_output.h"
 #include "base/hooks.h"
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "base/scratch_pool.h"
 #include "text/formatter.h"
 
@@ -17,15 +18,9 @@ struct MessageState {
 };
 
 // Threads send messages until they end, so the state is never destroyed.
-union MessageHolder {
-  MessageState state;
-  constexpr MessageHolder() : state() {}
-  ~MessageHolder() {}
-};
-
 MessageState& State() {
-  static constinit MessageHolder holder;
-  return holder.state;
+  static constinit NeverDestroyed<MessageState> state;
+  return state.value;
 }
 
 // True when the application took the message.

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "platform/windows_api.h"
 #include "text/formatter.h"
 
@@ -20,15 +21,9 @@ struct SettingsState {
 };
 
 // Settings are read until the last thread ends, so the lock is never destroyed.
-union SettingsHolder {
-  SettingsState state;
-  constexpr SettingsHolder() : state() {}
-  ~SettingsHolder() {}
-};
-
 SettingsState& State() {
-  static constinit SettingsHolder holder;
-  return holder.state;
+  static constinit NeverDestroyed<SettingsState> state;
+  return state.value;
 }
 
 // The path, or null where there is no settings file.

@@ -5,6 +5,7 @@
 
 #include "base/hooks.h"
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "platform/interrupt_time.h"
 #include "platform/windows_api.h"
 
@@ -27,15 +28,9 @@ struct ClockState {
 
 // Threads read the clock until they end, so it is never destroyed. No local static, whose first use
 // would be looked for at each reading.
-union ClockHolder {
-  ClockState state;
-  constexpr ClockHolder() : state() {}
-  ~ClockHolder() {}
-};
+constinit NeverDestroyed<ClockState> state;
 
-constinit ClockHolder holder;
-
-ClockState& State() { return holder.state; }
+ClockState& State() { return state.value; }
 
 template <typename... Values>
 void Report(const char* format, Values... values) {

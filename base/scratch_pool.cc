@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstring>
 
+#include "base/never_destroyed.h"
+
 namespace qv {
 namespace {
 
@@ -11,15 +13,9 @@ constexpr uint32_t kKeptPerGroup = 4;
 
 // Buffers are taken and given back by threads that outlive the destructors of the process, so the
 // pool is never destroyed.
-union PoolHolder {
-  BufferPool pool;
-  constexpr PoolHolder() : pool(kScratchBufferSize) {}
-  ~PoolHolder() {}
-};
-
 BufferPool& Pool() {
-  static constinit PoolHolder holder;
-  return holder.pool;
+  static constinit NeverDestroyed<BufferPool> pool(kScratchBufferSize);
+  return pool.value;
 }
 
 // Buffers that stay taken from the pool, at hand for the next scratch blocks. A block looks in one

@@ -7,6 +7,7 @@
 
 #include "app/debug_output.h"
 #include "app/settings.h"
+#include "base/never_destroyed.h"
 #include "platform/windows_api.h"
 #include "text/formatter.h"
 
@@ -24,8 +25,8 @@ struct DriveState {
 };
 
 DriveState& State() {
-  static auto& state = *new DriveState;
-  return state;
+  static constinit NeverDestroyed<DriveState> state;
+  return state.value;
 }
 
 char UpperLetter(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }

@@ -8,6 +8,7 @@
 #include "app/message.h"
 #include "app/settings.h"
 #include "base/hooks.h"
+#include "base/never_destroyed.h"
 #include "files/error_table.h"
 #include "platform/windows_api.h"
 
@@ -27,8 +28,8 @@ struct ErrorReportState {
 };
 
 ErrorReportState& State() {
-  static auto& state = *new ErrorReportState;
-  return state;
+  static constinit NeverDestroyed<ErrorReportState> state;
+  return state.value;
 }
 
 ReportSettings Settings() {

@@ -1,5 +1,6 @@
 #include "files/find_request.h"
 
+#include "base/never_destroyed.h"
 #include "diag/system/system_record.h"
 #include "files/system_call.h"
 #include "platform/windows_api.h"
@@ -11,8 +12,8 @@ using FindFirstEx = HANDLE(WINAPI*)(LPCSTR, FINDEX_INFO_LEVELS, LPVOID, FINDEX_S
                                     DWORD);
 
 SystemCall<FindFirstEx>& FindCall() {
-  static auto& call = *new SystemCall<FindFirstEx>;
-  return call;
+  static constinit NeverDestroyed<SystemCall<FindFirstEx>> call;
+  return call.value;
 }
 
 // Null where the system has none.

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "base/never_destroyed.h"
 #include "files/locations.h"
 #include "files/paths.h"
 #include "files/system_call.h"
@@ -13,8 +14,8 @@ namespace {
 using GetFolderPath = HRESULT(WINAPI*)(HWND, int, HANDLE, DWORD, LPSTR);
 
 SystemCall<GetFolderPath>& FolderCall() {
-  static auto& call = *new SystemCall<GetFolderPath>;
-  return call;
+  static constinit NeverDestroyed<SystemCall<GetFolderPath>> call;
+  return call.value;
 }
 
 void FreeItemList(LPITEMIDLIST list) {

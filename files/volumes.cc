@@ -26,7 +26,7 @@ struct VolumeState {
 };
 
 VolumeState& State() {
-  static auto& state = *new VolumeState;
+  static constinit VolumeState state;
   return state;
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "platform/windows_api.h"
 #include "text/length_prefixed.h"
 
@@ -18,15 +19,9 @@ struct LanguageState {
 };
 
 // Never destroyed: threads may ask until the process ends.
-union LanguageHolder {
-  LanguageState state;
-  constexpr LanguageHolder() : state() {}
-  ~LanguageHolder() {}
-};
-
 LanguageState& State() {
-  static constinit LanguageHolder holder;
-  return holder.state;
+  static constinit NeverDestroyed<LanguageState> state;
+  return state.value;
 }
 
 constexpr int kMostNameUnits = 9;  // what the platform gives at most, terminator included

@@ -1,6 +1,7 @@
 #include "tasks/critical_regions.h"
 
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "tasks/kernel_state.h"
 #include "tasks/waits.h"
 
@@ -8,15 +9,9 @@ namespace qv {
 namespace {
 
 // Threads use it until they end, so it is never destroyed.
-union KernelLockHolder {
-  LockObject lock;
-  constexpr KernelLockHolder() : lock() {}
-  ~KernelLockHolder() {}
-};
-
 LockObject& KernelLock() {
-  static constinit KernelLockHolder holder;
-  return holder.lock;
+  static constinit NeverDestroyed<LockObject> lock;
+  return lock.value;
 }
 
 template <typename Change>

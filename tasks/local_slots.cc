@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 
 namespace qv {
 namespace {
@@ -18,15 +19,9 @@ struct LocalSlotState {
 static_assert(kLocalSlotCount == 32);
 
 // Threads use their slots until they end, so the slots are never destroyed.
-union LocalSlotHolder {
-  LocalSlotState state;
-  constexpr LocalSlotHolder() : state() {}
-  ~LocalSlotHolder() {}
-};
-
 LocalSlotState& State() {
-  static constinit LocalSlotHolder holder;
-  return holder.state;
+  static constinit NeverDestroyed<LocalSlotState> state;
+  return state.value;
 }
 
 bool IsTaken(uint32_t index) {

@@ -1,6 +1,7 @@
 #include "diag/system/processor_speed.h"
 
 #include "base/lock_object.h"
+#include "base/never_destroyed.h"
 #include "platform/windows_api.h"
 
 namespace qv {
@@ -17,15 +18,9 @@ struct SpeedState {
 };
 
 // Asked for until the last thread ends, so the lock is never destroyed.
-union SpeedHolder {
-  SpeedState state;
-  constexpr SpeedHolder() : state() {}
-  ~SpeedHolder() {}
-};
-
 SpeedState& State() {
-  static constinit SpeedHolder holder;
-  return holder.state;
+  static constinit NeverDestroyed<SpeedState> state;
+  return state.value;
 }
 
 // 0 when the key has no such number.
