@@ -5,6 +5,7 @@
 
 #include "app/debug_output.h"
 #include "app/settings.h"
+#include "diag/system/system_record.h"
 #include "tasks/kernel_state.h"
 
 namespace qv {
@@ -47,6 +48,8 @@ KernelSettings ReadKernelSettings() {
   settings.use_parked_lists = ReadSetting(setting::kUseParkedTasks) == 1;
   settings.trace = ReadSetting(setting::kTaskTrace);
   settings.check_stacks = ReadSetting(setting::kTaskDiagnostics) != 0;
+  // Once the default of "Sleep" on machines with several processors, which is now never.
+  if (ZRSystemProcessors() > 1) static_cast<void>(ReadSetting(setting::kMultiprocessorSleep));
   settings.sleep = std::min(ReadSetting(setting::kSleep), KernelSettings::kLongestSleep);
   settings.idle_sleep = std::min(ReadSetting(setting::kIdleSleep), KernelSettings::kLongestSleep);
   // Negative times mean nothing but the choices.
