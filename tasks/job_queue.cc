@@ -21,24 +21,24 @@ void JobQueue::Append(ZRWorkerJob* head, ZRWorkerJob* tail, uint32_t count) {
   (tail_ != nullptr ? tail_->next : head_) = head;
   tail_ = tail;
   count_.fetch_add(count, std::memory_order_relaxed);
-  lock_.Signal();
+  Signal();
 }
 
 void JobQueue::Push(ZRWorkerJob* job) {
-  ScopedLock hold(lock_);
+  ScopedLock hold(*this);
   Append(job, job, 1);
 }
 
 bool JobQueue::TryPushChain(ZRWorkerJob* head, ZRWorkerJob* tail, uint32_t count) {
-  if (!lock_.TryLock()) return false;
+  if (!TryLock()) return false;
   Append(head, tail, count);
-  lock_.Unlock();
+  Unlock();
   return true;
 }
 
 ZRWorkerJob* JobQueue::Pop() {
-  ScopedLock hold(lock_);
-  while (head_ == nullptr && !stopped_) lock_.Wait();
+  ScopedLock hold(*this);
+  while (head_ == nullptr && !stopped_) Wait();
   ZRWorkerJob* job = head_;
   if (job != nullptr) {
     head_ = job->next;
@@ -47,24 +47,24 @@ ZRWorkerJob* JobQueue::Pop() {
     count_.fetch_sub(1, std::memory_order_relaxed);
   }
   // A signal wakes only one, whatever it was for: who wakes passes it on.
-  if (head_ != nullptr || stopped_) lock_.Signal();
+  if (head_ != nullptr || stopped_) Signal();
   return job;
 }
 
 ZRWorkerJob* JobQueue::TryTakeAll() {
-  if (count_.load(std::memory_order_relaxed) == 0 || !lock_.TryLock()) return nullptr;
+  if (count_.load(std::memory_order_relaxed) == 0 || !TryLock()) return nullptr;
   ZRWorkerJob* chain = head_;
   head_ = tail_ = nullptr;
   count_.store(0, std::memory_order_relaxed);
-  lock_.Unlock();
+  Unlock();
   return chain;
 }
 
 void JobQueue::Stop() {
   stopped_ = true;
-  while (!lock_.TryLock()) GiveWay();
-  lock_.Signal();
-  lock_.Unlock();
+  while (!TryLock()) GiveWay();
+  Signal();
+  Unlock();
 }
 
 }  // namespace qv

@@ -17,7 +17,7 @@
 
 namespace qv {
 
-class JobQueue : public FromHooks {
+class JobQueue : public EventLock, public FromHooks {
  public:
   JobQueue() = default;
   JobQueue(const JobQueue&) = delete;
@@ -36,7 +36,6 @@ class JobQueue : public FromHooks {
  private:
   void Append(ZRWorkerJob* head, ZRWorkerJob* tail, uint32_t count);
 
-  EventLock lock_;
   // Both change under the lock, and may be looked at without it.
   std::atomic<uint32_t> count_{0};
   std::atomic<bool> stopped_{false};

@@ -68,6 +68,9 @@ class WorkerPool : public FromHooks {
   WorkerStatistics Statistics() const;
   void ResetStatistics();
 
+  // What a test holds up, and looks at under its lock.
+  WorkerBlock& Block() { return block_; }
+
   WorkerPool* next = nullptr;  // on the list of all pools
 
  private:
