@@ -45,6 +45,7 @@
 #include "platform/host/synchronization.h"
 #include "platform/host/system_info.h"
 #include "platform/host/thread_storage.h"
+#include "platform/host/threads.h"
 #include "platform/host/types.h"
 
 #endif

@@ -75,6 +75,7 @@ void KillAll(KernelState& kernel) {
 
 void Finish(KernelState& kernel) {
   if (kernel.started) {
+    if (TheWorkerLink().finish_jobs != nullptr) TheWorkerLink().finish_jobs();
     KillAll(kernel);
     DisconnectKernelHooks();
     kernel.started = false;

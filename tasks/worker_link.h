@@ -17,6 +17,9 @@ struct WorkerLink {
   void (*collect)() = nullptr;
   // At every loop end: lets the calls arrive that other threads have queued for this one.
   void (*deliver_calls)() = nullptr;
+  // The kernel ends: returns when no job is under way any more, since records may lie on stacks
+  // that are about to go.
+  void (*finish_jobs)() = nullptr;
   // A task is about to go: it is no longer a dedicated one.
   void (*forget_task)(TaskId task) = nullptr;
   // A separate request of the statistics operation: the workers' own figures start anew.

@@ -11,6 +11,7 @@
 #include "platform/host/control.h"
 #include "platform/host/process.h"
 #include "platform/host/synchronization.h"
+#include "platform/host/thread_object.h"
 
 namespace host {
 namespace {
@@ -152,9 +153,9 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
   return TRUE;
 }
 
-// Nothing queues work to a thread here yet, so no sleep ends early.
-DWORD SleepEx(DWORD milliseconds, BOOL) {
+DWORD SleepEx(DWORD milliseconds, BOOL alertable) {
   host::Enter(__func__);
+  if (alertable) return host::SleepAlertably(milliseconds);
   host::PassTime(milliseconds);
   return 0;
 }

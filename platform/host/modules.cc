@@ -64,7 +64,7 @@ std::u16string PlatformFile(const LoadedModule& module) {
 
 // Calls of these libraries of the system are found by name in the stand-in.
 bool IsSystemLibrary(const std::string& name) {
-  for (const char* library : {"KERNEL32.DLL", "SHFOLDER.DLL", "SHELL32.DLL"}) {
+  for (const char* library : {"KERNEL32.DLL", "NTDLL.DLL", "SHFOLDER.DLL", "SHELL32.DLL"}) {
     if (SameIgnoringCase(name, library)) return true;
   }
   return false;

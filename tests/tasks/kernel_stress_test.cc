@@ -2,6 +2,7 @@
 //
 // QV_STRESS_TASKS, QV_STRESS_SECONDS and QV_STRESS_SEED take the place of the short run's figures.
 // Where the clock is moved by hand a seed always gives the same run.
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include "tasks/kernel_state.h"
 #include "tasks/semaphores.h"
 #include "tasks/task_messages.h"
+#include "tasks/workers.h"
 #include "tests/tasks/kernel_fixture.h"
 #include "tests/test_platform.h"
 
@@ -38,6 +40,7 @@ struct Plan {
   uint64_t seed = 1;
   bool fibers = true;
   bool kills = true;  // and new tasks in their place, for which own stacks have no room
+  bool jobs = false;  // for workers
 };
 
 uint64_t FromEnvironment(const char* name, uint64_t otherwise) {
@@ -52,11 +55,26 @@ struct PostedMessage : ZRTaskValueMessage {
 // Values of messages that are not sums to be answered.
 constexpr uint32_t kPosted = 0xFFFFFFFF, kStop = 0xFFFFFFFE;
 
+// Works for a moment on fields that lie beside the record, most often on a task's stack.
+struct SumJob : ZRWorkerJob {
+  std::atomic<uint64_t>* done = nullptr;
+  uint32_t words[32] = {};
+};
+
+uint64_t Sum(ZRWorkerJob* record) {
+  auto* job = static_cast<SumJob*>(record);
+  uint64_t sum = 0;
+  for (uint32_t& word : job->words) sum += word = static_cast<uint32_t>(job->arg1 + sum);
+  ++*job->done;
+  return sum;
+}
+
 struct Client {
   TaskId task = 0;
   uint64_t seed = 0;
   int32_t held[3] = {};  // units of each semaphore
   PostedMessage posted;
+  SumJob job;  // nobody waits for it
 };
 
 class KernelStressTest : public test::KernelTest {
@@ -66,6 +84,8 @@ class KernelStressTest : public test::KernelTest {
   // A number that tells runs apart.
   uint64_t RunStress(const Plan& the_plan);
   uint64_t Actions() const { return actions_; }
+  uint64_t jobs_submitted = 0;
+  std::atomic<uint64_t> jobs_done{0};
 
  private:
   static constexpr int32_t kUnits[3] = {3, 5, 40};
@@ -76,6 +96,8 @@ class KernelStressTest : public test::KernelTest {
   void ActOnce(Client& self, Random& random);
   void HoldUnits(Client& self, Random& random);
   void Call(Client& self, Random& random);
+  void RunJob(Client& self, Random& random);
+  void SetUpJob(SumJob* job, uint32_t value);
   void Watch();
   void CheckWakes() const;
   void SignalWaiting(Random& random, uint32_t one_in);
@@ -133,8 +155,32 @@ void KernelStressTest::Call(Client& self, Random& random) {
   EXPECT_EQ(reply, value + 1);
 }
 
+void KernelStressTest::SetUpJob(SumJob* job, uint32_t value) {
+  ZRWorkerJobSetUp(job, value, 0);
+  job->done = &jobs_done;
+  ++jobs_submitted;
+}
+
+void KernelStressTest::RunJob(Client& self, Random& random) {
+  const uint32_t value = random.Next();
+  if (random.Below(50) == 0) ZRWorkerDedicate();
+  if (random.Below(3) == 0) {
+    if ((self.job.flags & qv::kJobSubmitted) != 0) return;
+    SetUpJob(&self.job, value);
+    EXPECT_EQ(ZRWorkerRun(&self.job, Sum, true, false), 0u);
+    return;
+  }
+  SumJob job, expected;
+  SetUpJob(&job, value);
+  expected.arg1 = value;
+  std::atomic<uint64_t> uncounted{0};
+  expected.done = &uncounted;
+  EXPECT_EQ(ZRWorkerRun(&job, Sum, true, true), Sum(&expected));
+}
+
 void KernelStressTest::ActOnce(Client& self, Random& random) {
   constexpr uint32_t kParked[] = {1001, 100001, 500001, 1000001};
+  if (plan_.jobs && random.Below(2) == 0) return RunJob(self, random);
   switch (random.Below(16)) {
     case 0:
       return ZRTaskYieldMicros(kParked[random.Below(4)], random.Below(2) == 0);
@@ -223,8 +269,9 @@ void KernelStressTest::ReplaceOne(Random& random) {
   Client& client = clients_[index];
   // A record of its own that somebody still has must stay.
   if (client.posted.is_queued || ZRTaskGetState(client.task) == TaskState::kReplyWait) return;
+  const bool has_job = ZRTaskGetState(client.task) == TaskState::kIOWait;
   ZRTaskKill(client.task);
-  EXPECT_FALSE(ZRTaskIsValid(client.task));
+  EXPECT_EQ(ZRTaskIsValid(client.task), has_job);  // then it goes when that is done
   --clients_running_;
   for (int i = 0; i < 3; ++i) {
     if (client.held[i] != 0) ZRTaskRelSemaphore(semaphores_[i], std::exchange(client.held[i], 0));
@@ -248,6 +295,7 @@ void KernelStressTest::StopAll() {
     ZRTaskPostMessage(servers_[i], &stops[i]);
   }
   while (qv::TheKernel().task_count > 2) ZRTaskYield();
+  qv::ResetWorkersForTest();
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(semaphores_[i]->count, kUnits[i]);
     ZRTaskDisposeSemaphore(&semaphores_[i]);
@@ -279,6 +327,7 @@ uint64_t KernelStressTest::RunStress(const Plan& the_plan) {
   qv::ResetClockForTest();
   RunTasks(
       [this] {
+        EXPECT_TRUE(!plan_.jobs || ZRWorkersStart() == 1);
         for (int i = 0; i < 3; ++i) semaphores_[i] = ZRTaskNewSemaphore(kUnits[i]);
         for (uint32_t i = 0; i <= plan_.tasks / kClientsPerServer; ++i) {
           servers_.push_back(Spawn("server", [this] { Serve(); }));
@@ -301,6 +350,21 @@ TEST_F(KernelStressTest, WheelWithFibers) {
   const uint64_t digest = RunStress(plan);
   std::printf("%llu actions, digest %016llX\n", static_cast<unsigned long long>(Actions()),
               static_cast<unsigned long long>(digest));
+}
+
+TEST_F(KernelStressTest, JobsOnSixtyFourThreads) {
+  Set("QVSetup/MaxWorkers=56");
+  Set("QVSetup/MaxDedicatedWorkers=8");
+  for (const bool fibers : {true, false}) {
+    RunStress({.seconds = static_cast<double>(FromEnvironment("QV_STRESS_SECONDS", 1)),
+               .seed = std::random_device{}(),
+               .fibers = fibers,
+               .kills = fibers,
+               .jobs = true});
+  }
+  std::printf("%llu jobs\n", static_cast<unsigned long long>(jobs_submitted));
+  EXPECT_GT(jobs_submitted, 1000u);
+  EXPECT_EQ(jobs_done, jobs_submitted) << "some were lost";
 }
 
 TEST_F(KernelStressTest, ParkedLists) {
