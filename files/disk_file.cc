@@ -3,28 +3,27 @@
 #include <cstring>
 
 #include "app/debug_output.h"
-#include "app/settings.h"
 #include "files/errors.h"
 #include "files/file_names.h"
+#include "files/file_options.h"
 #include "files/file_request.h"
 #include "files/folder_tests.h"
 #include "files/locations.h"
 #include "platform/windows_api.h"
 #include "text/length_prefixed.h"
 
-namespace {
+CDiskFile::CDiskFile()
+    : use_worker_(qv::FileWorkersByDefault()), listing_(qv::FileWorkersByDefault()) {}
 
-// The worker's hook decides whether there are workers.
-constexpr bool kWorkersByDefault = true;
+CDiskFile::~CDiskFile() { Close(); }
 
-bool ReportsMissing() { return qv::ReadSetting(qv::setting::kReportMissing) != 0; }
-
-}  // namespace
-
-CDiskFile::CDiskFile() : use_worker_(kWorkersByDefault), listing_(kWorkersByDefault) {}
+void CDiskFile::UseWorker(bool use_worker) {
+  use_worker_ = use_worker;
+  listing_.UseWorker(use_worker);
+}
 
 ZRError CDiskFile::GoToLocation(uint32_t level) {
-  ResetSpec();
+  if (!ResetSpec()) return ZRErrFileOpen;
   return ZRGetLocation(level, folder_, kFolderSize);
 }
 
@@ -34,6 +33,7 @@ ZRError CDiskFile::GoToDocuments() { return GoToLocation(kLocationDocuments); }
 ZRError CDiskFile::GoToTempFolder() { return GoToLocation(kLocationTemporary); }
 
 ZRError CDiskFile::GoToParent() {
+  if (IsOpen()) return ZRErrFileOpen;
   if (folder_[0] == 0) return ZRErrParam;
   char parent[kFolderSize], last[kNameSize];
   const ZRError error = ZRPathSplit(folder_, parent, last, use_worker_);
@@ -44,18 +44,20 @@ ZRError CDiskFile::GoToParent() {
 }
 
 ZRError CDiskFile::RefuseFolder(const char* message, const char* name) {
-  if (ReportsMissing()) DebugPrint(message, name);
+  if (qv::ReportsMissing()) DebugPrint(message, name);
   ResetSpec();
   return ZRErrNotFound;
 }
 
 ZRError CDiskFile::EnterFolder(const char* name, bool skip_check) {
+  if (IsOpen()) return ZRErrFileOpen;
   if (name == nullptr || *name == 0) return ZRErrBadFolder;
   if (folder_[0] == 0) {
     ResetSpec();
     return ZRErrParam;
   }
   name_[0] = 0;
+  fork_ = kDataFork;
   if (std::strlen(name) >= kNameSize || ZRPathJoin(folder_, name) == nullptr) {
     return RefuseFolder("Relative folder change (%s) is not a valid directory.\n", name);
   }
@@ -66,6 +68,7 @@ ZRError CDiskFile::EnterFolder(const char* name, bool skip_check) {
 }
 
 ZRError CDiskFile::SetName(const char* name, bool clean) {
+  if (IsOpen()) return ZRErrFileOpen;
   char cleaned[kFolderSize];
   if (clean && name != nullptr) {
     const size_t copied = strnlen(name, sizeof cleaned - 1);
@@ -89,6 +92,16 @@ ZRError CDiskFile::SetNameLStr(const uint8_t* name, bool clean) {
   return SetName(text, clean);
 }
 
+ZRError CDiskFile::CopyName(char* buffer) const { return qv::CopyWhole(name_, buffer, kNameSize); }
+
+ZRError CDiskFile::CopyNameLStr(uint8_t* buffer) const {
+  if (buffer == nullptr) return ZRErrTooLong;
+  qv::CStrToLStr(buffer, kNameSize - 1, name_);
+  return ZRErrNone;
+}
+
+uint32_t CDiskFile::FileKind() const { return kPlainFileKind; }
+
 bool CDiskFile::Exists() const {
   char path[kPathSize];
   if (GetNativePath(path, sizeof path) != ZRErrNone || path[0] == 0) return false;
@@ -104,13 +117,6 @@ ZRError CDiskFile::Ask(uint32_t operation) const {
   request.operation = operation;
   request.path = path;
   return ZRTranslateNativeError(qv::RunFileRequest(request, use_worker_), path);
-}
-
-ZRError CDiskFile::Create() {
-  if (name_[0] == 0) return ZRErrParam;
-  if (Exists()) return ZRErrExists;
-  if (!ZRFolderExists(folder_, use_worker_)) return ZRErrBadFolder;
-  return Ask(kFileRequestCreate);
 }
 
 ZRError CDiskFile::CreateFolder() {
@@ -138,8 +144,15 @@ ZRError CDiskFile::NextEntryLStr(qv::FolderEntry* entry, uint8_t* name) {
 
 void CDiskFile::EndFind() { listing_.End(); }
 
+ZRError CDiskFile::ReadLine(char*, int32_t*) { return ZRErrParam; }
+ZRError CDiskFile::WriteLine(const char*, int32_t*) { return ZRErrParam; }
+ZRError CDiskFile::PrintText(const char*, ...) { return ZRErrParam; }
+ZRError CDiskFile::WriteText(const char*, uint32_t) { return ZRErrParam; }
+ZRError CDiskFile::SetReadLimit(int64_t) { return ZRErrParam; }
+ZRError CDiskFile::SetLineEnding(const char*) { return ZRErrParam; }
+
 ZRError CDiskFile::SetPath(const char* path) {
-  ResetSpec();
+  if (!ResetSpec()) return ZRErrFileOpen;
   if (path == nullptr || *path == 0) return ZRErrParam;
   const size_t length = std::strlen(path);
   if (length >= kFolderSize) return ZRErrTooLong;
@@ -180,6 +193,7 @@ ZRError CDiskFile::GetNativePath(char* buffer, uint32_t size) const {
 }
 
 bool CDiskFile::ResetSpec() {
+  if (IsOpen()) return false;
   folder_[0] = 0;
   name_[0] = 0;
   return true;

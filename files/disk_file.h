@@ -1,28 +1,56 @@
 // The file object: a folder and a name, kept apart, and what can be done with the file or folder
 // that they name.
 //
-//   CDiskFile folder;
-//   if (folder.GoToTempFolder() == 0 && folder.SetName("Quorvantis") == 0 &&
-//       folder.CreateFolder() == 0) folder.GetNativePath(path, sizeof path);
+//   CDiskFile file;
+//   if (file.GoToTempFolder() == 0 && file.SetName("draft") == 0 && file.Create() == 0 &&
+//       file.OpenExclusive() == 0) {
+//     ZRError error = file.Write(text, length);
+//     file.Close();
+//   }
 //
 // Text is in the system's code page. A file object belongs to one task at a time; while a request
 // runs on a worker, the task waits. With "ReportMissing" (section "QVSetup") a path that is not
-// there is also said to the debug output.
-// Errors: framework codes.
+// there is also said to the debug output. While a file is open its object keeps its place: what
+// would change folder or name answers ZRErrFileOpen and changes nothing, but for Rename.
+//
+// Transfers name their place in the file. The mark, a place too, is kept by the object: it is where
+// Read and Write go on, and it moves with what they transfer. It may lie behind the end.
+//
+// Errors: framework codes; those of the platform are translated (errors.h). The source files: this
+// class's folders and names stand in disk_file.cc and disk_file_levels.cc, opening and closing in
+// disk_file_open.cc, transfers in disk_file_transfers.cc, moves in disk_file_moves.cc.
 #pragma once
 
 #include <cstdint>
 
+#include "base/counted_object.h"
 #include "base/errors.h"
 #include "files/folder_listing.h"
 #include "files/paths.h"
 
-class CDiskFile {
+// Access of an open, as bits.
+constexpr uint32_t kFileRead = 1, kFileWrite = 2;
+
+// What others may do with the file while it is open; any other number: read and write.
+constexpr uint32_t kShareWrite = 1, kShareRead = 2, kShareNone = 3, kShareAll = 0;
+
+// Where the offset of a transfer counts from.
+constexpr uint32_t kFromStart = 0;
+constexpr uint32_t kFromMark = 1;
+constexpr uint32_t kFromStartKeepMark = 3;  // as kFromStart; a write leaves the mark
+
+// Origins of Seek.
+constexpr uint32_t kSeekStart = 0, kSeekMark = 1, kSeekEnd = 2;
+
+constexpr uint32_t kDataFork = 0, kResourceFork = 1;
+
+// Kinds of file objects.
+constexpr uint32_t kPlainFileKind = 1, kTextFileKind = 3;
+
+class CDiskFile : public CCountedObject {
  public:
   CDiskFile();
-  virtual ~CDiskFile() = default;
-  CDiskFile(const CDiskFile&) = delete;
-  CDiskFile& operator=(const CDiskFile&) = delete;
+  virtual ~CDiskFile();
 
   // --- where: each begins with ResetSpec; the name is empty afterwards ---
 
@@ -57,18 +85,89 @@ class CDiskFile {
   virtual ZRError SetName(const char* name, bool clean = false);
   virtual ZRError SetNameLStr(const uint8_t* name, bool clean = false);  // length-prefixed
 
+  // --- the open file ---
+
+  // Open for reading and writing, without sharing.
+  virtual ZRError OpenExclusive();
+
+  // As OpenHere. A file that was reached at a level (GoToLevel) which its user may not write to,
+  // and that is opened for writing, is copied to the user's own level and opened there (kOwnLevel
+  // in disk_file_open.cc); from then on the object names the copy. An earlier copy is taken as it
+  // is. When the copy is not to be had the first error is answered and the object names what it
+  // named.
+  virtual ZRError Open(uint32_t access, uint32_t share);
+
+  // Transfers at the mark, which moves by what was transferred. As ReadAt and WriteAt.
+  virtual ZRError Read(void* buffer, uint32_t* count);
+  virtual ZRError Write(const void* bytes, int32_t length);
+
+  // Cuts the file or makes it longer. The mark stays.
+  virtual ZRError SetEOF(uint64_t length);
+
+  // The new mark; -1, and the mark as it was, for a place below 0, an origin above 2, and when the
+  // platform refuses. Only kSeekEnd needs an open file.
+  virtual int64_t Seek(int64_t offset, uint32_t origin);
+  // The mark; -1 when the file is not open.
+  virtual int64_t Sense();
+
+  // Has the system write what it holds back. ZRErrNotOpen.
+  virtual ZRError Flush();
+  // Closed afterwards, whatever the answer: ZRErrNotOpen, or the platform's error. The mark is 0.
+  virtual ZRError Close();
+
+  // At most *count bytes from `offset`, counted as `mode` says. *count: bytes read. ZRErrEOF when
+  // the file ended before; ZRErrParam, with a message, for another mode or a place below 0. The
+  // mark stays.
+  virtual ZRError ReadAt(void* buffer, uint32_t* count, int64_t offset, uint32_t mode = kFromStart);
+  // As RawWriteAt.
+  virtual ZRError WriteAt(const void* bytes, int32_t length, int64_t offset,
+                          uint32_t mode = kFromStart);
+  // ReadAt that answers ZRErrRange when there are fewer bytes.
+  virtual ZRError ReadExact(void* buffer, uint32_t count, int64_t offset,
+                            uint32_t mode = kFromStart);
+
+  // The part of the file that Open and Create are about: the data, or the resource fork (forks.h).
+  virtual void SetFork(uint32_t fork);
+  virtual uint32_t GetFork() const;
+
+  // The name, 64 bytes at most. ZRErrTooLong without a buffer.
+  virtual ZRError CopyName(char* buffer) const;
+  virtual ZRError CopyNameLStr(uint8_t* buffer) const;  // length-prefixed
+
+  virtual uint32_t FileKind() const;
+
   // --- the named file or folder ---
 
   // True when something exists at the path (a folder too).
   virtual bool Exists() const;
 
-  // Makes the named file, empty. ZRErrParam without a name, ZRErrExists, ZRErrBadFolder when the
-  // folder is missing, else the translated platform error.
+  virtual bool IsOpen() const;
+
+  // The entry that a listing gives for it, with fork size, type and creator. ZRErrNotFound.
+  virtual ZRError GetInfo(qv::FolderEntry* entry);
+
+  // Of a file; framework times on the local clock, null leaves a time as it is. Where it is not
+  // open it is opened for writing meanwhile.
+  virtual ZRError SetTimes(const uint32_t* created, const uint32_t* modified);
+
+  // Makes the named file, empty, and leaves it closed. ZRErrParam without a name, ZRErrExists,
+  // ZRErrBadFolder when the folder is missing, ZRErrFileOpen, else the platform's error.
   virtual ZRError Create();
 
   // Makes the named folder; 0 when it was made or is a folder already. ZRErrParam without a name,
   // ZRErrExists when something else has the name, else the translated platform error.
   virtual ZRError CreateFolder();
+
+  // Moves the named file or folder to what `destination` names, or, when something exists there,
+  // into the folder of that name. With `unique_name` (a Str255) it goes into the destination's
+  // folder under a name that nothing has (unique_names.h), which is delivered. The object then
+  // names the new place. ZRErrNotFound without a destination, ZRErrTooLong for paths of 256 bytes,
+  // else the platform's error, and nothing is moved.
+  virtual ZRError MoveTo(CDiskFile* destination, uint8_t* unique_name);
+
+  // Gives it a name in the same folder, or another path ("X:\..."). Also while it is open, where
+  // the platform allows that. The same path in any letter case is no change, and a success.
+  virtual ZRError Rename(const char* new_name);
 
   virtual ZRError Delete();
   virtual ZRError RemoveFolder();
@@ -80,6 +179,15 @@ class CDiskFile {
   // With the name length-prefixed too; `name` holds 64 bytes.
   virtual ZRError NextEntryLStr(qv::FolderEntry* entry, uint8_t* name);
   virtual void EndFind();
+
+  // --- lines: of a text file only (text_file.h); here ZRErrParam ---
+
+  virtual ZRError ReadLine(char* buffer, int32_t* length);
+  virtual ZRError WriteLine(const char* text, int32_t* length);
+  virtual ZRError PrintText(const char* format, ...);
+  virtual ZRError WriteText(const char* text, uint32_t length);
+  virtual ZRError SetReadLimit(int64_t position);
+  virtual ZRError SetLineEnding(const char* text);
 
   // --- the whole path ---
 
@@ -93,11 +201,34 @@ class CDiskFile {
   // `size` or there is no buffer; `size` is 4 at least.
   virtual ZRError GetNativePath(char* buffer, uint32_t size) const;
 
-  // Empties folder and name.
+  // Empties folder and name. False, and nothing changed, while the file is open.
   virtual bool ResetSpec();
+
+  // Opens the named file, which must exist. ZRErrFileOpen when it is open, ZRErrParam without an
+  // access bit, else the platform's error. While another call of Open waits for its worker, this
+  // one waits for it.
+  virtual ZRError OpenHere(uint32_t access, uint32_t share);
+
+  // --- transfers as the platform makes them ---
+
+  // *count bytes from `offset`; *count: bytes read, 0 after an error. Fewer are no error.
+  // ZRErrNotOpen, ZRErrSeek for a place that the platform refuses.
+  ZRError RawReadAt(void* buffer, uint32_t* count, uint64_t offset);
+  // ZRErrDiskFull when fewer bytes were written than asked for. Except with kFromStartKeepMark the
+  // mark grows by the bytes written; ZRErrTooLong when it cannot. ZRErrParam for another mode and
+  // for a length below 0.
+  ZRError RawWriteAt(const void* bytes, int32_t length, int64_t offset, uint32_t mode);
+
+  // Makes an empty file or a folder in the folder, under a name that nothing has, which becomes the
+  // object's.
+  ZRError CreateUnique(bool folder);
 
   // The product's folder at a level with the subfolder, which must exist; the name is empty.
   ZRError GoToLevelFolder(uint32_t level, const char* subfolder);
+  // Whether requests are handed to workers; new objects take what file_options.h says.
+  void UseWorker(bool use_worker);
+
+  uint64_t mark() const { return mark_; }
   const char* folder() const { return folder_; }
   const char* name() const { return name_; }
   uint32_t level() const { return level_; }
@@ -111,10 +242,25 @@ class CDiskFile {
   ZRError RefuseFolder(const char* message, const char* name);
   // A request about the named thing.
   ZRError Ask(uint32_t operation) const;
+  ZRError PathWithFork(char* path) const;
+  ZRError OpenNative(char* path, uint32_t access, uint32_t share);
+  ZRError OpenOwnCopy(uint32_t access, uint32_t share, ZRError refusal);
+  ZRError CheckCreate(char* path) const;
+  ZRError SetNativeTimes(void* file, const void* created, const void* modified) const;
+  ZRError MoveIntoFolder(const char* source, const char* folder, uint8_t* unique_name,
+                         char* target);
+  ZRError Name(const char* path);
+  ZRError RenameTarget(const char* new_name, char* target) const;
+  bool PlaceOf(int64_t offset, uint32_t mode, uint64_t* place) const;
+  ZRError FinishWrite(uint32_t native, uint32_t written, int32_t length, uint32_t mode);
 
   bool use_worker_;
+  uint32_t fork_ = kDataFork;
+  uint64_t mark_ = 0;
   char folder_[kFolderSize] = {};
   char name_[kNameSize] = {};
+  void* file_ = reinterpret_cast<void*>(intptr_t{-1});  // -1: not open
+  bool opening_ = false;
   uint32_t level_ = 0;
   char subfolder_[kNameSize] = {};
   qv::FolderListing listing_;

@@ -29,6 +29,7 @@ ZRError CDiskFile::RememberLevel(uint32_t level, const char* subfolder) {
 }
 
 ZRError CDiskFile::GoToLevelFolder(uint32_t level, const char* subfolder) {
+  if (IsOpen()) return ZRErrFileOpen;
   ZRError error = RememberLevel(level, subfolder);
   if (error == ZRErrNone) error = GoToLocation(level);
   if (error == ZRErrNone && HasProductFolder(level)) error = EnterFolder(qv::kProductFolder, false);
@@ -58,6 +59,7 @@ ZRError CDiskFile::EnterOrMake(const char* name) {
 }
 
 ZRError CDiskFile::CreateAtLevel(uint32_t level, const char* subfolder, const char* name) {
+  if (IsOpen()) return ZRErrFileOpen;
   ZRError error = RememberLevel(level, subfolder);
   if (error == ZRErrNone) error = GoToLocation(level);
   if (error == ZRErrNone && HasProductFolder(level)) error = EnterOrMake(ZRGetProductFolderName());

@@ -3,6 +3,8 @@
 #include "base/hooks.h"
 #include "base/stopwatch.h"
 #include "files/find_request.h"
+#include "files/folder_listing.h"
+#include "files/forks.h"
 #include "files/request_statistics.h"
 #include "files/transfer_request.h"
 #include "files/volume_info.h"
@@ -10,15 +12,6 @@
 
 namespace qv {
 namespace {
-
-struct RequestState {
-  FileRequestHandler fork_info = nullptr;  // set at start-up
-};
-
-RequestState& State() {
-  static constinit RequestState state;
-  return state;
-}
 
 uint32_t Result(BOOL done) { return done ? 0 : GetLastError(); }
 
@@ -43,6 +36,13 @@ uint32_t SetEnd(FileRequest& request) {
 uint32_t SetTimes(FileRequest& request) {
   auto time = [&request](int i) { return static_cast<const FILETIME*>(request.times[i]); };
   return Result(SetFileTime(request.file, time(0), time(1), time(2)));
+}
+
+uint32_t FillForkInfo(FileRequest& request) {
+  auto* entry = static_cast<FolderEntry*>(request.buffer);
+  if (entry == nullptr || request.path == nullptr) return ERROR_INVALID_PARAMETER;
+  return static_cast<uint32_t>(
+      ZRGetAFPInfo(request.path, &entry->fork_size, &entry->type, &entry->creator));
 }
 
 uint32_t IsFolder(FileRequest& request) {
@@ -77,7 +77,7 @@ uint32_t CarryOut(FileRequest& request) {
     case kFileRequestFindClose:
       return Result(FindClose(request.file));
     case kFileRequestForkInfo:
-      return State().fork_info ? State().fork_info(request) : uint32_t{ZRErrNotSupported};
+      return FillForkInfo(request);
     case kFileRequestVolumeInfo:
       return FillVolumeInfo(request);
     case kFileRequestMakeFolder:
@@ -111,11 +111,7 @@ uint32_t RunFileRequest(FileRequest& request, bool use_worker) {
   return request.result;
 }
 
-void SetForkInfoHandler(FileRequestHandler handler) { State().fork_info = handler; }
-FileRequestHandler ForkInfoHandler() { return State().fork_info; }
-
 void ResetFileRequestsForTest() {
-  State() = {};
   ResetRequestStatistics();
   ResetTransfersForTest();
   ReleaseFindLibrary();

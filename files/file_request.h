@@ -60,12 +60,6 @@ void RunFileJob(bool use_worker, void (*job)(void* argument), void* argument);
 // ZRFileWorkerRun through RunFileJob.
 uint32_t RunFileRequest(FileRequest& request, bool use_worker);
 
-// What a higher component does for requests of this code (kFileRequestForkInfo). Null: they are not
-// carried out. To be set before a second thread makes requests.
-using FileRequestHandler = uint32_t (*)(FileRequest& request);
-void SetForkInfoHandler(FileRequestHandler handler);
-FileRequestHandler ForkInfoHandler();
-
 // Takes the find call out of the system's library again; the next listing looks it up anew.
 void ReleaseFindLibrary();
 

@@ -59,6 +59,8 @@ uint32_t FindNext(FileRequest& request) {
   return SkipUnwanted(request, data);
 }
 
+void LookUpFindCall() { FindFirstCall(); }
+
 void ReleaseFindLibrary() { FindCall().Release(); }
 
 }  // namespace qv

@@ -11,4 +11,7 @@ uint32_t FindFirst(FileRequest& request);
 // The next one; 18 (no more files) at the end. The listing stays open.
 uint32_t FindNext(FileRequest& request);
 
+// Looks the system's call up now instead of at the first listing.
+void LookUpFindCall();
+
 }  // namespace qv

@@ -32,6 +32,14 @@ timespec NativeFrom(const FILETIME* time) {
   return {seconds, rest * kNanosecondsPerUnit};
 }
 
+// The distance from UTC that holds now, as on Windows.
+int64_t UnitsFromUtc() {
+  const time_t now = std::time(nullptr);
+  tm here{};
+  localtime_r(&now, &here);
+  return here.tm_gmtoff * kUnitsPerSecond;
+}
+
 }  // namespace
 
 FILETIME FileTimeFromNative(const timespec& time) {
@@ -44,13 +52,15 @@ FILETIME FileTimeFromNative(const timespec& time) {
 using host::Enter;
 using host::Fail;
 
-// With the distance from UTC that holds now, as on Windows.
 BOOL FileTimeToLocalFileTime(const FILETIME* time, FILETIME* local) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
-  const time_t now = std::time(nullptr);
-  tm here{};
-  localtime_r(&now, &here);
-  *local = host::FromUnits(host::Units(*time) + here.tm_gmtoff * host::kUnitsPerSecond);
+  *local = host::FromUnits(host::Units(*time) + host::UnitsFromUtc());
+  return TRUE;
+}
+
+BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* time) {
+  if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
+  *time = host::FromUnits(host::Units(*local) - host::UnitsFromUtc());
   return TRUE;
 }
 

@@ -29,6 +29,7 @@ int NativeFlags(const OpenRequest& request, bool exists) {
   int flags = O_CLOEXEC | O_NONBLOCK | (request.Writes() ? O_RDWR : O_RDONLY);
   if (!exists) flags |= O_CREAT | O_EXCL;
   if (request.OnlyAppends()) flags |= O_APPEND;
+  if ((request.flags & FILE_FLAG_WRITE_THROUGH) != 0) flags |= O_DSYNC;
   return flags;
 }
 

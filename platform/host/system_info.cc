@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/host/calls.h"
 #include "platform/host/control.h"
@@ -26,6 +27,7 @@ constexpr DWORD kProcessorAmd64 = 8664;
 
 struct SystemState {
   std::mutex mutex;  // guards all below
+  UINT error_mode = 0;
   SystemVersion version;
   std::optional<MemoryFigures> memory;  // none: those of the machine
 };
@@ -177,4 +179,11 @@ int GetSystemMetrics(int index) {
   host::SystemState& state = host::State();
   std::lock_guard hold(state.mutex);
   return state.version.server_r2;
+}
+
+UINT SetErrorMode(UINT mode) {
+  host::Enter(__func__);
+  host::SystemState& state = host::State();
+  std::lock_guard hold(state.mutex);
+  return std::exchange(state.error_mode, mode);
 }

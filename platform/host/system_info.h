@@ -42,6 +42,7 @@ struct SYSTEM_INFO {
   DWORD dwNumberOfProcessors, dwProcessorType, dwAllocationGranularity;
   WORD wProcessorLevel, wProcessorRevision;
 };
+#define SEM_FAILCRITICALERRORS 1
 struct MEMORYSTATUS {
   DWORD dwLength, dwMemoryLoad;
   SIZE_T dwTotalPhys, dwAvailPhys, dwTotalPageFile, dwAvailPageFile, dwTotalVirtual, dwAvailVirtual;
@@ -58,5 +59,7 @@ QV_HOST_API BOOL GetVersionExA(OSVERSIONINFOA* version);
 QV_HOST_API void GetSystemInfo(SYSTEM_INFO* info);
 QV_HOST_API void GlobalMemoryStatus(MEMORYSTATUS* status);
 QV_HOST_API BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
+// The mode before. Nothing here shows boxes, so the mode is kept and has no effect.
+QV_HOST_API UINT SetErrorMode(UINT mode);
 // SM_SERVERR2 only; every other number reads 0.
 QV_HOST_API int GetSystemMetrics(int index);

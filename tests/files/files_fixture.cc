@@ -48,6 +48,7 @@ void FilesTest::Set(const char* section, const char* key, const char* value) {
 void FilesTest::StartAnew() {
   qv::ResetErrorReportsForTest();
   qv::ResetFileRequestsForTest();
+  qv::ResetFileOptionsForTest();
   qv::ResetLocationsForTest();
   qv::ResetVolumesForTest();
 }

@@ -10,6 +10,7 @@
 #include "app/settings.h"
 #include "base/hooks.h"
 #include "files/errors.h"
+#include "files/file_options.h"
 #include "files/file_request.h"
 #include "files/locations.h"
 #include "files/volumes.h"

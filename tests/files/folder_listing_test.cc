@@ -104,24 +104,6 @@ TEST_F(FolderListingTest, LongNamesComeInTheirShortFormAndOpen) {
   EXPECT_THAT(names, testing::Contains(std::string(name)));
 }
 
-TEST_F(FolderListingTest, ForkInformationIsAskedWithTheWholePath) {
-  static std::string asked;
-  asked.clear();
-  qv::SetForkInfoHandler([](FileRequest& request) {
-    asked = request.path;
-    static_cast<qv::FolderEntry*>(request.buffer)->fork_size = 77;
-    return uint32_t{0};
-  });
-  MakeFile("a.txt");
-  qv::FolderListing listing(false);
-  qv::FolderEntry entry;
-  EXPECT_EQ(listing.First(folder_.c_str(), "*.*", 0x1, &entry), ZRErrNone);
-  EXPECT_EQ(asked, folder_ + "\\a.txt");
-  EXPECT_EQ(entry.fork_size, 77u);
-  EXPECT_EQ(listing.First(folder_.c_str(), "*.*", 0, &entry), ZRErrNone);
-  EXPECT_EQ(entry.fork_size, 0u);
-}
-
 TEST_F(FolderListingTest, AFolderThatVanishesEndsTheListing) {
   MakeFolder("gone");
   const std::string gone = folder_ + "\\gone";

@@ -1,0 +1,259 @@
+// Opening, making and closing the named file.
+#include <cstring>
+#include <utility>
+
+#include "app/debug_output.h"
+#include "base/file_time.h"
+#include "base/hooks.h"
+#include "files/disk_file.h"
+#include "files/errors.h"
+#include "files/file_options.h"
+#include "files/file_request.h"
+#include "files/file_trace.h"
+#include "files/folder_tests.h"
+#include "files/forks.h"
+#include "files/locations.h"
+#include "platform/windows_api.h"
+
+using qv::kTraceOpens;
+using qv::TraceFile;
+
+namespace {
+
+// Where a user keeps copies of files that he may not write to: each user may write there, and a
+// search over the levels finds it before the levels that all users share.
+constexpr uint32_t kOwnLevel = kLocationRoamingData;
+
+bool IsSharedLevel(uint32_t level) {
+  return level == kLocationCommonData || level == kLocationApplication ||
+         level == kLocationApplicationToo;
+}
+
+// Over an empty file. False, and nothing left, when that fails.
+bool MakeWritableCopy(const char* from, const char* to) {
+  // A copy takes the protection from writing along.
+  if (CopyFileA(from, to, FALSE) && SetFileAttributesA(to, FILE_ATTRIBUTE_NORMAL)) return true;
+  DeleteFileA(to);
+  return false;
+}
+
+struct OpenMode {
+  DWORD access, share;
+  const char* access_text;
+  const char* share_text;
+};
+
+OpenMode ModeOf(uint32_t access, uint32_t share) {
+  OpenMode mode = {0, FILE_SHARE_READ | FILE_SHARE_WRITE, "W/O", " SH-RW"};
+  if ((access & kFileRead) != 0) mode.access |= GENERIC_READ;
+  if ((access & kFileWrite) != 0) mode.access |= GENERIC_WRITE;
+  if ((access & kFileRead) != 0) mode.access_text = (access & kFileWrite) != 0 ? "R/W" : "R/O";
+  if (share == kShareWrite) mode.share = FILE_SHARE_WRITE, mode.share_text = " SH-W";
+  if (share == kShareRead) mode.share = FILE_SHARE_READ, mode.share_text = " SH-R";
+  if (share == kShareNone) mode.share = 0, mode.share_text = " DENYALL";
+  return mode;
+}
+
+FileRequest OpenRequest(const char* path, const OpenMode& mode, bool use_worker) {
+  ZRFileIOOptions options;
+  ZRGetFileIOOptions(&options);
+  FileRequest request;
+  request.operation = kFileRequestOpen;
+  request.path = path;
+  request.access = mode.access;
+  request.share = mode.share;
+  if (options.write_through != 0) request.platform_flags |= FILE_FLAG_WRITE_THROUGH;
+  if (options.overlapped != 0 && use_worker) request.platform_flags |= FILE_FLAG_OVERLAPPED;
+  return request;
+}
+
+}  // namespace
+
+ZRError CDiskFile::OpenExclusive() { return Open(kFileRead | kFileWrite, kShareNone); }
+
+ZRError CDiskFile::Open(uint32_t access, uint32_t share) {
+  const ZRError error = OpenHere(access, share);
+  const bool is_refusal = error == ZRErrAccess || error == ZRErrWriteProtected;
+  if (!is_refusal || (access & kFileWrite) == 0 || !IsSharedLevel(level_)) return error;
+  return OpenOwnCopy(access, share, error);
+}
+
+ZRError CDiskFile::OpenOwnCopy(uint32_t access, uint32_t share, ZRError refusal) {
+  CDiskFile shared, own;
+  // The object may have gone elsewhere since it was at its level.
+  if (shared.GoToLevelFolder(level_, subfolder_) != ZRErrNone || Exists() == false ||
+      std::strcmp(shared.folder_, folder_) != 0) {
+    return refusal;
+  }
+  char from[kPathSize], to[kPathSize];
+  ZRError error = own.GoToLevel(kOwnLevel, subfolder_, name_);
+  const bool is_there = error == ZRErrNone;
+  // Makes the folders, and shows that a file can be made there.
+  if (error == ZRErrNotFound) error = own.CreateAtLevel(kOwnLevel, subfolder_, name_);
+  if (error != ZRErrNone || GetNativePath(from, sizeof from) != ZRErrNone ||
+      own.GetNativePath(to, sizeof to) != ZRErrNone) {
+    return refusal;
+  }
+  if (!is_there && !MakeWritableCopy(from, to)) return refusal;
+  own.fork_ = fork_;
+  if (own.OpenHere(access, share) != ZRErrNone) return refusal;
+  std::memcpy(folder_, own.folder_, sizeof folder_);
+  level_ = kOwnLevel;
+  std::swap(file_, own.file_);
+  return ZRErrNone;
+}
+
+ZRError CDiskFile::PathWithFork(char* path) const {
+  return fork_ == kResourceFork ? qv::AppendResourceForkName(path, kPathSize) : ZRErrNone;
+}
+
+ZRError CDiskFile::OpenHere(uint32_t access, uint32_t share) {
+  while (opening_) qv::GlobalHooks().yield();
+  if (IsOpen()) return ZRErrFileOpen;
+  char path[kPathSize];
+  ZRError error = GetNativePath(path, sizeof path);
+  if (error != ZRErrNone) return error;
+  TraceFile(kTraceOpens, "ZRFile: Open(\"%s\")", path);
+  error = PathWithFork(path);
+  if (error != ZRErrNone) return error;
+  if ((access & (kFileRead | kFileWrite)) == 0) {
+    qv::ReportFailedCheck("((AccessBits&fsRead)|(AccessBits&fsWrite))", "cdfile", 487);
+    return ZRErrParam;
+  }
+  return OpenNative(path, access, share);
+}
+
+ZRError CDiskFile::OpenNative(char* path, uint32_t access, uint32_t share) {
+  const OpenMode mode = ModeOf(access, share);
+  TraceFile(kTraceOpens, "%s%s%s", mode.access_text, mode.share_text, use_worker_ ? "\n" : "");
+  FileRequest request = OpenRequest(path, mode, use_worker_);
+  opening_ = true;
+  const uint32_t native = qv::RunFileRequest(request, use_worker_);
+  opening_ = false;
+  if (native != 0) {
+    TraceFile(kTraceOpens, " - error %lu (%08lxh)\n", native, native);
+    return ZRTranslateNativeError(native, path);
+  }
+  file_ = request.file;
+  TraceFile(kTraceOpens, " - OK (%p) [+%lu]\n", file_, qv::ChangeOpenFiles(1));
+  return ZRErrNone;
+}
+
+bool CDiskFile::IsOpen() const { return file_ != INVALID_HANDLE_VALUE; }
+
+ZRError CDiskFile::CheckCreate(char* path) const {
+  const ZRError error = GetNativePath(path, kPathSize);
+  if (error != ZRErrNone) return error;
+  if (name_[0] == 0) return ZRErrParam;
+  if (Exists()) return ZRErrExists;
+  if (!ZRFolderExists(folder_, use_worker_)) return ZRErrBadFolder;
+  return IsOpen() ? ZRErrFileOpen : ZRErrNone;
+}
+
+ZRError CDiskFile::Create() {
+  char path[kPathSize];
+  ZRError error = CheckCreate(path);
+  if (error != ZRErrNone) return error;
+  TraceFile(kTraceOpens, "ZRFile: Create(\"%s\"%s)", path,
+            fork_ == kResourceFork ? ",ResourceFork" : "");
+  error = PathWithFork(path);
+  if (error != ZRErrNone) return error;
+  if (use_worker_) TraceFile(kTraceOpens, "\n");
+  FileRequest request;
+  request.operation = kFileRequestCreate;
+  request.path = path;
+  const uint32_t native = qv::RunFileRequest(request, use_worker_);
+  if (native != 0) {
+    TraceFile(kTraceOpens, " - error %lu (%08lxh)\n", native, native);
+    return ZRTranslateNativeError(native, path);
+  }
+  TraceFile(kTraceOpens, " - OK [+%lu]\n", qv::ChangeOpenFiles(0));
+  return ZRErrNone;
+}
+
+ZRError CDiskFile::Flush() {
+  if (!IsOpen()) return ZRErrNotOpen;
+  FileRequest request;
+  request.operation = kFileRequestFlush;
+  request.file = file_;
+  return ZRTranslateNativeError(qv::RunFileRequest(request, use_worker_));
+}
+
+ZRError CDiskFile::Close() {
+  if (!IsOpen()) return ZRErrNotOpen;
+  TraceFile(kTraceOpens, "ZRFile[%p]: CLOSE -- %s", file_, use_worker_ ? "\n" : "");
+  FileRequest request;
+  request.operation = kFileRequestClose;
+  request.file = std::exchange(file_, INVALID_HANDLE_VALUE);
+  mark_ = 0;
+  const uint32_t native = qv::RunFileRequest(request, use_worker_);
+  const uint32_t open_files = qv::ChangeOpenFiles(native == 0 ? -1 : 0);
+  if (native != 0) {
+    TraceFile(kTraceOpens, "FAILED!\n");
+    return ZRTranslateNativeError(native);
+  }
+  TraceFile(kTraceOpens, "OK [+%lu]\n", open_files);
+  return ZRErrNone;
+}
+
+void CDiskFile::SetFork(uint32_t fork) { fork_ = fork == kResourceFork ? fork : kDataFork; }
+uint32_t CDiskFile::GetFork() const { return fork_; }
+
+ZRError CDiskFile::GetInfo(qv::FolderEntry* entry) {
+  *entry = {};
+  if (!Exists()) return ZRErrNotFound;
+  char folder[kFolderSize], name[kNameSize];
+  std::memcpy(folder, folder_, sizeof folder);
+  std::memcpy(name, name_, sizeof name);
+  ZRError error = ZRErrNone;
+  if (name[0] == 0) error = ZRPathSplit(folder_, folder, name, use_worker_);
+  if (error != ZRErrNone) return error;
+  qv::FolderListing listing(use_worker_);
+  error = listing.First(folder, name, qv::kListForkInfo, entry);
+  return error == ZRErrEOF ? ZRErrNotFound : error;
+}
+
+namespace {
+
+// On the local clock to the platform's.
+bool NativeTime(const uint32_t* time, FILETIME* native) {
+  if (time == nullptr) return true;
+  const uint64_t units = qv::FileTimeFromFrameworkTime(*time);
+  const FILETIME local = {static_cast<DWORD>(units), static_cast<DWORD>(units >> 32)};
+  return LocalFileTimeToFileTime(&local, native) != FALSE;
+}
+
+}  // namespace
+
+ZRError CDiskFile::SetNativeTimes(void* file, const void* created, const void* modified) const {
+  FileRequest request;
+  request.operation = kFileRequestSetTimes;
+  request.file = file;
+  request.times[0] = created;
+  request.times[2] = modified;
+  return ZRTranslateNativeError(qv::RunFileRequest(request, use_worker_));
+}
+
+ZRError CDiskFile::SetTimes(const uint32_t* created, const uint32_t* modified) {
+  char path[kPathSize];
+  ZRError error = GetNativePath(path, sizeof path);
+  if (error != ZRErrNone) return error;
+  FILETIME native_created{}, native_modified{};
+  if (!NativeTime(created, &native_created) || !NativeTime(modified, &native_modified)) {
+    return ZRTranslateNativeError(GetLastError(), path);
+  }
+  const void* times[] = {created != nullptr ? &native_created : nullptr,
+                         modified != nullptr ? &native_modified : nullptr};
+  if (IsOpen()) return SetNativeTimes(file_, times[0], times[1]);
+  FileRequest request;
+  request.operation = kFileRequestOpen;
+  request.path = path;
+  request.access = GENERIC_WRITE;
+  request.share = FILE_SHARE_READ | FILE_SHARE_WRITE;
+  const uint32_t native = qv::RunFileRequest(request, use_worker_);
+  if (native != 0) return ZRTranslateNativeError(native, path);
+  error = SetNativeTimes(request.file, times[0], times[1]);
+  request.operation = kFileRequestClose;
+  qv::RunFileRequest(request, use_worker_);
+  return error;
+}
