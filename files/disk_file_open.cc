@@ -254,6 +254,6 @@ ZRError CDiskFile::SetTimes(const uint32_t* created, const uint32_t* modified) {
   if (native != 0) return ZRTranslateNativeError(native, path);
   error = SetNativeTimes(request.file, times[0], times[1]);
   request.operation = kFileRequestClose;
-  qv::RunFileRequest(request, use_worker_);
-  return error;
+  const ZRError closed = ZRTranslateNativeError(qv::RunFileRequest(request, use_worker_));
+  return error != ZRErrNone ? error : closed;
 }
