@@ -67,16 +67,19 @@ Body InKernel(Body body) {
   };
 }
 
-// The same on stacks of the kernel's own.
-Body InKernelWithoutFibers(Body body) {
-  return [run = InKernel(std::move(body))](State& state) {
-    const std::string path = test::TempFolder() + "\\own_stacks.ini";
-    test::WriteWholeFile(path, "[QVSetup]\r\nFibers=0\r\n");
+// The same with a line of the settings file.
+Body WithSetting(const char* line, Body run) {
+  return [line, run = std::move(run)](State& state) {
+    const std::string path = test::TempFolder() + "\\kernel.ini";
+    test::WriteWholeFile(path, std::string("[QVSetup]\r\n") + line + "\r\n");
     qv::SetSettingsPath(path.c_str());
     run(state);
     qv::ResetSettingsForTest();
   };
 }
+
+// On stacks of the kernel's own.
+Body InKernelWithoutFibers(Body body) { return WithSetting("Fibers=0", InKernel(std::move(body))); }
 
 // Tasks beside the measuring one, for as long as it lives. Each has run once.
 class Company {
@@ -351,20 +354,13 @@ void AddLives() {
 
 // --- workers ---
 
-// The body in a kernel with the workers of a fresh program, which sleeps up to a second when idle:
-// what wakes it earlier is a worker.
+// The body in a kernel with the workers of a fresh program.
 Body WithWorkers(Body body) {
-  return [run = InKernel([body = std::move(body)](State& state) {
-            ZRWorkersStart();
-            body(state);
-            qv::ResetWorkersForTest();
-          })](State& state) {
-    const std::string path = test::TempFolder() + "\\workers.ini";
-    test::WriteWholeFile(path, "[QVSetup]\r\nIdleSleep=1000\r\n");
-    qv::SetSettingsPath(path.c_str());
-    run(state);
-    qv::ResetSettingsForTest();
-  };
+  return InKernel([body = std::move(body)](State& state) {
+    ZRWorkersStart();
+    body(state);
+    qv::ResetWorkersForTest();
+  });
 }
 
 double Now() {
@@ -426,7 +422,8 @@ Crowd RunCrowd(State& state) {
 void AddWorkers() {
   bench::Add({.name = "a job's round trip", .ours = WithWorkers(JobRoundTrip)});
   bench::Add({.name = "a worker wakes an idle kernel, less than 1 ms",
-              .ours = WithWorkers(WakeIdleKernel),
+              // It would sleep for a second.
+              .ours = WithSetting("IdleSleep=1000", WithWorkers(WakeIdleKernel)),
               .own_time = true,
               .iterations = 20});
   bench::Add({.name = "200 jobs of 50 ms on 64 workers, about 200 ms",
