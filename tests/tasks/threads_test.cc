@@ -21,14 +21,14 @@ TEST_F(ThreadsTest, LevelsArePriorities) {
   } kRows[] = {{0, -1}, {1, 0}, {2, 2}, {3, 15}, {4, 0}, {UINT32_MAX, 0}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.level);
-    volatile LONG go = 0;
+    LONG go = 0;
     DWORD id = 0;
     const HANDLE thread = ZRThreadCreate(
         [](LPVOID word) WINAPI -> DWORD {
-          while (*static_cast<volatile LONG*>(word) == 0) ZRThreadSleep(1);
+          while (ZRInterlockedExchange(static_cast<LONG*>(word), 0) == 0) ZRThreadSleep(1);
           return ZRThreadCurrentId();
         },
-        const_cast<LONG*>(&go), 0x10000, row.level, &id);
+        &go, 0x10000, row.level, &id);
     ASSERT_NE(thread, nullptr);
     EXPECT_EQ(GetThreadPriority(thread), row.priority);
     EXPECT_TRUE(ZRThreadSetAffinity(thread, 0));

@@ -1,6 +1,7 @@
 #include "tasks/workers.h"
 
 #include <list>
+#include <thread>
 
 #include "app/settings.h"
 #include "base/clock.h"
@@ -221,43 +222,36 @@ TEST_F(WorkersTest, JobsWithoutATaskOrAPoolAreReported) {
   }
 }
 
-TEST_F(WorkersTest, AJobWaitsForALockThatAThreadHolds) {
-  SetThreads(2, 0);
-  // Long sleeps: what is pending must not wait for their end.
+// Pending jobs go out together, and each wakes a thread: all three wait at the gate at once. What
+// is pending must not wait for the end of a long sleep.
+TEST_F(WorkersTest, JobsWaitForALockThatAThreadHolds) {
+  SetThreads(3, 0);
   Set("QVSetup/IdleSleep=1000");
   RunWithWorkers([this] {
     Spawn("a", [this] {
+      std::list<GateJob> jobs(3, NewJob(1, true));
       std::atomic<bool> held{false}, release{false};
-      std::list<GateJob> jobs(3, NewJob(1));
-      DWORD id = 0;
-      struct Holder {
-        std::atomic<bool>&held, &release;
-      } holder{held, release};
-      const HANDLE thread = ZRThreadCreate(
-          [](LPVOID context) WINAPI -> DWORD {
-            auto* self = static_cast<Holder*>(context);
-            qv::ScopedLock hold(qv::Workers().disk->Block().incoming);
-            self->held = true;
-            while (!self->release) Sleep(1);
-            return 0;
-          },
-          &holder, 0, 1, &id);
+      std::thread holder([&] {
+        qv::ScopedLock hold(qv::Workers().disk->Block().incoming);
+        held = true;
+        while (!release) Sleep(1);
+      });
       while (!held) ZRThreadYield();
       for (GateJob& job : jobs) ZRWorkerRun(&job, PassGate, true, false);
-      EXPECT_TRUE(qv::Workers().retry);
       ZRTaskYield();
+      EXPECT_TRUE(qv::Workers().retry);
       EXPECT_EQ(runs, 0);
       release = true;
-      ZRThreadWaitExit(thread, nullptr);
-      CloseHandle(thread);
+      holder.join();
       ZRTaskYield();  // the next decision
       EXPECT_FALSE(qv::Workers().retry);
+      while (runs < 3) ZRTaskYield();
+      gate = true;
       for (GateJob& job : jobs) {
         while ((job.flags & qv::kJobFinished) == 0) ZRTaskYield();
       }
     });
   });
-  EXPECT_EQ(runs, 3);
 }
 
 TEST_F(WorkersTest, OnlySoManyTasksAreDedicatedUntilTheyEnd) {
