@@ -14,6 +14,11 @@ class ThreadsTest : public test::KernelTest {
   ~ThreadsTest() override { qv::ResetThreadsForTest(); }
 };
 
+DWORD WINAPI RunUntilSet(LPVOID word) {
+  while (ZRInterlockedExchange(static_cast<LONG*>(word), 0) == 0) ZRThreadSleep(1);
+  return ZRThreadCurrentId();
+}
+
 TEST_F(ThreadsTest, LevelsArePriorities) {
   const struct {
     uint32_t level;
@@ -23,12 +28,7 @@ TEST_F(ThreadsTest, LevelsArePriorities) {
     SCOPED_TRACE(row.level);
     LONG go = 0;
     DWORD id = 0;
-    const HANDLE thread = ZRThreadCreate(
-        [](LPVOID word) WINAPI -> DWORD {
-          while (ZRInterlockedExchange(static_cast<LONG*>(word), 0) == 0) ZRThreadSleep(1);
-          return ZRThreadCurrentId();
-        },
-        &go, 0x10000, row.level, &id);
+    const HANDLE thread = ZRThreadCreate(RunUntilSet, &go, 0x10000, row.level, &id);
     ASSERT_NE(thread, nullptr);
     EXPECT_EQ(GetThreadPriority(thread), row.priority);
     EXPECT_TRUE(ZRThreadSetAffinity(thread, 0));
