@@ -4,6 +4,7 @@
 #include <sstream>
 #include <thread>
 
+#include "base/clock.h"
 #include "platform/host/control.h"
 #include "tasks/workers_state.h"
 #include "tests/tasks/kernel_fixture.h"
@@ -63,6 +64,7 @@ TEST_F(ManualTest, ShowsWhatTheProgramsPrintInBothModes) {
       SCOPED_TRACE(std::string(example.name) + fibers);
       UseSettings(std::string("[QVSetup]\r\nFibers=") + fibers + "\r\n");
       host::FreezeMicroseconds(5000000, 1);
+      qv::ResetClockForTest();  // it would not run back
       testing::internal::CaptureStdout();
       int result = -1;
       test::RunOnThread(8 << 20, [&] { result = example.run(); });
