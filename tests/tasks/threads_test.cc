@@ -52,6 +52,7 @@ void CALLBACK TakeLine(ULONG_PTR value) { Lines() += static_cast<char>(value); }
 
 TEST_F(ThreadsTest, AMessageQueueRunsItsRoutineOnTheTarget) {
   const std::string overriding = "thrdmsgq: Overriding existing thread assignment.\n";
+  Lines().clear();
   ZRThreadMessageQueue queue;
   EXPECT_FALSE(queue.Post('x'));
   EXPECT_TRUE(queue.Assign(nullptr, TakeLine));
