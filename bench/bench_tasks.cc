@@ -3,6 +3,7 @@
 // Every measurement of ours is a task of a kernel of its own; the other tasks of that kernel are
 // its company. What has no peer is there to be compared with its neighbours: a yield must cost the
 // same whatever the number of tasks that wait.
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <string>
@@ -22,6 +23,7 @@
 #include "tasks/semaphores.h"
 #include "tasks/task_messages.h"
 #include "tasks/waits.h"
+#include "tasks/workers.h"
 #include "tests/test_platform.h"
 
 namespace {
@@ -65,16 +67,19 @@ Body InKernel(Body body) {
   };
 }
 
-// The same on stacks of the kernel's own.
-Body InKernelWithoutFibers(Body body) {
-  return [run = InKernel(std::move(body))](State& state) {
-    const std::string path = test::TempFolder() + "\\own_stacks.ini";
-    test::WriteWholeFile(path, "[QVSetup]\r\nFibers=0\r\n");
+// The same with a line of the settings file.
+Body WithSetting(const char* line, Body run) {
+  return [line, run = std::move(run)](State& state) {
+    const std::string path = test::TempFolder() + "\\kernel.ini";
+    test::WriteWholeFile(path, std::string("[QVSetup]\r\n") + line + "\r\n");
     qv::SetSettingsPath(path.c_str());
     run(state);
     qv::ResetSettingsForTest();
   };
 }
+
+// On stacks of the kernel's own.
+Body InKernelWithoutFibers(Body body) { return WithSetting("Fibers=0", InKernel(std::move(body))); }
 
 // Tasks beside the measuring one, for as long as it lives. Each has run once.
 class Company {
@@ -347,6 +352,94 @@ void AddLives() {
   bench::Add(job);
 }
 
+// --- workers ---
+
+// The body in a kernel with the workers of a fresh program.
+Body WithWorkers(Body body) {
+  return InKernel([body = std::move(body)](State& state) {
+    ZRWorkersStart();
+    body(state);
+    qv::ResetWorkersForTest();
+  });
+}
+
+double Now() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(now).count();
+}
+
+struct StampedJob : ZRWorkerJob {
+  double ended = 0;
+};
+
+uint64_t NapAndStamp(ZRWorkerJob* job) {
+  Sleep(2);  // the kernel is idle by then
+  static_cast<StampedJob*>(job)->ended = Now();
+  return 1;
+}
+
+void WakeIdleKernel(State& state) {
+  for (auto _ : state) {
+    StampedJob job;
+    if (ZRWorkerRun(&job, NapAndStamp, true, true) != 1) return state.SkipWithError("no job");
+    state.SetIterationTime(Now() - job.ended);
+  }
+}
+
+void JobRoundTrip(State& state) {
+  for (auto _ : state) {
+    ZRWorkerJob job;
+    auto work = [](ZRWorkerJob*) { return uint64_t{1}; };
+    if (ZRWorkerRun(&job, work, true, true) != 1) return state.SkipWithError("no job");
+  }
+}
+
+// 200 tasks with a job of 50 ms each, and the measuring one, which ticks meanwhile.
+struct Crowd {
+  double seconds = 0, largest_gap = 0;
+};
+
+Crowd RunCrowd(State& state) {
+  constexpr int kJobs = 200;
+  static int left;
+  left = kJobs;
+  Company company(state, kJobs, [](TCB*) {
+    ZRWorkerJob job;
+    auto nap = [](ZRWorkerJob*) { return Sleep(50), uint64_t{0}; };
+    ZRWorkerRun(&job, nap, true, true);
+    --left;
+  });
+  Crowd crowd;
+  const double start = Now();
+  for (double last = start; left > 0; last = Now()) {
+    ZRTaskYieldMicros(1000, false);
+    crowd.largest_gap = std::max(crowd.largest_gap, Now() - last);
+  }
+  crowd.seconds = Now() - start;
+  return crowd;
+}
+
+void AddWorkers() {
+  bench::Add({.name = "a job's round trip", .ours = WithWorkers(JobRoundTrip)});
+  bench::Add({.name = "a worker wakes an idle kernel, less than 1 ms",
+              // It would sleep for a second.
+              .ours = WithSetting("IdleSleep=1000", WithWorkers(WakeIdleKernel)),
+              .own_time = true,
+              .iterations = 20});
+  bench::Add({.name = "200 jobs of 50 ms on 64 workers, about 200 ms",
+              .ours = WithWorkers([](State& state) {
+                for (auto _ : state) state.SetIterationTime(RunCrowd(state).seconds);
+              }),
+              .own_time = true,
+              .iterations = 1});
+  bench::Add({.name = "largest gap of a ticking task meanwhile, less than 5 ms",
+              .ours = WithWorkers([](State& state) {
+                for (auto _ : state) state.SetIterationTime(RunCrowd(state).largest_gap);
+              }),
+              .own_time = true,
+              .iterations = 1});
+}
+
 // --- sleeps ---
 
 double Processor() {
@@ -402,6 +495,27 @@ void AddWakes() {
   bench::Add(job);
 }
 
+// What an application costs that has nothing to do, as it is set from the start.
+void AddIdleApplication() {
+  bench::Add({.name = "processor time of an idle second, 100 sleep, less than 20 ms",
+              .ours = InKernel([](State& state) {
+                ZRWorkersStart();
+                {
+                  Company company(state, 100, [](TCB*) {
+                    for (;;) ZRTaskYieldMillis(500, false);
+                  });
+                  for (auto _ : state) {
+                    const double before = Processor();
+                    ZRTaskYieldMillis(1000, false);
+                    state.SetIterationTime(Processor() - before);
+                  }
+                }
+                qv::ResetWorkersForTest();
+              }),
+              .own_time = true,
+              .iterations = 1});
+}
+
 template <typename Sleep>
 void MeasureLateness(State& state, Sleep sleep) {
   using Clock = std::chrono::steady_clock;
@@ -447,7 +561,9 @@ int main(int argc, char** argv) {
               .ours = InKernel(RoundTrip),
               .processor_time = true});
   AddLives();
+  AddWorkers();
   AddWakes();
+  AddIdleApplication();
   AddLateness();
   const int result = bench::Run(argc, argv);
   done = true;

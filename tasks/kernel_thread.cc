@@ -32,6 +32,9 @@ HANDLE HandleForOthers() {
   return made ? handle : nullptr;
 }
 
+// What arrives in the sleep that it ends.
+void CALLBACK WakeUp(ULONG_PTR) {}
+
 void Record(DWORD id, HANDLE handle) {
   KernelThreadState& state = State();
   {
@@ -66,5 +69,5 @@ void ZRWakeKernel() {
   qv::ScopedLock hold(state.lock);
   const HANDLE handle = state.handle.load(std::memory_order_relaxed);
   if (handle == nullptr) return;
-  QueueUserAPC([](ULONG_PTR) {}, handle, 0);
+  QueueUserAPC(qv::WakeUp, handle, 0);
 }

@@ -40,9 +40,13 @@ bool SleepAlertably(DWORD milliseconds) {
 
 }  // namespace
 
+// Without a settings file nothing is kept, since one may yet be named.
 int32_t ThreadTraceLevel() {
   std::atomic<int32_t>& trace = State().trace;
-  if (trace == kUnread) trace = ReadSetting(setting::kThreadTrace);
+  if (trace == kUnread) {
+    if (*SettingsPath() == '\0') return 0;
+    trace = ReadSetting(setting::kThreadTrace);
+  }
   return trace;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/debug_output.h"
 #include "base/clock.h"
 #include "base/errors.h"
 #include "base/stopwatch.h"
@@ -46,12 +47,18 @@ WorkerPool::WorkerPool(const WorkerPoolPlan& plan, JobQueue* finished)
 }
 
 WorkerPool::~WorkerPool() {
+  ZR_CHECK(RunningThreads() == 0, "workers");
   while (threads_ != nullptr) {
     PoolThread* thread = threads_;
     threads_ = thread->next;
     CloseHandle(thread->handle);
     delete thread;
   }
+}
+
+uint32_t WorkerPool::RunningThreads() {
+  ScopedLock hold(block_.lock);
+  return block_.running;
 }
 
 bool WorkerPool::Start() {

@@ -78,6 +78,7 @@ class WorkerPool : public FromHooks {
     HANDLE handle = nullptr;
     PoolThread* next = nullptr;
   };
+  uint32_t RunningThreads();
   void NameThread(DWORD id, uint32_t number) const;
 
   static constexpr int32_t kNameLimit = 50;

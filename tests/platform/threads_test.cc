@@ -18,6 +18,9 @@ void Queue(HANDLE thread, const char* letters) {
   for (; *letters != '\0'; ++letters) EXPECT_NE(QueueUserAPC(Note, thread, *letters), 0u);
 }
 
+void CALLBACK QueueAnother(ULONG_PTR) { Queue(GetCurrentThread(), "x"); }
+void CALLBACK WakeUp(ULONG_PTR) {}
+
 std::string TakeTrail() { return std::exchange(Trail(), {}); }
 
 // A thread that runs a function without captures on a word.
@@ -73,23 +76,9 @@ TEST(ThreadsTest, QueuedCallsRunInAlertableSleepsOnly) {
   EXPECT_EQ(SleepEx(0, TRUE), 0u);
 
   // What a call queues runs in the same sleep.
-  auto again = [](ULONG_PTR letter) CALLBACK { Queue(GetCurrentThread(), letter == 1 ? "x" : ""); };
-  EXPECT_NE(QueueUserAPC(again, GetCurrentThread(), 1), 0u);
+  EXPECT_NE(QueueUserAPC(QueueAnother, GetCurrentThread(), 0), 0u);
   EXPECT_EQ(SleepEx(0, TRUE), DWORD{WAIT_IO_COMPLETION});
   EXPECT_EQ(TakeTrail(), "x");
-}
-
-TEST(ThreadsTest, TheTestAlertRunsThem) {
-  const HMODULE library = LoadLibraryA("NTDLL.DLL");
-  ASSERT_NE(library, nullptr);
-  const auto test_alert = reinterpret_cast<LONG(WINAPI*)()>(
-      reinterpret_cast<void*>(GetProcAddress(library, "NtTestAlert")));
-  ASSERT_NE(test_alert, nullptr);
-  test_alert();
-  Queue(GetCurrentThread(), "ab");
-  test_alert();
-  EXPECT_EQ(TakeTrail(), "ab");
-  FreeLibrary(library);
 }
 
 // A call from another thread ends a sleep without limit; a lost one would hang here. The handle is
@@ -102,7 +91,7 @@ TEST(ThreadsTest, ADuplicateOfThePseudoHandleWakesItsThread) {
   {
     Worker worker([](std::atomic<uint32_t>* word) {
       for (uint32_t round = 0; round < 300; ++round) {
-        QueueUserAPC([](ULONG_PTR) {}, main, 0);
+        QueueUserAPC(WakeUp, main, 0);
         while (*word == round) Sleep(0);
       }
       return DWORD{0};

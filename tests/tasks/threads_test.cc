@@ -14,6 +14,11 @@ class ThreadsTest : public test::KernelTest {
   ~ThreadsTest() override { qv::ResetThreadsForTest(); }
 };
 
+DWORD WINAPI RunUntilSet(LPVOID word) {
+  while (ZRInterlockedExchange(static_cast<LONG*>(word), 0) == 0) ZRThreadSleep(1);
+  return ZRThreadCurrentId();
+}
+
 TEST_F(ThreadsTest, LevelsArePriorities) {
   const struct {
     uint32_t level;
@@ -21,14 +26,9 @@ TEST_F(ThreadsTest, LevelsArePriorities) {
   } kRows[] = {{0, -1}, {1, 0}, {2, 2}, {3, 15}, {4, 0}, {UINT32_MAX, 0}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.level);
-    volatile LONG go = 0;
+    LONG go = 0;
     DWORD id = 0;
-    const HANDLE thread = ZRThreadCreate(
-        [](LPVOID word) WINAPI -> DWORD {
-          while (*static_cast<volatile LONG*>(word) == 0) ZRThreadSleep(1);
-          return ZRThreadCurrentId();
-        },
-        const_cast<LONG*>(&go), 0x10000, row.level, &id);
+    const HANDLE thread = ZRThreadCreate(RunUntilSet, &go, 0x10000, row.level, &id);
     ASSERT_NE(thread, nullptr);
     EXPECT_EQ(GetThreadPriority(thread), row.priority);
     EXPECT_TRUE(ZRThreadSetAffinity(thread, 0));
@@ -52,6 +52,7 @@ void CALLBACK TakeLine(ULONG_PTR value) { Lines() += static_cast<char>(value); }
 
 TEST_F(ThreadsTest, AMessageQueueRunsItsRoutineOnTheTarget) {
   const std::string overriding = "thrdmsgq: Overriding existing thread assignment.\n";
+  Lines().clear();
   ZRThreadMessageQueue queue;
   EXPECT_FALSE(queue.Post('x'));
   EXPECT_TRUE(queue.Assign(nullptr, TakeLine));
