@@ -30,16 +30,17 @@
 // Waiting. Submitters that wait for an entry stand in a line, which a newcomer may pass when an
 // entry is free. Where all workers of a pool have been killed or none could be made, those who wait
 // make the runs themselves. Nothing here waits where waiting is not possible: it is refused then.
-//   With can_wait the caller asks it (with arg), yields, and looks again, until it is false: the
+//
+// With can_wait the caller asks it (with arg), yields, and looks again, until it is false: the
 // caller gives up. A synchronous job that is given up is over at once when none of its runs is in
 // progress; else no further run begins and the last one calls `complete`.
 //
 // Tasks that are killed. A worker in the middle of a run: the run counts as returned. Was it the
 // last one, the job goes to the urgent list as a cancelled one, and the next worker calls
 // `complete`, unless that had begun already. The pool has a worker less. A submitter in the middle
-// of its first run: likewise. A submitter that waits leaves the line; its jobs go on, but its
-// synchronous one is cancelled: do not kill a task whose job uses that task's stack. A task that is
-// killed while it disposes of a pool leaves what it had not freed yet.
+// of its first run: likewise. A submitter that waits for room: neither function is called. Its jobs
+// in the pool go on, but a synchronous one is cancelled: do not kill a task whose job uses that
+// task's stack. A task that is killed while it disposes of a pool leaves what it had not freed yet.
 //
 // Threads: the kernel thread. Ownership: the pool belongs to its creator, outlives no use, and is
 // to be disposed of also when its kernel has ended. Property keys from kTaskPoolProperty up are the
