@@ -88,10 +88,20 @@ bool WaitForRoom(const Submission& job, Guest& guest) {
 
 // --- room ---
 
+// How many runs may begin at once.
+uint32_t ParallelRuns(const Submission& job) {
+  const uint32_t outstanding = OwnRuns(job.pool), limit = job.pool->per_task_limit;
+  if (limit == 0) return job.count;
+  return std::min(job.count, limit > outstanding ? limit - outstanding : 1);
+}
+
+// The sum of outstanding runs must stay one, too.
 bool HasRoom(const Submission& job) {
   const ZRTaskPool* pool = job.pool;
+  const uint32_t outstanding = OwnRuns(pool);
   if (pool->free.head == nullptr) return false;
-  return job.Has(kPoolUrgent) || pool->per_task_limit == 0 || OwnRuns(pool) <= pool->per_task_limit;
+  if (!job.Has(kPoolUncounted) && ParallelRuns(job) > UINT32_MAX - outstanding) return false;
+  return job.Has(kPoolUrgent) || pool->per_task_limit == 0 || outstanding <= pool->per_task_limit;
 }
 
 void CancelQueued(ZRTaskPool* pool) {
@@ -135,13 +145,6 @@ bool FindRoom(const Submission& job, Guest& guest) {
 JobList& ListFor(const Submission& job) {
   if (job.Has(kPoolBackground)) return job.pool->background;
   return job.Has(kPoolUrgent) ? job.pool->urgent : job.pool->normal;
-}
-
-// How many runs may begin at once.
-uint32_t ParallelRuns(const Submission& job) {
-  const uint32_t outstanding = OwnRuns(job.pool), limit = job.pool->per_task_limit;
-  if (limit == 0) return job.count;
-  return std::min(job.count, limit > outstanding ? limit - outstanding : 1);
 }
 
 // Takes the first free entry.

@@ -239,6 +239,10 @@ const struct {
     {"where nobody can wait", {}, {"a:(A2=88) A2=0 (W) W"}, "A< A> A! -A A -W A< A> A! W"},
 
     // Room.
+    {"no more runs than can be counted",
+     {},
+     {"a:A4294967295=0 B1=0 C1=40 W"},
+     "A B! -B C A< A> A! W C< C> C!"},
     {"refused", {1}, {"a:A1=0 B1=0 W"}, "A B! -B A< A> A! W"},
     {"refused in a critical region", {1}, {"a:A1=0 (B1=4) W"}, "A B! -B A< A> A! W"},
     {"waits for an entry", {1}, {"a:A1=0 B1=4 W"}, "A A< A> A! B B< B> B! W"},
