@@ -18,96 +18,83 @@ constexpr uint32_t kAgents = 6;
 
 using Random = std::independent_bits_engine<std::mt19937, 32, uint32_t>;
 
+enum List { kUrgent, kNormal, kBackground, kStarted };
+
 struct ModelJob {
   uint32_t id, submitter, parallel, remaining, running, splits, flags;
+  List list;
   bool cancel;
 };
 
 struct Model {
   uint32_t entries = 0, limit = 0;
-  std::vector<ModelJob> jobs[4];  // urgent, normal, background, started; oldest first
+  std::vector<ModelJob> jobs;  // on each list oldest first
   uint32_t outstanding[kAgents] = {};
   std::vector<uint32_t> completed;
 
-  size_t Used() const { return jobs[0].size() + jobs[1].size() + jobs[2].size() + jobs[3].size(); }
+  size_t On(List list) const { return std::ranges::count(jobs, list, &ModelJob::list); }
   void Submit(uint32_t id, uint32_t submitter, uint32_t count, uint32_t flags);
-  // The job that is run next: its list and place; false for none.
-  bool Choose(size_t* list, size_t* place) const;
+  ModelJob* Choose();
   ModelJob Start();  // id 0 for none
   void End(uint32_t id);
+  void MoveToStarted(const ModelJob& job) {
+    ModelJob moved = job;
+    std::erase_if(jobs, [&](const ModelJob& each) { return each.id == moved.id; });
+    moved.list = kStarted;
+    jobs.push_back(moved);
+  }
 };
 
 void Model::Submit(uint32_t id, uint32_t submitter, uint32_t count, uint32_t flags) {
   uint32_t& own = outstanding[submitter];
   const bool over = limit != 0 && own > limit && (flags & qv::kPoolUrgent) == 0;
-  if (count == 0 || over || Used() == entries) {
+  if (count == 0 || over || jobs.size() == entries) {
     completed.push_back(id);
     if (count == 0 || (flags & qv::kPoolMayWait) == 0 || (flags & qv::kPoolMayCancel) != 0) return;
-    for (size_t list = 0; list < 3; ++list) {
-      for (ModelJob& job : jobs[list]) job.cancel |= (job.flags & qv::kPoolMayCancel) != 0;
+    for (ModelJob& job : jobs) {
+      job.cancel |= job.list != kStarted && (job.flags & qv::kPoolMayCancel) != 0;
     }
     return;
   }
   uint32_t parallel = count;
   if (limit != 0) parallel = std::min(count, own < limit ? limit - own : 1);
   if ((flags & qv::kPoolUncounted) == 0) own += parallel;
-  const size_t list = (flags & qv::kPoolBackground) != 0 ? 2
-                      : (flags & qv::kPoolUrgent) != 0   ? 0
-                                                         : 1;
-  jobs[list].push_back({id, submitter, parallel, count - parallel, 0, parallel, flags, false});
+  List list = (flags & qv::kPoolUrgent) != 0 ? kUrgent : kNormal;
+  if ((flags & qv::kPoolBackground) != 0) list = kBackground;
+  jobs.push_back({id, submitter, parallel, count - parallel, 0, parallel, flags, list, false});
 }
 
-bool Model::Choose(size_t* list, size_t* place) const {
-  *place = 0;
-  for (const size_t each : {0, 1, 3, 2}) {
-    *list = each;
-    if (each != 3 && !jobs[each].empty()) return true;
-    for (size_t i = 0; each == 3 && i < jobs[3].size(); ++i) {
-      *place = i;
-      const ModelJob& job = jobs[3][i];
-      if (job.remaining > 0 && (limit == 0 || outstanding[job.submitter] < limit)) return true;
+ModelJob* Model::Choose() {
+  for (const List list : {kUrgent, kNormal, kStarted, kBackground}) {
+    for (ModelJob& job : jobs) {
+      if (job.list != list) continue;
+      const bool below = limit == 0 || outstanding[job.submitter] < limit;
+      if (list != kStarted || (job.remaining > 0 && below)) return &job;
     }
-    *place = 0;
   }
-  return false;
+  return nullptr;
 }
 
 ModelJob Model::Start() {
-  size_t list, place;
-  if (!Choose(&list, &place)) return {};
-  ModelJob& job = jobs[list][place];
-  ++job.running;
-  if (list == 3) {
-    --job.remaining;
-  } else if (--job.parallel == 0) {
-    const ModelJob moved = job;
-    jobs[list].erase(jobs[list].begin());
-    jobs[3].push_back(moved);
-    return moved;
-  }
-  return job;
+  ModelJob* job = Choose();
+  if (job == nullptr) return {};
+  ++job->running;
+  --(job->list == kStarted ? job->remaining : job->parallel);
+  const ModelJob started = *job;
+  if (job->list != kStarted && job->parallel == 0) MoveToStarted(started);
+  return started;
 }
 
 void Model::End(uint32_t id) {
-  for (auto& list : jobs) {
-    const auto job = std::ranges::find(list, id, &ModelJob::id);
-    if (job == list.end()) continue;
-    ModelJob ended = *job;
-    ended.parallel = ended.remaining = 0;
-    --ended.running;
-    if (&list == &jobs[3] && ended.running > 0) {
-      *job = ended;
-      return;
-    }
-    list.erase(job);
-    if (ended.running > 0) {
-      jobs[3].push_back(ended);
-      return;
-    }
-    completed.push_back(id);
-    if ((ended.flags & qv::kPoolUncounted) == 0) outstanding[ended.submitter] -= ended.splits;
+  ModelJob& job = *std::ranges::find(jobs, id, &ModelJob::id);
+  job.parallel = job.remaining = 0;
+  if (--job.running > 0) {
+    if (job.list != kStarted) MoveToStarted(job);
     return;
   }
+  completed.push_back(id);
+  if ((job.flags & qv::kPoolUncounted) == 0) outstanding[job.submitter] -= job.splits;
+  std::erase_if(jobs, [id](const ModelJob& each) { return each.id == id; });
 }
 
 class TaskPoolsModelTest : public test::KernelTest {
@@ -189,11 +176,11 @@ void TaskPoolsModelTest::Compare() {
   qv::TaskPoolStatistics now;
   ZRTaskPoolStatistics(pool_, &now);
   EXPECT_TRUE(qv::TaskPoolIsConsistent(pool_));
-  EXPECT_EQ(now.urgent.count, model_.jobs[0].size());
-  EXPECT_EQ(now.normal.count, model_.jobs[1].size());
-  EXPECT_EQ(now.background.count, model_.jobs[2].size());
-  EXPECT_EQ(now.started.count, model_.jobs[3].size());
-  EXPECT_EQ(now.free.count, model_.entries - model_.Used());
+  EXPECT_EQ(now.urgent.count, model_.On(kUrgent));
+  EXPECT_EQ(now.normal.count, model_.On(kNormal));
+  EXPECT_EQ(now.background.count, model_.On(kBackground));
+  EXPECT_EQ(now.started.count, model_.On(kStarted));
+  EXPECT_EQ(now.free.count, model_.entries - model_.jobs.size());
   EXPECT_EQ(completed_, model_.completed);
   for (uint32_t i = 0; i < kAgents; ++i) {
     EXPECT_EQ(ZRTaskPoolOutstanding(pool_, agents_[i].task), model_.outstanding[i]);
