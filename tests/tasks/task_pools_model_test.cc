@@ -47,10 +47,11 @@ struct Model {
 
 void Model::Submit(uint32_t id, uint32_t submitter, uint32_t count, uint32_t flags) {
   uint32_t& own = outstanding[submitter];
-  const bool over = limit != 0 && own > limit && (flags & qv::kPoolUrgent) == 0;
+  const auto has = [flags](uint32_t flag) { return (flags & flag) != 0; };
+  const bool over = limit != 0 && own > limit && !has(qv::kPoolUrgent);
   if (count == 0 || over || jobs.size() == entries) {
     completed.push_back(id);
-    if (count == 0 || (flags & qv::kPoolMayWait) == 0 || (flags & qv::kPoolMayCancel) != 0) return;
+    if (count == 0 || !has(qv::kPoolMayWait) || has(qv::kPoolMayCancel)) return;
     for (ModelJob& job : jobs) {
       job.cancel |= job.list != kStarted && (job.flags & qv::kPoolMayCancel) != 0;
     }
@@ -58,9 +59,10 @@ void Model::Submit(uint32_t id, uint32_t submitter, uint32_t count, uint32_t fla
   }
   uint32_t parallel = count;
   if (limit != 0) parallel = std::min(count, own < limit ? limit - own : 1);
-  if ((flags & qv::kPoolUncounted) == 0) own += parallel;
-  List list = (flags & qv::kPoolUrgent) != 0 ? kUrgent : kNormal;
-  if ((flags & qv::kPoolBackground) != 0) list = kBackground;
+  if (!has(qv::kPoolUncounted)) own += parallel;
+  const List list = has(qv::kPoolBackground) ? kBackground
+                    : has(qv::kPoolUrgent)   ? kUrgent
+                                             : kNormal;
   jobs.push_back({id, submitter, parallel, count - parallel, 0, parallel, flags, list, false});
 }
 
