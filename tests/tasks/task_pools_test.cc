@@ -193,12 +193,16 @@ const struct {
     {"one synchronous run", {}, {"a:A1=8 B1=88 C1=8?9"}, "A< A> A! -A B< B> B! B C< C> C! C"},
     {"inside a run", {8, 2}, {"a:A1=0 W", "A:B2=8"}, "A A< B< B> B! -B A> A! W"},
     {"inside a run, queued", {8, 2}, {"a:A1=0 W", "A:B1=88"}, "A A< B< B> B! B A> A! W"},
+    {"inside a run inside a run",
+     {8, 2},
+     {"a:A1=0 W", "A:B1=A8 C1=0"},
+     "A A< B< B> B! B C< C> C! -C A> A! W"},
     {"where nobody can wait", {}, {"a:(A2=88) A2=0 (W) W"}, "A< A> A! -A A -W A< A> A! W"},
 
     // Room.
     {"no more runs than can be counted",
      {},
-     {"a:A4294967295=0 B1=0 C1=40 W"},
+     {"a:A4294967295=0 B1=0 C4294967295=40 W"},
      "A B! -B C A< A> A! W C< C> C!"},
     {"refused", {1}, {"a:A1=0 B1=0 W"}, "A B! -B A< A> A! W"},
     {"refused in a critical region", {1}, {"a:A1=0 (B1=4) W"}, "A B! -B A< A> A! W"},
@@ -237,6 +241,11 @@ const struct {
      {"a:A1=0y B1=10 C1=14 W", "A:yy"},
      "A A< B A> A! C B< B> B! C< C> C! W"},
 
+    {"who waits cancels but once",
+     {2},
+     {"a:A1=0 X1=0", "b:B1=14?99", "c:C1=4?99", "A:yy"},
+     "A X A< A> A! B X< X> X! C B< B> B! C< C> C!"},
+
     // Memory.
     {"none to count its runs",
      {},
@@ -273,6 +282,11 @@ const struct {
     {"a submitter whose job is queued", {}, {"a:X1=0", "b:A2=8", "c:ykb", "X:yy"}, "X X< X> X! A!"},
     {"a submitter that goes on", {}, {"a:A1=0 ka", "b:o", "A:y"}, "A 0 A< A> A!"},
 
+    {"another task in its place",
+     {},
+     {"a:A1=0 ka", "b:ycN", "N:B1=0 C1=0 oyyyyyyo", "A:yyyy", "B:yyyyy"},
+     "A A< B C 2 A> A! B< 2 B> B! C< C> C!"},
+
     // Disposal.
     {"idle", {8, 64}, {"a:D D"}, "D -D"},
     {"busy", {8, 2}, {"a:A2=0 B1=10 C1=2 y D", "A:yyy"}, "A B C A< A< B! C! A> A> A! D"},
@@ -287,6 +301,10 @@ const struct {
     {"while one waits for its runs", {}, {"a:A1=0 W", "b:yD", "A:yyy"}, "A A< A> A! W D"},
     {"inside a run", {}, {"a:A1=20 W", "A:D"}, "A< -D A> A! A W"},
     {"where it cannot wait", {}, {"a:A1=0y(D) W (D)", "A:yy"}, "A A< -D A> A! W D"},
+    {"where it cannot wait, with waiting submitters",
+     {1},
+     {"a:A1=0 B1=4", "b:(D)"},
+     "A A! D B! -B"},
     {"a worker is killed meanwhile", {}, {"a:A1=0yD", "b:yyk0", "A:yyyyyy"}, "A A< A! D"},
 
     // Figures: jobs, latest/longest wait, each list at least/now/at most; then after a reset.
@@ -332,6 +350,7 @@ TEST_F(TaskPoolsTest, AllocationsFail) {
                        qv::kPoolAlwaysQueue);
     });
     none += pool == nullptr ? 1 : 0;
+    EXPECT_TRUE(pool == nullptr || qv::TaskPoolIsConsistent(pool));
     EXPECT_EQ(completed, pool == nullptr ? 1 : 0);
     EXPECT_EQ(ZRTaskPoolDispose(pool), pool != nullptr);
     EXPECT_EQ(completed, 1);
