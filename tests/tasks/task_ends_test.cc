@@ -1,4 +1,5 @@
 // Tasks that end or are killed: nothing of them stays, and nobody waits for them.
+#include <map>
 #include <vector>
 
 #include "tasks/semaphores.h"
@@ -209,6 +210,50 @@ TEST_F(TaskEndsTest, NobodyWaitsForATaskThatIsGone) {
         kVictimArea);
     const std::string once = std::string(100, 'c') + " end";
     EXPECT_EQ(TakeLog(), once + once);
+  }
+}
+
+// A message that was passed on belongs to whoever waits for its reply, whichever task ends.
+TEST_F(TaskEndsTest, APassedOnMessageGoesWithItsSender) {
+  const struct {
+    const char* name;
+    char victim;
+    const char* log;
+  } kRows[] = {{"nobody", '-', "answered 5"},
+               {"who passed it on", 'd', "answered 5"},
+               {"who has it", 's', "answered 0"},
+               {"who waits", 'c', "nothing"}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    RunTasks([&] {
+      static std::map<char, TaskId> tasks;
+      tasks['d'] = Spawn("dispatcher", [] {
+        ZRTaskPostMessage(tasks['s'], ZRTaskGetMessage(true));
+        ZRTaskWaitEvents(1);
+      });
+      tasks['s'] = Spawn("server", [&] {
+        ZRTaskYield();
+        ZRTaskYield();
+        ZRTaskYield();
+        ZRTaskMessage* message = ZRTaskGetMessage(false);
+        if (message == nullptr) Log("nothing");
+        ZRTaskReply(message, 5);
+        ZRTaskSignal(tasks['d'], 1);
+      });
+      tasks['c'] = Spawn("client", [this] {
+        uint32_t reply = 7;
+        ZRTaskSendValue(tasks['d'], 1, &reply);
+        Log("answered " + std::to_string(reply));
+      });
+      Spawn("killer", [&] {
+        ZRTaskYield();
+        EXPECT_EQ(ZRTaskGetState(tasks['c']), TaskState::kReplyWait);
+        ZRTaskKill(row.victim == '-' ? 1 : tasks[row.victim]);
+        ZRTaskYield();
+        if (row.victim == 's') ZRTaskSignal(tasks['d'], 1);
+      });
+    });
+    EXPECT_EQ(TakeLog(), row.log);
   }
 }
 
