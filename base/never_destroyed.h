@@ -6,7 +6,8 @@
 //     return state.value;
 //   }
 //
-// For state that holds no memory of its own: a module that is unloaded would lose that.
+// For state that holds no memory of its own: a module that is unloaded would lose that. State with
+// a std::mutex goes without constinit, since not every library's has a constant initial value.
 #pragma once
 
 #include <utility>

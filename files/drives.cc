@@ -25,7 +25,7 @@ struct DriveState {
 };
 
 DriveState& State() {
-  static constinit NeverDestroyed<DriveState> state;
+  static NeverDestroyed<DriveState> state;
   return state.value;
 }
 

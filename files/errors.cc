@@ -28,7 +28,7 @@ struct ErrorReportState {
 };
 
 ErrorReportState& State() {
-  static constinit NeverDestroyed<ErrorReportState> state;
+  static NeverDestroyed<ErrorReportState> state;
   return state.value;
 }
 

@@ -12,7 +12,7 @@ using FindFirstEx = HANDLE(WINAPI*)(LPCSTR, FINDEX_INFO_LEVELS, LPVOID, FINDEX_S
                                     DWORD);
 
 SystemCall<FindFirstEx>& FindCall() {
-  static constinit NeverDestroyed<SystemCall<FindFirstEx>> call;
+  static NeverDestroyed<SystemCall<FindFirstEx>> call;
   return call.value;
 }
 

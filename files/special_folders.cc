@@ -14,7 +14,7 @@ namespace {
 using GetFolderPath = HRESULT(WINAPI*)(HWND, int, HANDLE, DWORD, LPSTR);
 
 SystemCall<GetFolderPath>& FolderCall() {
-  static constinit NeverDestroyed<SystemCall<GetFolderPath>> call;
+  static NeverDestroyed<SystemCall<GetFolderPath>> call;
   return call.value;
 }
 

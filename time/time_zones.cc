@@ -1,13 +1,17 @@
 #include "time/time_zones.h"
 
+#include <algorithm>
 #include <atomic>
 #include <optional>
+#include <vector>
 
 #include "app/debug_output.h"
 #include "base/hooks.h"
 #include "resources/locked_handle.h"
 #include "resources/module_source.h"
 #include "resources/resource_chain.h"
+#include "time/growth.h"
+#include "time/task_mark.h"
 #include "time/tz_parser.h"
 #include "time/zone_list.h"
 #include "time/zone_registry.h"
@@ -22,7 +26,10 @@ constexpr uint32_t kThreeDays = 3 * 86400;  // from either end of the range
 struct TimeZoneState {
   std::atomic<bool> loaded = false;
   std::atomic<bool> loading = false;  // somebody changes what stands below
-  std::atomic<uint32_t> users = 0;    // calls that look at it; waited for before it changes
+  TaskMark loader;
+  std::atomic<uint32_t> users = 0;  // calls that look at it; waited for before it changes
+  // Tasks among them that may be switched away from, and then be killed.
+  std::vector<TaskMark> slow_users;
 
   uint32_t data_version = 0;
   TimeZoneData data;
@@ -122,15 +129,60 @@ void Fill(TimeZoneState& state) {
   state.registry.Finish();
 }
 
-// Takes the right to change the state; false for a caller that is refused.
+// Takes the right to change the state, also from a task that was killed over it; false for a caller
+// that is refused.
 bool BeginLoading(TimeZoneState& state) {
   if (!GlobalHooks().on_kernel_thread()) return false;
   while (state.loading.exchange(true)) {
+    if (state.loader.IsGone()) break;
     if (!MayWaitForOthers()) return false;
     GlobalHooks().yield();
   }
+  state.loader.Set();
   return true;
 }
+
+bool AnyUsers(TimeZoneState& state) {
+  if (state.users == 0) return false;
+  const auto gone = std::erase_if(state.slow_users, [](const TaskMark& m) { return m.IsGone(); });
+  return state.users.fetch_sub(static_cast<uint32_t>(gone)) != gone;
+}
+
+// Fills the state anew and ends the loading. False when the caller cannot wait for those inside.
+bool Refill(TimeZoneState& state) {
+  const bool was_loaded = state.loaded.exchange(false);
+  bool free = !AnyUsers(state);
+  for (; !free && MayWaitForOthers(); free = !AnyUsers(state)) GlobalHooks().yield();
+  if (free) {
+    Discard(state);
+    Fill(state);
+  }
+  state.loaded = free || was_loaded;
+  state.loading = false;
+  return free;
+}
+
+// Lasts while a task does what it may be switched away from.
+class SlowUse {
+ public:
+  explicit SlowUse(TimeZoneState& state) : state_(state) {
+    if (GlobalHooks().current_task() == 0) return;
+    mark_.Set();
+    noted_ = Append(state.slow_users, mark_);
+  }
+  ~SlowUse() {
+    if (!noted_) return;
+    auto& users = state_.slow_users;
+    users.erase(std::find(users.begin(), users.end(), mark_));
+  }
+  SlowUse(const SlowUse&) = delete;
+  SlowUse& operator=(const SlowUse&) = delete;
+
+ private:
+  TimeZoneState& state_;
+  TaskMark mark_;
+  bool noted_ = false;
+};
 
 // The state, loaded, which stays so while one of these lives.
 class LoadedZones {
@@ -156,6 +208,8 @@ class LoadedZones {
   bool Offsets(uint32_t time, TimeKind kind, uint32_t zone, ZRZoneOffsets* offsets) const {
     ZoneEntry* entry = state_.registry.Find(zone);
     if (entry == nullptr) return false;
+    std::optional<SlowUse> slow_use;
+    if (!entry->IsComputed()) slow_use.emplace(state_);
     const ZoneChanges* changes = ZoneRegistry::ChangesOf(*entry, state_.data);
     const OffsetChange* change = changes == nullptr ? nullptr : changes->At(time, kind);
     if (change == nullptr) return false;
@@ -222,31 +276,14 @@ bool ZRLoadTimeZones() {
   qv::TimeZoneState& state = qv::State();
   if (state.loaded) return true;
   if (!qv::BeginLoading(state)) return false;
-  if (!state.loaded) {
-    qv::Fill(state);
-    state.loaded = true;
-  }
+  if (!state.loaded) return qv::Refill(state);
   state.loading = false;
   return true;
 }
 
 bool ZRReloadTimeZones() {
   qv::TimeZoneState& state = qv::State();
-  if (!qv::BeginLoading(state)) return false;
-  state.loaded = false;
-  while (state.users != 0) {
-    if (!qv::MayWaitForOthers()) {
-      state.loaded = true;
-      state.loading = false;
-      return false;
-    }
-    qv::GlobalHooks().yield();
-  }
-  qv::Discard(state);
-  qv::Fill(state);
-  state.loaded = true;
-  state.loading = false;
-  return true;
+  return qv::BeginLoading(state) && qv::Refill(state);
 }
 
 void ZRReleaseTimeZones() {

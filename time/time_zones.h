@@ -21,10 +21,11 @@
 // none, and the version in use is that of the copy in use.
 //
 // Threads. Tasks of the kernel call anything; while one loads the data or works out a zone, which
-// takes some milliseconds, others run, and those that need the result wait. Other threads get
-// answers about zones that were worked out before, and are refused like a missing zone otherwise.
-// Without a kernel any thread calls anything and waits likewise. Reloading waits until no call is
-// inside.
+// takes some milliseconds, others run, and those that need the result wait; when that task is
+// killed over it, one that waits takes its place (copies of resources that it had locked stay).
+// Other threads get answers about zones that were worked out before, and are refused like a missing
+// zone otherwise. Without a kernel any thread calls anything and waits likewise. Reloading waits
+// until no call is inside.
 #pragma once
 
 #include <cstdint>

@@ -80,16 +80,32 @@ bool MayWaitForOthers() {
   return hooks.on_kernel_thread() && (hooks.current_task() == 0 || hooks.switching_allowed());
 }
 
+namespace {
+
+// Waits a while for the one that works the changes out. False when the caller cannot.
+bool WaitForWorker(ZoneEntry& entry, std::atomic_ref<uint32_t> state) {
+  if (entry.worker.IsGone()) {
+    entry.changes = ZoneChanges();
+    state.store(ZoneEntry::kAbsent, std::memory_order_release);
+    return true;
+  }
+  if (!MayWaitForOthers()) return false;
+  GlobalHooks().yield();
+  return true;
+}
+
+}  // namespace
+
 const ZoneChanges* ZoneRegistry::ChangesOf(ZoneEntry& entry, const TimeZoneData& data) {
   std::atomic_ref<uint32_t> state(entry.state);
   while (state.load(std::memory_order_acquire) != ZoneEntry::kComputed) {
     if (!GlobalHooks().on_kernel_thread()) return nullptr;
     uint32_t expected = ZoneEntry::kAbsent;
     if (!state.compare_exchange_strong(expected, ZoneEntry::kBusy)) {
-      if (!MayWaitForOthers()) return nullptr;
-      GlobalHooks().yield();
+      if (!WaitForWorker(entry, state)) return nullptr;
       continue;
     }
+    entry.worker.Set();
     const bool done = FindZoneChanges(data, entry.name, entry.changes, GlobalHooks().yield);
     if (!done) entry.changes = ZoneChanges();
     state.store(done ? ZoneEntry::kComputed : ZoneEntry::kAbsent, std::memory_order_release);

@@ -10,7 +10,8 @@
 //
 //   kAbsent -> kBusy      ChangesOf, by the caller that works them out
 //   kBusy -> kComputed    the same; from here on the changes stay as they are
-//   kBusy -> kAbsent      the same, when there was no memory: the next caller tries again
+//   kBusy -> kAbsent      the same, when there was no memory: the next caller tries again; and a
+//                         caller that waits, when the task that worked has been killed
 //
 // Other callers yield while an entry is busy. Nothing throws.
 #pragma once
@@ -20,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "time/task_mark.h"
 #include "time/tz_data.h"
 #include "time/zone_changes.h"
 
@@ -31,7 +33,10 @@ struct ZoneEntry {
   uint32_t id = 0;
   NameRef name = 0;
   alignas(std::atomic_ref<uint32_t>::required_alignment) uint32_t state = kAbsent;  // atomic_ref
+  TaskMark worker;  // while it is busy
   ZoneChanges changes;
+
+  bool IsComputed() { return std::atomic_ref(state).load(std::memory_order_acquire) == kComputed; }
 };
 
 class ZoneRegistry {

@@ -279,68 +279,6 @@ TEST_F(Zones, ThreadsShareWhatOneLoadsAndWorksOut) {
   EXPECT_GT(reloads, 0);
 }
 
-// A stand-in for the kernel: one thread that has it, and tasks that may be switched or not.
-struct FakeKernel {
-  std::thread::id thread = std::this_thread::get_id();
-  void (*on_yield)() = [] {};
-  int yields = 0;
-};
-FakeKernel& Kernel() {
-  static FakeKernel kernel;
-  return kernel;
-}
-void InstallKernel() {
-  Kernel() = {};
-  qv::Hooks& hooks = qv::GlobalHooks();
-  hooks.on_kernel_thread = [] { return std::this_thread::get_id() == Kernel().thread; };
-  hooks.current_task = [] { return TaskId{1}; };
-  hooks.switching_allowed = [] { return false; };
-  hooks.yield = [] {
-    ++Kernel().yields;
-    Kernel().on_yield();
-  };
-}
-
-TEST_F(Zones, OtherThreadsHaveWhatTheKernelHasWorkedOut) {
-  InstallKernel();
-  const auto ask = [](uint32_t zone) {
-    std::string answer;
-    std::thread([&] { answer = Offsets(5, TimeKind::kLocal, zone); }).join();
-    return answer;
-  };
-  EXPECT_EQ(ask(kTokyo), "none") << "nothing is loaded";
-  EXPECT_EQ(ask(0x0ACE0004), "3600 3600 0");
-  EXPECT_EQ(Offsets(5, TimeKind::kLocal, kTokyo), "32400 32400 0");
-  EXPECT_EQ(ask(kTokyo), "32400 32400 0");
-  EXPECT_EQ(ask(kParis), "none") << "not worked out";
-  bool reloaded = true;
-  std::thread([&] { reloaded = ZRReloadTimeZones(); }).join();
-  EXPECT_FALSE(reloaded);
-}
-
-// A task that must not be switched cannot wait for the one that loads: it is refused.
-TEST_F(Zones, OthersRunWhileOneTaskLoads) {
-  InstallKernel();
-  static std::string during;
-  during.clear();
-  Kernel().on_yield = [] {
-    if (during.empty()) during = Offsets(5, TimeKind::kLocal, kParis);
-  };
-  EXPECT_EQ(Offsets(5, TimeKind::kLocal, kParis), "3600 3600 0");
-  EXPECT_EQ(during, "none");
-  EXPECT_GT(Kernel().yields, 71 + 60000 / 5120) << "for each zone, and for each piece of text";
-  // Nor may it take the data away from one that works out a zone.
-  static bool reloaded;
-  reloaded = true;
-  Kernel().on_yield = [] {
-    Kernel().on_yield = [] {};
-    reloaded = ZRReloadTimeZones();
-  };
-  EXPECT_EQ(Offsets(5, TimeKind::kLocal, 49810188), "10800 10800 0") << "Moscow has several lines";
-  EXPECT_FALSE(reloaded);
-  EXPECT_TRUE(ZRReloadTimeZones());
-}
-
 TEST_F(Zones, MemoryIsGivenBack) {
   EXPECT_TRUE(ZRLoadTimeZones());
   const qv::TimeZoneMemory fresh = qv::TimeZoneMemoryHeld();
