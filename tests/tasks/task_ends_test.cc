@@ -1,5 +1,4 @@
 // Tasks that end or are killed: nothing of them stays, and nobody waits for them.
-#include <map>
 #include <vector>
 
 #include "tasks/semaphores.h"
@@ -216,41 +215,39 @@ TEST_F(TaskEndsTest, NobodyWaitsForATaskThatIsGone) {
 // A message that was passed on belongs to whoever waits for its reply, whichever task ends.
 TEST_F(TaskEndsTest, APassedOnMessageGoesWithItsSender) {
   const struct {
-    const char* name;
-    char victim;
+    const char* victim;
     const char* log;
-  } kRows[] = {{"nobody", '-', "answered 5"},
-               {"who passed it on", 'd', "answered 5"},
-               {"who has it", 's', "answered 0"},
-               {"who waits", 'c', "nothing"}};
+  } kRows[] = {{"none", "answered 5"},
+               {"dispatcher", "answered 5"},
+               {"server", "answered 0"},
+               {"client", "nothing"}};
   for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
+    SCOPED_TRACE(row.victim);
+    TaskId dispatcher, server, client;
     RunTasks([&] {
-      static std::map<char, TaskId> tasks;
-      tasks['d'] = Spawn("dispatcher", [] {
-        ZRTaskPostMessage(tasks['s'], ZRTaskGetMessage(true));
+      dispatcher = Spawn("dispatcher", [&] {
+        ZRTaskPostMessage(server, ZRTaskGetMessage(true));
         ZRTaskWaitEvents(1);
       });
-      tasks['s'] = Spawn("server", [&] {
-        ZRTaskYield();
-        ZRTaskYield();
-        ZRTaskYield();
+      server = Spawn("server", [&] {
+        for (int i = 0; i < 3; ++i) ZRTaskYield();
         ZRTaskMessage* message = ZRTaskGetMessage(false);
         if (message == nullptr) Log("nothing");
         ZRTaskReply(message, 5);
-        ZRTaskSignal(tasks['d'], 1);
       });
-      tasks['c'] = Spawn("client", [this] {
+      client = Spawn("client", [&] {
         uint32_t reply = 7;
-        ZRTaskSendValue(tasks['d'], 1, &reply);
+        ZRTaskSendValue(dispatcher, 1, &reply);
         Log("answered " + std::to_string(reply));
       });
       Spawn("killer", [&] {
         ZRTaskYield();
-        EXPECT_EQ(ZRTaskGetState(tasks['c']), TaskState::kReplyWait);
-        ZRTaskKill(row.victim == '-' ? 1 : tasks[row.victim]);
-        ZRTaskYield();
-        if (row.victim == 's') ZRTaskSignal(tasks['d'], 1);
+        EXPECT_EQ(ZRTaskGetState(client), TaskState::kReplyWait);
+        for (const TaskId task : {dispatcher, server, client}) {
+          if (ZRTaskGetName(task) == std::string(row.victim)) ZRTaskKill(task);
+        }
+        for (int i = 0; i < 4; ++i) ZRTaskYield();
+        ZRTaskSignal(dispatcher, 1);
       });
     });
     EXPECT_EQ(TakeLog(), row.log);

@@ -109,51 +109,32 @@ class TaskPoolsModelTest : public test::KernelTest {
     std::function<void()> action;
     uint32_t runs = 0;  // the id of the job whose run it makes
   };
-  static TaskPoolsModelTest*& Self() {
-    static TaskPoolsModelTest* self;
-    return self;
-  }
 
   void Drive(Random& random);
   void Step(Random& random);
-  void Submit(uint32_t agent, uint32_t count, uint32_t flags);
   void Compare();
   // Lets the agent do it, until it is done or in the middle of a run.
   void Do(Agent& agent, std::function<void()> action);
-  static void Run(uintptr_t id);
-  static void Complete(uintptr_t id) { Self()->completed_.push_back(static_cast<uint32_t>(id)); }
+  static void Run(uintptr_t id) {
+    Agent& agent = *reinterpret_cast<Agent*>(ZRTaskGetUserWord(0));
+    agent.runs = static_cast<uint32_t>(id);
+    ZRTaskWaitEvents(1);
+    agent.runs = 0;
+  }
+  static void Complete(uintptr_t id) { completed_.push_back(static_cast<uint32_t>(id)); }
 
   ZRTaskPool* pool_ = nullptr;
   Model model_;
   std::vector<Agent> agents_;
-  std::vector<uint32_t> completed_;
   uint32_t last_id_ = 0;
-  bool stopping_ = false;
+  static inline std::vector<uint32_t> completed_;
 };
-
-void TaskPoolsModelTest::Run(uintptr_t id) {
-  const auto is_current = [](const Agent& agent) { return agent.task == ZRTaskCurrent(); };
-  Agent& agent = *std::ranges::find_if(Self()->agents_, is_current);
-  agent.runs = static_cast<uint32_t>(id);
-  ZRTaskWaitEvents(1);
-  agent.runs = 0;
-}
 
 void TaskPoolsModelTest::Do(Agent& agent, std::function<void()> action) {
   agent.action = std::move(action);
   ZRTaskSignal(agent.task, 1);
   do ZRTaskYield();
   while (ZRTaskGetState(agent.task) == qv::TaskState::kReady);
-}
-
-void TaskPoolsModelTest::Submit(uint32_t agent, uint32_t count, uint32_t flags) {
-  const uint32_t id = ++last_id_;
-  model_.Submit(id, agent, count, flags);
-  Do(agents_[agent], [this, id, count, flags] {
-    ZRTaskPoolSubmit(
-        pool_, Run, Complete, [](uintptr_t) { return false; }, id, count,
-        flags | qv::kPoolAlwaysQueue);
-  });
 }
 
 void TaskPoolsModelTest::Step(Random& random) {
@@ -166,7 +147,12 @@ void TaskPoolsModelTest::Step(Random& random) {
   if (random() % 2 == 0) {
     constexpr uint32_t kFlags = qv::kPoolUrgent | qv::kPoolBackground | qv::kPoolMayWait |
                                 qv::kPoolMayCancel | qv::kPoolUncounted;
-    return Submit(index, random() % 5, random() & random() & kFlags);
+    const uint32_t id = ++last_id_, count = random() % 5, flags = random() & random() & kFlags;
+    model_.Submit(id, index, count, flags);
+    return Do(agent, [this, id, count, flags] {
+      const auto gives_up = [](uintptr_t) { return false; };
+      ZRTaskPoolSubmit(pool_, Run, Complete, gives_up, id, count, flags | qv::kPoolAlwaysQueue);
+    });
   }
   const ModelJob job = model_.Start();
   if (job.cancel) model_.End(job.id);
@@ -203,8 +189,7 @@ void TaskPoolsModelTest::Drive(Random& random) {
   std::ranges::sort(completed_);
   EXPECT_EQ(completed_.size(), last_id_);
   EXPECT_EQ(std::ranges::adjacent_find(completed_), completed_.end());
-  stopping_ = true;
-  for (const Agent& agent : agents_) ZRTaskSignal(agent.task, 1);
+  for (const Agent& agent : agents_) ZRTaskKill(agent.task);
 }
 
 void TaskPoolsModelTest::RunSeed(uint32_t seed) {
@@ -216,14 +201,13 @@ void TaskPoolsModelTest::RunSeed(uint32_t seed) {
   agents_.assign(kAgents, {});
   completed_.clear();
   last_id_ = 0;
-  stopping_ = false;
-  Self() = this;
   RunTasks([&] {
     pool_ = ZRTaskPoolNew("P", model_.entries, 0, model_.limit, stack_size);
     for (Agent& agent : agents_) {
-      agent.task = Spawn("agent", [this, &agent] {
-        while (ZRTaskWaitEvents(1), !stopping_) std::exchange(agent.action, nullptr)();
+      agent.task = Spawn("agent", [&agent] {
+        for (;; std::exchange(agent.action, nullptr)()) ZRTaskWaitEvents(1);
       });
+      ZRTaskSetUserWord(agent.task, reinterpret_cast<uintptr_t>(&agent));
     }
     Spawn("driver", [&] { Drive(random); });
   });
