@@ -12,6 +12,16 @@ bool IsSemaphore(const ZRSemaphore* semaphore) {
   return semaphore != nullptr && semaphore->magic == ZRSemaphore::kMagic;
 }
 
+// A count that outgrows 32 bits wraps.
+void Add(ZRSemaphore* semaphore, int32_t units) {
+  semaphore->count =
+      static_cast<int32_t>(static_cast<uint32_t>(semaphore->count) + static_cast<uint32_t>(units));
+}
+void Take(ZRSemaphore* semaphore, int32_t units) {
+  semaphore->count =
+      static_cast<int32_t>(static_cast<uint32_t>(semaphore->count) - static_cast<uint32_t>(units));
+}
+
 ZRSemaphore* SemaphoreOf(const TCB* task) {
   return reinterpret_cast<ZRSemaphore*>(task->wait_argument);
 }
@@ -33,7 +43,7 @@ void Serve(ZRSemaphore* semaphore) {
       continue;
     }
     if (semaphore->count < waiter->wait_units) return;
-    semaphore->count -= waiter->wait_units;
+    Take(semaphore, waiter->wait_units);
     Grant(semaphore, waiter);
   }
 }
@@ -89,7 +99,7 @@ void ReleaseSemaphore(TCB* task) {
   if ((task->flags & kUnitsGranted) != 0) {
     task->flags &= ~kUnitsGranted;
     --semaphore->granted;
-    semaphore->count += task->wait_units;
+    Add(semaphore, task->wait_units);
   } else if (task->state != TaskState::kSemaWait || semaphore == nullptr) {
     return;
   }
@@ -127,13 +137,13 @@ bool ZRTaskGetSemaphore(ZRSemaphore* semaphore, int32_t units, bool wait) {
     if (!wait) return false;
     if (qv::MayBlock(kernel)) return qv::Block(kernel, semaphore, units);
   }
-  semaphore->count -= units;
+  qv::Take(semaphore, units);
   return true;
 }
 
 bool ZRTaskRelSemaphore(ZRSemaphore* semaphore, int32_t units) {
   if (!qv::IsSemaphore(semaphore)) return false;
-  semaphore->count += units;
+  qv::Add(semaphore, units);
   qv::Serve(semaphore);
   return true;
 }

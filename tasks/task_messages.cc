@@ -28,6 +28,16 @@ ZRTaskMessage* Dequeue(TCB* receiver) {
   return message;
 }
 
+// Posts it, as the current task.
+void Deliver(TCB* receiver, ZRTaskMessage* message) {
+  const TCB* sender = TaskOf(0);
+  message->sender = sender != nullptr ? sender->id : 0;
+  Enqueue(receiver, message);
+  if (receiver->state == TaskState::kWaiting && (receiver->wait_argument & receiver->events) != 0) {
+    MakeReady(receiver);
+  }
+}
+
 // Takes a message out of the middle of a queue; nothing when it is not there.
 void Withdraw(TCB* receiver, const ZRTaskMessage* message) {
   ZRTaskMessage* before = nullptr;
@@ -71,14 +81,20 @@ bool WaitsFor(const TCB* task, const ZRTaskMessage* message) {
          task->wait_argument == reinterpret_cast<uintptr_t>(message);
 }
 
+// Of those who called the current task the one that waits for the reply to this message.
+TCB* CallerOfCurrent(const ZRTaskMessage* message) {
+  const TCB* current = TaskOf(0);
+  if (current == nullptr) return nullptr;
+  for (TCB* caller = current->first_caller; caller != nullptr; caller = caller->next_caller) {
+    if (WaitsFor(caller, message)) return caller;
+  }
+  return nullptr;
+}
+
 // The task that waits for the reply to a message. Those who called the current task come first;
 // the message itself may be gone with its sender and is not looked at.
 TCB* FindCaller(const KernelState& kernel, const ZRTaskMessage* message) {
-  if (const TCB* current = kernel.current) {
-    for (TCB* caller = current->first_caller; caller != nullptr; caller = caller->next_caller) {
-      if (WaitsFor(caller, message)) return caller;
-    }
-  }
+  if (TCB* caller = CallerOfCurrent(message)) return caller;
   for (TCB* task = kernel.wait.head; task != nullptr; task = task->next) {
     if (WaitsFor(task, message)) return task;
   }
@@ -109,21 +125,20 @@ void ReleaseMessages(TCB* task) {
 bool ZRTaskPostMessage(TaskId id, ZRTaskMessage* message) {
   TCB* receiver = qv::TaskOf(id);
   if (receiver == nullptr || message == nullptr) return false;
-  const TCB* sender = qv::TaskOf(0);
-  message->sender = sender != nullptr ? sender->id : 0;
-  qv::Enqueue(receiver, message);
-  if (receiver->state == qv::TaskState::kWaiting &&
-      (receiver->wait_argument & receiver->events) != 0) {
-    MakeReady(receiver);
+  if (TCB* caller = qv::CallerOfCurrent(message)) {
+    qv::RemoveCaller(caller);
+    qv::AddCaller(receiver, caller);
   }
+  qv::Deliver(receiver, message);
   return true;
 }
 
 bool ZRTaskSendMessage(TaskId id, ZRTaskMessage* message, uint32_t* reply) {
   qv::KernelState& kernel = qv::TheKernel();
   TCB* receiver = qv::TaskOf(id);
-  if (!qv::CanWait(kernel) || !ZRTaskPostMessage(id, message)) return false;
+  if (!qv::CanWait(kernel) || receiver == nullptr || message == nullptr) return false;
   TCB* task = kernel.current;
+  qv::Deliver(receiver, message);
   qv::AddCaller(receiver, task);
   task->state = qv::TaskState::kReplyWait;
   task->wait_argument = reinterpret_cast<uintptr_t>(message);

@@ -14,7 +14,9 @@
 // Threads: the kernel thread. A task that ends lets its queue go: posted records are unlinked, and
 // senders that wait for its reply get 0. What a task has posted stays with the receiver when it
 // ends; what it waits on is taken back. A receiver that has taken it already holds a record that is
-// gone: its reply is ignored, unless another sender waits on a record in the same place.
+// gone: its reply is ignored, unless another sender waits on a record in the same place. A receiver
+// may pass a message on by posting it, though its sender waits: the sender then waits for the next
+// task's reply. Or it may send it on, and reply when it has its own answer.
 #pragma once
 
 #include <cstdint>

@@ -4,6 +4,7 @@
 
 #include "base/clock.h"
 #include "tasks/kernel_state.h"
+#include "tasks/pool_link.h"
 
 namespace qv {
 
@@ -43,6 +44,7 @@ void ZRTaskResetStatistics() {
 
 void ZRTaskResetWorkerStatistics() {
   if (qv::TheWorkerLink().reset_statistics != nullptr) qv::TheWorkerLink().reset_statistics();
+  if (qv::ThePoolLink().reset_statistics != nullptr) qv::ThePoolLink().reset_statistics();
 }
 
 uint32_t ZRTaskTakeRuns(TaskId id) {

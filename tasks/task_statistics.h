@@ -45,7 +45,7 @@ bool GetTaskStatistics(TaskId task, TaskStatistics* statistics);
 }  // namespace qv
 
 void ZRTaskResetStatistics();
-// The workers' own figures start anew, where there are workers.
+// The figures of the workers and of the task pools start anew, where there are any.
 void ZRTaskResetWorkerStatistics();
 // The runs since it was last called for the task; 0 for an id that is not valid.
 uint32_t ZRTaskTakeRuns(TaskId task);

@@ -68,6 +68,10 @@ TEST_F(SemaphoresTest, UnitsWithoutWaiting) {
     EXPECT_TRUE(ZRTaskRelSemaphore(semaphore, 1));
     EXPECT_TRUE(ZRTaskWaitSemaphore(semaphore, 1));  // keeps nothing
     EXPECT_EQ(semaphore->count, 1);
+    ZRTaskRelSemaphore(semaphore, INT32_MAX);  // more than a count can say
+    EXPECT_FALSE(ZRTaskGetSemaphore(semaphore, INT32_MIN + 1, false));
+    ZRTaskGetSemaphore(semaphore, INT32_MIN, false);
+    EXPECT_EQ(semaphore->count, 0);
     ZRTaskDisposeSemaphore(&semaphore);
   });
 }

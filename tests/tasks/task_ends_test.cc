@@ -212,6 +212,48 @@ TEST_F(TaskEndsTest, NobodyWaitsForATaskThatIsGone) {
   }
 }
 
+// A message that was passed on belongs to whoever waits for its reply, whichever task ends.
+TEST_F(TaskEndsTest, APassedOnMessageGoesWithItsSender) {
+  const struct {
+    const char* victim;
+    const char* log;
+  } kRows[] = {{"none", "answered 5"},
+               {"dispatcher", "answered 5"},
+               {"server", "answered 0"},
+               {"client", "nothing"}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.victim);
+    TaskId dispatcher, server, client;
+    RunTasks([&] {
+      dispatcher = Spawn("dispatcher", [&] {
+        ZRTaskPostMessage(server, ZRTaskGetMessage(true));
+        ZRTaskWaitEvents(1);
+      });
+      server = Spawn("server", [&] {
+        for (int i = 0; i < 3; ++i) ZRTaskYield();
+        ZRTaskMessage* message = ZRTaskGetMessage(false);
+        if (message == nullptr) Log("nothing");
+        ZRTaskReply(message, 5);
+      });
+      client = Spawn("client", [&] {
+        uint32_t reply = 7;
+        ZRTaskSendValue(dispatcher, 1, &reply);
+        Log("answered " + std::to_string(reply));
+      });
+      Spawn("killer", [&] {
+        ZRTaskYield();
+        EXPECT_EQ(ZRTaskGetState(client), TaskState::kReplyWait);
+        for (const TaskId task : {dispatcher, server, client}) {
+          if (ZRTaskGetName(task) == std::string(row.victim)) ZRTaskKill(task);
+        }
+        for (int i = 0; i < 4; ++i) ZRTaskYield();
+        ZRTaskSignal(dispatcher, 1);
+      });
+    });
+    EXPECT_EQ(TakeLog(), row.log);
+  }
+}
+
 TEST_F(TaskEndsTest, ATaskInIOWaitIsKilledWhenItsJobIsCollected) {
   RunTasks([this] {
     static int job, other_job;

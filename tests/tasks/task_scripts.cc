@@ -21,6 +21,7 @@ void ScriptTest::Play(const std::string& steps) {
     return static_cast<int32_t>(value);
   };
   while (*at != '\0') {
+    if (PlayOwn(&at)) continue;
     switch (const char step = *at++) {
       case 'x':
         LogName();
@@ -89,15 +90,16 @@ TaskId ScriptTest::Create(char name) {
 std::string ScriptTest::RunScripts(const std::vector<std::string>& scripts,
                                    const std::function<void()>& begin) {
   steps_.clear();
+  tasks_.clear();
   Run([&] {
     start_ = ZRMicroseconds(true);
     semaphore_ = ZRTaskNewSemaphore(1);
+    begin();
     for (const std::string& script : scripts) {
       const char name = script[0];
       steps_[name] = script.substr(2);
       if (name >= 'a') Create(name);
     }
-    begin();
     ZRTaskLeaveCritical();
     ZRTaskYield();
     ZRTaskDisposeSemaphore(&semaphore_);

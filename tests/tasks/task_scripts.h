@@ -25,20 +25,24 @@ namespace test {
 
 class ScriptTest : public KernelTest {
  protected:
-  // What the tasks wrote, pieces separated by blanks. `begin` runs before the first switch.
+  // What the tasks wrote, pieces separated by blanks. `begin` runs before they exist.
   std::string RunScripts(
       const std::vector<std::string>& scripts, const std::function<void()>& begin = [] {});
+
+  void Play(const std::string& steps);
+  // A suite's own steps: reads the one at *at and what belongs to it. False for none of them.
+  virtual bool PlayOwn(const char**) { return false; }
+
+  std::map<char, std::string> steps_;  // of the scripts, by their names
+  std::map<char, TaskId> tasks_;
 
   std::function<void(uint64_t)> keep_processor = [](uint64_t) {};  // +N
   std::function<void()> restart_clock = [] {};                     // ~
 
  private:
-  void Play(const std::string& steps);
   TaskId Create(char name);
   void WriteTime();
 
-  std::map<char, std::string> steps_;
-  std::map<char, TaskId> tasks_;
   ZRSemaphore* semaphore_ = nullptr;
   uint64_t start_ = 0;
 };
