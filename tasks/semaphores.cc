@@ -61,8 +61,14 @@ bool MayBlock(const KernelState& kernel) {
   return false;
 }
 
-// True with the units, false when the semaphore is gone.
-bool Block(KernelState& kernel, ZRSemaphore* semaphore, int32_t units) {
+// How a request for units ended.
+enum class Units {
+  kNone,  // not to be had without waiting, or the semaphore is gone
+  kTaken,
+  kTakenAndGone,  // given, and before the task ran the semaphore was disposed of
+};
+
+Units Block(KernelState& kernel, ZRSemaphore* semaphore, int32_t units) {
   TCB* task = kernel.current;
   task->wait_argument = reinterpret_cast<uintptr_t>(semaphore);
   task->wait_units = units;
@@ -70,11 +76,23 @@ bool Block(KernelState& kernel, ZRSemaphore* semaphore, int32_t units) {
   LeaveList(task);
   semaphore->waiters.Append(task);
   ChooseAndSwitch();
-  if ((task->flags & kUnitsGranted) != 0) {
-    task->flags &= ~kUnitsGranted;
-    --semaphore->granted;
+  if ((task->flags & kUnitsGranted) == 0) {
+    return task->wait_argument != 0 ? Units::kTakenAndGone : Units::kNone;
   }
-  return task->wait_argument != 0;
+  task->flags &= ~kUnitsGranted;
+  --semaphore->granted;
+  return Units::kTaken;
+}
+
+Units Request(ZRSemaphore* semaphore, int32_t units, bool wait) {
+  if (!IsSemaphore(semaphore)) return Units::kNone;
+  KernelState& kernel = TheKernel();
+  if (semaphore->count < units) {
+    if (!wait) return Units::kNone;
+    if (MayBlock(kernel)) return Block(kernel, semaphore, units);
+  }
+  Take(semaphore, units);
+  return Units::kTaken;
 }
 
 // Tasks that have their units, and will not find the semaphore when they run.
@@ -131,14 +149,7 @@ bool ZRTaskDisposeSemaphore(ZRSemaphore** variable) {
 }
 
 bool ZRTaskGetSemaphore(ZRSemaphore* semaphore, int32_t units, bool wait) {
-  qv::KernelState& kernel = qv::TheKernel();
-  if (!qv::IsSemaphore(semaphore)) return false;
-  if (semaphore->count < units) {
-    if (!wait) return false;
-    if (qv::MayBlock(kernel)) return qv::Block(kernel, semaphore, units);
-  }
-  qv::Take(semaphore, units);
-  return true;
+  return qv::Request(semaphore, units, wait) != qv::Units::kNone;
 }
 
 bool ZRTaskRelSemaphore(ZRSemaphore* semaphore, int32_t units) {
@@ -150,7 +161,7 @@ bool ZRTaskRelSemaphore(ZRSemaphore* semaphore, int32_t units) {
 
 bool ZRTaskWaitSemaphore(ZRSemaphore* semaphore, int32_t units) {
   if (!qv::IsSemaphore(semaphore)) return false;
-  if (semaphore->count < units && ZRTaskGetSemaphore(semaphore, units, true)) {
+  if (semaphore->count < units && qv::Request(semaphore, units, true) == qv::Units::kTaken) {
     ZRTaskRelSemaphore(semaphore, units);
   }
   return true;

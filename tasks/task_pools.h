@@ -19,13 +19,15 @@
 // per_task_limit is not 0, a submitter whose outstanding runs exceed it has to wait (or is refused)
 // as if there were no entry, and a job begins with no more runs than the limit leaves, but with
 // one. Only those count as outstanding, until the whole job is over; further runs, which are made
-// when workers have nothing better to do, do not.
+// when workers have nothing better to do, do not. What a 32-bit count of outstanding runs cannot
+// hold finds no room either.
 //
 // Where a job is not queued but run at once by the caller, once and whatever its count: in a pool
 // without entries or without a worker that has begun (workers begin when they first get the
 // processor; a null pool has none), inside a run of the same pool, and when a submitter without
-// can_wait would only wait for a single run. kPoolAlwaysQueue queues it all the same. A synchronous
-// job is always run by the caller where it cannot wait: in a critical region, or without a task.
+// can_wait would only wait for a single run. kPoolAlwaysQueue queues it all the same: a run that
+// waits for such a job needs another worker to make it. A synchronous job is always run by the
+// caller where it cannot wait: in a critical region, or without a task.
 //
 // Waiting. Submitters that wait for an entry stand in a line, which a newcomer may pass when an
 // entry is free. Where all workers of a pool have been killed or none could be made, those who wait

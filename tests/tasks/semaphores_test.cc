@@ -94,6 +94,22 @@ TEST_F(SemaphoresTest, WaitingWithoutKeeping) {
   });
 }
 
+// Nothing is given back to a semaphore that is gone, nor to another one in its place.
+TEST_F(SemaphoresTest, DisposedOfBetweenTheUnitsAndTheWaitersTurn) {
+  RunTasks([&] {
+    semaphore = ZRTaskNewSemaphore(0);
+    Spawn("waiter", [this] { EXPECT_TRUE(ZRTaskWaitSemaphore(semaphore, 1)); });
+    Spawn("releaser", [&] {
+      ZRTaskRelSemaphore(semaphore, 1);
+      ZRTaskDisposeSemaphore(&semaphore);
+      semaphore = ZRTaskNewSemaphore(0);
+      ZRTaskYield();
+      EXPECT_EQ(semaphore->count, 0);
+      ZRTaskDisposeSemaphore(&semaphore);
+    });
+  });
+}
+
 TEST_F(SemaphoresTest, WhatIsNoSemaphoreIsLeftAlone) {
   ZRSemaphore foreign;
   foreign.magic = ZRSemaphore::kDisposedMagic;

@@ -315,19 +315,20 @@ const struct {
      "0:0/0:4/4/4:0/0/0:0/0/0:0/0/0"},
 };
 
-TEST_F(TaskPoolsTest, Scripts) {
-  for (const auto& row : kScripts) {
-    SCOPED_TRACE(row.name);
-    auto scripts = row.scripts;
-    if (test::OnWindows() && scripts.back().find('+') != std::string::npos)
-      continue;  // its clock runs
-    scripts.push_back("z:E");
-    EXPECT_EQ(RunScripts(scripts,
-                         [&] {
-                           pool = ZRTaskPoolNew("P", row.size.entries, row.size.workers,
-                                                row.size.limit, stack_size);
-                         }),
-              row.log);
+TEST_F(TaskPoolsTest, ScriptsInBothModes) {
+  const bool clock_stands = !test::OnWindows();
+  for (const char* mode : {"QVSetup/Fibers=1", "QVSetup/Fibers=0"}) {
+    Set(mode);
+    for (const auto& [name, size, scripts, expected] : kScripts) {
+      if (!clock_stands && scripts.back().find('+') != std::string::npos) continue;
+      SCOPED_TRACE(std::string(mode) + ", " + name);
+      auto all = scripts;
+      all.push_back("z:E");
+      const auto make_pool = [&, size = size] {
+        pool = ZRTaskPoolNew("P", size.entries, size.workers, size.limit, stack_size);
+      };
+      EXPECT_EQ(RunScripts(all, make_pool), expected);
+    }
   }
 }
 
