@@ -49,7 +49,7 @@ ZRError CDiskFile::RawReadAt(void* buffer, uint32_t* count, uint64_t offset) {
             Low(offset), buffer, wished, wished);
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
   if (native != 0) {
-    TraceFile(kTraceTransfers, "FAILED! %lu (%lXh)\n", request.count, request.count);
+    TraceFile(kTraceTransfers, "FAILED! %lu (%lXh)\n", wished, wished);
     return ZRTranslateNativeError(native);
   }
   *count = request.count;
