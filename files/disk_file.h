@@ -261,6 +261,7 @@ class CDiskFile : public CCountedObject {
   char name_[kNameSize] = {};
   void* file_ = reinterpret_cast<void*>(intptr_t{-1});  // -1: not open
   bool opening_ = false;
+  uint32_t open_error_ = 0;  // the platform's, of the latest open
   uint32_t level_ = 0;
   char subfolder_[kNameSize] = {};
   qv::FolderListing listing_;

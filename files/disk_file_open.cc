@@ -73,8 +73,13 @@ ZRError CDiskFile::OpenExclusive() { return Open(kFileRead | kFileWrite, kShareN
 
 ZRError CDiskFile::Open(uint32_t access, uint32_t share) {
   const ZRError error = OpenHere(access, share);
-  const bool is_refusal = error == ZRErrAccess || error == ZRErrWriteProtected;
-  if (!is_refusal || (access & kFileWrite) == 0 || !IsSharedLevel(level_)) return error;
+  // A file in use is ZRErrAccess too, but needs no copy.
+  const bool may_not_write =
+      open_error_ == ERROR_ACCESS_DENIED || open_error_ == ERROR_WRITE_PROTECT;
+  const bool tried = error == ZRErrAccess || error == ZRErrWriteProtected;
+  if (!tried || !may_not_write || (access & kFileWrite) == 0 || !IsSharedLevel(level_)) {
+    return error;
+  }
   return OpenOwnCopy(access, share, error);
 }
 
@@ -130,6 +135,7 @@ ZRError CDiskFile::OpenNative(char* path, uint32_t access, uint32_t share) {
   opening_ = true;
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
   opening_ = false;
+  open_error_ = native;
   if (native != 0) {
     TraceFile(kTraceOpens, " - error %lu (%08lxh)\n", native, native);
     return ZRTranslateNativeError(native, path);

@@ -162,8 +162,10 @@ void FreePool(ZRTaskPool* pool) {
 
 bool MakeEntries(ZRTaskPool* pool, uint32_t entries) {
   if (entries == 0) return true;
-  if (entries > SIZE_MAX / sizeof(ZRTaskPoolJob)) return false;
-  pool->jobs = static_cast<ZRTaskPoolJob*>(GlobalHooks().allocate(entries * sizeof(ZRTaskPoolJob)));
+  const uint64_t bytes = uint64_t{entries} * sizeof(ZRTaskPoolJob);
+  const auto size = static_cast<size_t>(bytes);
+  if (size != bytes) return false;
+  pool->jobs = static_cast<ZRTaskPoolJob*>(GlobalHooks().allocate(size));
   if (pool->jobs == nullptr) return false;
   for (uint32_t i = 0; i < entries; ++i) pool->free.Take(new (&pool->jobs[i]) ZRTaskPoolJob);
   pool->free.least = pool->capacity = entries;

@@ -126,7 +126,7 @@ void StopRunning(WorkersState& workers, uint32_t pause) {
 }
 
 int32_t Choose(uint32_t* choice, uint32_t value) {
-  if (Workers().stage != WorkersState::kNotStarted) return 0;
+  if (Workers().stage != WorkersState::kNeverStarted) return 0;
   *choice = value;
   return 1;
 }
@@ -151,14 +151,14 @@ void ResetWorkersForTest() {
   StopRunning(workers, 0);
   workers.default_threads = workers.default_dedicated = kNotPreset;
   workers.level = workers.dedicated_level = kNotPreset;
-  workers.stage = WorkersState::kNotStarted;
+  workers.stage = WorkersState::kNeverStarted;
 }
 
 }  // namespace qv
 
 int32_t ZRWorkersStart() {
   qv::WorkersState& workers = qv::Workers();
-  if (workers.stage != qv::WorkersState::kNotStarted) return 1;
+  if (workers.stage != qv::WorkersState::kNeverStarted) return 1;
   const qv::Plans plans = qv::ReadPlans(workers);
   qv::FindTestAlert(workers);
   if (!qv::StartPools(workers, plans)) {

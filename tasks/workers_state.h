@@ -15,8 +15,8 @@ constexpr uint32_t kNotPreset = 0xFFFFFFFF;
 
 // The kernel thread's, but for the stage.
 struct WorkersState {
-  enum Stage : uint8_t { kNotStarted, kRunning, kStopped };
-  std::atomic<Stage> stage{kNotStarted};
+  enum Stage : uint8_t { kNeverStarted, kRunning, kStopped };
+  std::atomic<Stage> stage{kNeverStarted};
 
   // --- the host's choices, before the start ---
   uint32_t default_threads = kNotPreset;
