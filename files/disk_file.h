@@ -252,6 +252,8 @@ class CDiskFile : public CCountedObject {
   ZRError Name(const char* path);
   ZRError RenameTarget(const char* new_name, char* target) const;
   bool PlaceOf(int64_t offset, uint32_t mode, uint64_t* place) const;
+  ZRError RefuseRead(const char* message, int32_t value) const;
+  ZRError FinishMove(uint32_t trace, ZRError error, const char* target);
   ZRError FinishWrite(uint32_t native, uint32_t written, int32_t length, uint32_t mode);
 
   bool use_worker_;

@@ -49,6 +49,12 @@ ZRError CDiskFile::Name(const char* path) {
   return qv::CopyWhole(path, folder_, kFolderSize);
 }
 
+// The end of a move that answered `error`.
+ZRError CDiskFile::FinishMove(uint32_t trace, ZRError error, const char* target) {
+  TraceFile(trace, error == ZRErrNone ? "OK\n" : "FAILED!\n");
+  return error == ZRErrNone ? Name(target) : error;
+}
+
 ZRError CDiskFile::MoveIntoFolder(const char* source, const char* folder, uint8_t* unique_name,
                                   char* target) {
   qv::UniqueNames names(folder);
@@ -79,12 +85,7 @@ ZRError CDiskFile::MoveTo(CDiskFile* destination, uint8_t* unique_name) {
     TraceFile(kTraceTransfers, "ZRFile: MOVEFILE(\"%s\" to \"%s\") -- ", source, target);
     error = Move(source, target);
   }
-  if (error != ZRErrNone) {
-    TraceFile(kTraceTransfers, "FAILED!\n");
-    return error;
-  }
-  TraceFile(kTraceTransfers, "OK\n");
-  return Name(target);
+  return FinishMove(kTraceTransfers, error, target);
 }
 
 ZRError CDiskFile::RenameTarget(const char* new_name, char* target) const {
@@ -118,13 +119,7 @@ ZRError CDiskFile::Rename(const char* new_name) {
   }
   EndFind();
   TraceFile(kTraceOpens, "ZRFile: RENAME(\"%s\" to \"%s\") -- ", source, target);
-  error = Move(source, target);
-  if (error != ZRErrNone) {
-    TraceFile(kTraceOpens, "FAILED!\n");
-    return error;
-  }
-  TraceFile(kTraceOpens, "OK\n");
-  return Name(target);
+  return FinishMove(kTraceOpens, Move(source, target), target);
 }
 
 ZRError CDiskFile::CreateUnique(bool folder) {

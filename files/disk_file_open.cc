@@ -29,12 +29,30 @@ bool IsSharedLevel(uint32_t level) {
          level == kLocationApplicationToo;
 }
 
-// Over an empty file. False, and nothing left, when that fails.
-bool MakeWritableCopy(const char* from, const char* to) {
-  // A copy takes the protection from writing along.
-  if (CopyFileA(from, to, FALSE) && SetFileAttributesA(to, FILE_ATTRIBUTE_NORMAL)) return true;
-  DeleteFileA(to);
-  return false;
+// Everything from the mark of one open file on, to the mark of another.
+bool CopyBytes(CDiskFile& from, CDiskFile& to) {
+  constexpr uint32_t kBlock = 65536;
+  const qv::HookBlock block(kBlock);
+  if (block.data() == nullptr) return false;
+  for (ZRError error = ZRErrNone; error != ZRErrEOF;) {
+    uint32_t count = kBlock;
+    error = from.Read(block.data(), &count);
+    if (error != ZRErrNone && error != ZRErrEOF) return false;
+    if (to.Write(block.data(), static_cast<int32_t>(count)) != ZRErrNone) return false;
+  }
+  return true;
+}
+
+// Fills an empty file. Both are closed afterwards; a file that is not whole is deleted. The
+// system's own copy would take the protection from writing along.
+bool FillCopy(CDiskFile& from, CDiskFile& to) {
+  bool done = from.OpenHere(kFileRead, kShareRead) == ZRErrNone &&
+              to.OpenHere(kFileWrite, kShareNone) == ZRErrNone && CopyBytes(from, to);
+  from.Close();
+  const ZRError closed = to.Close();
+  done = done && closed == ZRErrNone;
+  if (!done) to.Delete();
+  return done;
 }
 
 struct OpenMode {
@@ -85,23 +103,19 @@ ZRError CDiskFile::Open(uint32_t access, uint32_t share) {
 
 ZRError CDiskFile::OpenOwnCopy(uint32_t access, uint32_t share, ZRError refusal) {
   CDiskFile shared, own;
+  shared.UseWorker(use_worker_);
+  own.UseWorker(use_worker_);
   // The object may have gone elsewhere since it was at its level.
-  if (shared.GoToLevelFolder(level_, subfolder_) != ZRErrNone || Exists() == false ||
+  if (fork_ != kDataFork || shared.GoToLevel(level_, subfolder_, name_) != ZRErrNone ||
       std::strcmp(shared.folder_, folder_) != 0) {
     return refusal;
   }
-  char from[kPathSize], to[kPathSize];
   ZRError error = own.GoToLevel(kOwnLevel, subfolder_, name_);
-  const bool is_there = error == ZRErrNone;
-  // Makes the folders, and shows that a file can be made there.
-  if (error == ZRErrNotFound) error = own.CreateAtLevel(kOwnLevel, subfolder_, name_);
-  if (error != ZRErrNone || GetNativePath(from, sizeof from) != ZRErrNone ||
-      own.GetNativePath(to, sizeof to) != ZRErrNone) {
-    return refusal;
+  if (error == ZRErrNotFound) {
+    error = own.CreateAtLevel(kOwnLevel, subfolder_, name_);
+    if (error == ZRErrNone && !FillCopy(shared, own)) return refusal;
   }
-  if (!is_there && !MakeWritableCopy(from, to)) return refusal;
-  own.fork_ = fork_;
-  if (own.OpenHere(access, share) != ZRErrNone) return refusal;
+  if (error != ZRErrNone || own.OpenHere(access, share) != ZRErrNone) return refusal;
   std::memcpy(folder_, own.folder_, sizeof folder_);
   level_ = kOwnLevel;
   std::swap(file_, own.file_);

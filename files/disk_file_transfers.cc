@@ -101,20 +101,23 @@ ZRError CDiskFile::RawWriteAt(const void* bytes, int32_t length, int64_t offset,
 
 // --- as callers use them ---
 
+ZRError CDiskFile::RefuseRead(const char* message, int32_t value) const {
+  char path[kPathSize];
+  const bool has_path = GetNativePath(path, sizeof path) == ZRErrNone;
+  ZRMessage(message, value, has_path ? path : "(unknown)");
+  return ZRErrParam;
+}
+
 ZRError CDiskFile::ReadAt(void* buffer, uint32_t* count, int64_t offset, uint32_t mode) {
   const uint32_t wished = std::exchange(*count, 0);
   if (wished == 0) return ZRErrNone;
-  char path[kPathSize];
-  const char* shown = GetNativePath(path, sizeof path) == ZRErrNone ? path : "(unknown)";
   uint64_t place = 0;
   if (!PlaceOf(offset, mode, &place)) {
-    ZRMessage("Invalid seek options (%d) reading file: %s", mode, shown);
-    return ZRErrParam;
+    return RefuseRead("Invalid seek options (%d) reading file: %s", static_cast<int32_t>(mode));
   }
   if (mode == kFromMark && place < static_cast<uint64_t>(offset)) return ZRErrEOF;
   if (place > kLargestPlace) {
-    ZRMessage("Invalid offset (%d) reading file: %s", static_cast<int32_t>(place), shown);
-    return ZRErrParam;
+    return RefuseRead("Invalid offset (%d) reading file: %s", static_cast<int32_t>(place));
   }
   *count = wished;
   const ZRError error = RawReadAt(buffer, count, place);

@@ -114,4 +114,37 @@ TEST(DiskFileHostTest, EveryCallFailsInTurn) {
   test::EmptyFolder(folder);
 }
 
+// Where the user's copy is not to be had the refusal stays, and no half of one is left.
+TEST(DiskFileHostTest, OwnCopiesThatAreNotToBeHad) {
+  const std::string folder = test::TempFolder(), path = folder + "\\protected";
+  ASSERT_EQ(ZRSetAppFolder(folder.c_str()), ZRErrNone);
+  ASSERT_TRUE(test::WriteWholeFile(path, "shared"));
+  ASSERT_TRUE(SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY));
+  const struct {
+    const char* call;
+    uint32_t nth;
+  } kRows[] = {{"CreateFileA", 2},  // makes the file; the first is the open that is refused
+               {"CreateFileA", 3},  // opens the source
+               {"CreateFileA", 4},  // opens the copy to fill it
+               {"ReadFile", 1},    {"WriteFile", 1},
+               {"CreateFileA", 5}};  // opens the copy, which stays: it is whole
+  CDiskFile file, own;
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(testing::Message() << row.call << " " << row.nth);
+    ASSERT_EQ(file.GoToLevel(8, nullptr, "protected"), ZRErrNone);
+    host::FailCall(row.call, row.nth, ERROR_DISK_FULL);
+    EXPECT_EQ(file.OpenExclusive(), ZRErrAccess);
+    EXPECT_EQ(host::FaultsStruck(), 1u);
+    host::ClearFaults();
+    EXPECT_EQ(file.level(), 8u);
+    EXPECT_EQ(file.folder(), folder);
+    const bool is_whole = row.nth == 5;
+    EXPECT_EQ(own.GoToLevel(3, nullptr, "protected"), is_whole ? ZRErrNone : ZRErrNotFound);
+  }
+  EXPECT_EQ(own.Delete(), ZRErrNone);
+  SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  test::EmptyFolder(folder);
+  qv::ResetLocationsForTest();
+}
+
 }  // namespace
