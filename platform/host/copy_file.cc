@@ -13,6 +13,7 @@
 #include "platform/host/native_files.h"
 #include "platform/host/open_files.h"
 #include "platform/host/paths.h"
+#include "platform/host/streams.h"
 
 namespace host {
 namespace {
@@ -116,6 +117,20 @@ DWORD CopyNative(CopyJob& job, bool fail_if_exists) {
   return 0;
 }
 
+// A file with its streams. Without one of them there is no copy.
+DWORD CopyWhole(const std::string& from, const std::string& to, bool fail_if_exists) {
+  CopyJob job{from, to, Descriptor(), Descriptor()};
+  DWORD error = CopyNative(job, fail_if_exists);
+  if (error != 0) return error;
+  DeleteStreams(to);
+  error = CopyStreams(from, to, [](const std::string& source, const std::string& target) {
+    CopyJob stream{source, target, Descriptor(), Descriptor()};
+    return CopyNative(stream, true);
+  });
+  if (error != 0) unlink(to.c_str());
+  return error;
+}
+
 }  // namespace
 }  // namespace host
 
@@ -125,7 +140,6 @@ BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists) {
   host::FoundName source = host::FindNative(from), target = host::FindNative(to);
   if (source.error != 0) return Fail(source.error, FALSE);
   if (target.error != 0) return Fail(target.error, FALSE);
-  host::CopyJob job{source.path, target.path, host::Descriptor(), host::Descriptor()};
-  DWORD error = host::CopyNative(job, fail_if_exists);
+  DWORD error = host::CopyWhole(source.path, target.path, fail_if_exists);
   return error == 0 ? TRUE : Fail(error, FALSE);
 }

@@ -11,6 +11,8 @@
 #include "platform/host/native_errors.h"
 #include "platform/host/open_files.h"
 #include "platform/host/paths.h"
+#include "platform/host/streams.h"
+#include "platform/host/text.h"
 
 namespace host {
 namespace {
@@ -67,6 +69,36 @@ DWORD OpenNative(const std::string& path, const OpenRequest& request, bool* exis
   return 0;
 }
 
+// Opens a stream. One that has to be made needs its file, which is made as well.
+DWORD OpenStream(const FoundName& name, const OpenRequest& request, bool* exists,
+                 Descriptor* stream) {
+  OpenRequest of_file = request;
+  of_file.disposition = request.MayCreate() ? OPEN_ALWAYS : OPEN_EXISTING;
+  of_file.share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  of_file.access = 0;
+  Descriptor file;
+  bool has_file = false;
+  DWORD error = OpenNative(name.stream_of, of_file, &has_file, &file);
+  if (error != 0) return error;
+  struct stat status;
+  const bool refuses = request.Writes() && fstat(file.number(), &status) == 0 &&
+                       (AttributesOf(status) & FILE_ATTRIBUTE_READONLY) != 0;
+  if (refuses) return ERROR_ACCESS_DENIED;
+  if (request.MayCreate()) error = PrepareStream(name.stream_of);
+  if (error == 0) error = OpenNative(name.path, request, exists, stream);
+  if (error != 0) ForgetEmptyStreams(name.stream_of);
+  return error;
+}
+
+DWORD OpenPlainFile(const FoundName& name, const OpenRequest& request, bool* exists,
+                    Descriptor* file) {
+  const DWORD error = OpenNative(name.path, request, exists, file);
+  // A file that begins anew has no streams.
+  const bool is_new = request.MayCreate() && (!*exists || request.disposition == CREATE_ALWAYS);
+  if (error == 0 && is_new) DeleteStreams(name.path);
+  return error;
+}
+
 HANDLE OpenFileHandle(const FoundName& name, const OpenRequest& request) {
   if (name.error != 0) return Fail(name.error, INVALID_HANDLE_VALUE);
   if (request.disposition < CREATE_NEW || request.disposition > OPEN_ALWAYS) {
@@ -74,7 +106,8 @@ HANDLE OpenFileHandle(const FoundName& name, const OpenRequest& request) {
   }
   bool exists = false;
   Descriptor file;
-  DWORD error = OpenNative(name.path, request, &exists, &file);
+  DWORD error = name.stream_of.empty() ? OpenPlainFile(name, request, &exists, &file)
+                                       : OpenStream(name, request, &exists, &file);
   struct stat status;
   if (error == 0 && fstat(file.number(), &status) != 0) error = ErrorFromNative(errno);
   if (error != 0) return Fail(error, INVALID_HANDLE_VALUE);
@@ -99,13 +132,14 @@ using host::Fail;
 HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES, DWORD disposition,
                    DWORD flags, HANDLE) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, INVALID_HANDLE_VALUE);
-  return host::OpenFileHandle(host::FindNative(path), {access, share, disposition, flags});
+  return host::OpenFileHandle(host::FindWithStream(host::WideFromAnsi(path ? path : "")),
+                              {access, share, disposition, flags});
 }
 
 HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES,
                    DWORD disposition, DWORD flags, HANDLE) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, INVALID_HANDLE_VALUE);
-  return host::OpenFileHandle(host::FindNative(path ? path : u""),
+  return host::OpenFileHandle(host::FindWithStream(path ? path : u""),
                               {access, share, disposition, flags});
 }
 

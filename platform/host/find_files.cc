@@ -15,6 +15,7 @@
 #include "platform/host/open_files.h"
 #include "platform/host/paths.h"
 #include "platform/host/short_names.h"
+#include "platform/host/streams.h"
 #include "platform/host/text.h"
 
 namespace host {
@@ -68,6 +69,7 @@ DWORD ReadEntries(const std::u16string& pattern, bool is_root, Listing* listing)
   while (const dirent* item = readdir(list)) {
     const std::string name = item->d_name;
     if (is_root && (name == "." || name == "..")) continue;
+    if (IsStreamFolder(name)) continue;
     Entry entry{UpperCase(WideFromUtf8(ShownName(name))), name};
     if (IsWanted(pattern, entry)) listing->entries.push_back(std::move(entry));
   }

@@ -11,6 +11,7 @@
 #include "platform/host/native_errors.h"
 #include "platform/host/open_files.h"
 #include "platform/host/paths.h"
+#include "platform/host/streams.h"
 #include "platform/host/text.h"
 
 namespace host {
@@ -29,6 +30,10 @@ DWORD MakeFolder(const FoundName& name) {
 DWORD RemoveFolder(const FoundName& name) {
   if (name.error != 0) return name.error;
   if (rmdir(name.path.c_str()) == 0) return 0;
+  if (errno == ENOTEMPTY || errno == EEXIST) {
+    ForgetLeftStreams(name.path);
+    if (rmdir(name.path.c_str()) == 0) return 0;
+  }
   return errno == ENOTDIR ? ERROR_DIRECTORY : ErrorFromNative(errno);
 }
 
@@ -39,12 +44,27 @@ DWORD CheckRemovable(const struct stat& status) {
   return MayDelete(status) ? 0 : ERROR_SHARING_VIOLATION;
 }
 
+// Open streams keep their file where it is, as it does itself.
+DWORD CheckStreams(const std::string& file) {
+  return EachStream(file, [](const std::string& path) -> DWORD {
+    struct stat status;
+    return lstat(path.c_str(), &status) != 0 || MayDelete(status) ? 0 : ERROR_SHARING_VIOLATION;
+  });
+}
+
 DWORD RemoveFile(const FoundName& name) {
   if (name.error != 0) return name.error;
   struct stat status;
   if (lstat(name.path.c_str(), &status) != 0) return ErrorFromNative(errno);
   if (DWORD error = CheckRemovable(status)) return error;
-  return unlink(name.path.c_str()) == 0 ? 0 : ErrorFromNative(errno);
+  if (DWORD error = CheckStreams(name.path)) return error;
+  if (unlink(name.path.c_str()) != 0) return ErrorFromNative(errno);
+  if (name.stream_of.empty()) {
+    DeleteStreams(name.path);
+  } else {
+    ForgetEmptyStreams(name.stream_of);
+  }
+  return 0;
 }
 
 DWORD Rename(const FoundName& from, const FoundName& to, bool replace) {
@@ -53,12 +73,20 @@ DWORD Rename(const FoundName& from, const FoundName& to, bool replace) {
   struct stat source, target;
   if (lstat(from.path.c_str(), &source) != 0) return ErrorFromNative(errno);
   if (!MayDelete(source)) return ERROR_SHARING_VIOLATION;
+  if (DWORD error = CheckStreams(from.path)) return error;
   if (from.path != to.path && lstat(to.path.c_str(), &target) == 0) {
     if (!replace) return ERROR_ALREADY_EXISTS;
     if (DWORD error = CheckRemovable(target)) return error;
+    if (DWORD error = CheckStreams(to.path)) return error;
   }
-  if (rename(from.path.c_str(), to.path.c_str()) == 0) return 0;
-  return errno == EXDEV ? kNotSameDevice : ErrorFromNative(errno);
+  if (rename(from.path.c_str(), to.path.c_str()) != 0) {
+    return errno == EXDEV ? kNotSameDevice : ErrorFromNative(errno);
+  }
+  if (from.path == to.path || S_ISDIR(source.st_mode)) return 0;
+  DeleteStreams(to.path);
+  const DWORD error = MoveStreams(from.path, to.path);
+  if (error != 0) rename(to.path.c_str(), from.path.c_str());
+  return error;
 }
 
 DWORD Attributes(const FoundName& name) {
@@ -85,6 +113,10 @@ BOOL Result(DWORD error) { return error == 0 ? TRUE : Fail(error, FALSE); }
 
 FoundName FindWide(LPCWSTR path) { return FindNative(std::u16string_view(path ? path : u"")); }
 
+// Of what may be a stream too.
+FoundName FindAny(LPCWSTR path) { return FindWithStream(path ? path : u""); }
+FoundName FindAny(LPCSTR path) { return FindWithStream(WideFromAnsi(path ? path : "")); }
+
 }  // namespace
 }  // namespace host
 
@@ -108,12 +140,12 @@ BOOL RemoveDirectoryA(LPCSTR path) {
 
 BOOL DeleteFileA(LPCSTR path) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
-  return host::Result(host::RemoveFile(host::FindNative(path)));
+  return host::Result(host::RemoveFile(host::FindAny(path)));
 }
 
 BOOL DeleteFileW(LPCWSTR path) {
   if (DWORD fault = Enter(__func__)) return Fail(fault, FALSE);
-  return host::Result(host::RemoveFile(host::FindWide(path)));
+  return host::Result(host::RemoveFile(host::FindAny(path)));
 }
 
 BOOL MoveFileA(LPCSTR from, LPCSTR to) {

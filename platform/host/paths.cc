@@ -12,6 +12,7 @@
 #include "platform/host/native_names.h"
 #include "platform/host/short_names.h"
 #include "platform/host/state_directory.h"
+#include "platform/host/streams.h"
 #include "platform/host/text.h"
 
 namespace host {
@@ -67,7 +68,8 @@ bool IsFolder(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// The entry of a folder that differs from `name` in letter case only; "" when there is none.
+}  // namespace
+
 std::string FindIgnoringCase(const std::string& folder, const std::string& name) {
   DIR* list = opendir(folder.empty() ? "/" : folder.c_str());
   if (!list) return "";
@@ -81,8 +83,6 @@ std::string FindIgnoringCase(const std::string& folder, const std::string& name)
   closedir(list);
   return found;
 }
-
-}  // namespace
 
 bool MayBeName(std::u16string_view part) {
   for (char16_t c : part) {
@@ -147,6 +147,24 @@ FoundName FindNative(std::u16string_view path) {
   }
   if (name.path.empty()) name.path = "/";
   return name;
+}
+
+FoundName FindWithStream(std::u16string_view path) {
+  const size_t name = path.find_last_of(u"\\/:") + 1;
+  const size_t colon = name == 0 ? 0 : name - 1;
+  const bool has_stream = name > 0 && path[colon] == u':' && !(colon == 1 && IsLetter(path[0]));
+  if (!has_stream) return FindNative(path);
+  FoundName found = FindNative(path.substr(0, colon));
+  if (found.error != 0) return found;
+  bool malformed = false;
+  const std::string stream = Utf8FromWide(path.substr(name), &malformed);
+  if (malformed || stream.empty() || stream == "." || stream == ".." ||
+      !MayBeName(path.substr(name)) || found.path.ends_with('/')) {
+    return {"", ERROR_INVALID_NAME};
+  }
+  found.stream_of = found.path;
+  found.path = StreamPath(found.stream_of, stream);
+  return found;
 }
 
 FoundName FindNative(LPCSTR ansi_path) {

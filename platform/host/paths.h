@@ -22,12 +22,18 @@ struct FoundName {
   // ERROR_PATH_NOT_FOUND when a folder on the way is missing, ERROR_INVALID_NAME for characters
   // that no name may have. A missing last part is no error.
   DWORD error = 0;
+  // With a stream: the native path of its file; `path` is where the stream is kept (streams.h).
+  std::string stream_of = {};
 };
 FoundName FindNative(std::u16string_view path);
 FoundName FindNative(LPCSTR ansi_path);
+// Takes names with a stream too: "letter:AFP_Resource".
+FoundName FindWithStream(std::u16string_view path);
 
 // Whether Windows takes these characters in a name.
 bool MayBeName(std::u16string_view part);
+// The entry of a native folder that differs from `name` in letter case only; "" when there is none.
+std::string FindIgnoringCase(const std::string& folder, const std::string& name);
 // A link counts, whatever it leads to.
 bool NativeExists(const std::string& path);
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "files/disk_file.h"
+#include "platform/windows_api.h"
 #include "tests/files/files_fixture.h"
 
 namespace {
@@ -12,13 +13,24 @@ class ForksTest : public test::FilesTest {
  protected:
   ForksTest() { EXPECT_TRUE(test::WriteWholeFile(path_, "data")); }
   // What ZRGetAFPInfo says, or its error.
-  std::string Info() {
+  std::string Info() { return InfoOf(path_); }
+  static std::string InfoOf(const std::string& path) {
     uint64_t size = 7;
     uint32_t type = 7, creator = 7;
-    const ZRError error = ZRGetAFPInfo(path_.c_str(), &size, &type, &creator);
+    const ZRError error = ZRGetAFPInfo(path.c_str(), &size, &type, &creator);
     char text[64];
     FormatTextN(text, sizeof text - 1, "%d: %I64u %08X %08X", error, size, type, creator);
     return text;
+  }
+  // A file or a stream, made anew; false where there are no streams.
+  static bool Write(const std::string& path, const std::string& text) {
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    DWORD done = 0;
+    const bool is_written =
+        WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &done, nullptr) != 0;
+    CloseHandle(file);
+    return is_written && done == text.size();
   }
   const std::string path_ = folder_ + "\\file";
 };
@@ -67,20 +79,58 @@ TEST_F(ForksTest, PathsThatLeaveNoRoom) {
 }
 
 TEST_F(ForksTest, Streams) {
-  // Neither the stand-in nor Wine has them.
-  if (!test::WriteWholeFile(path_ + ":AFP_AfpInfo", std::string(16, 0) + "TEXTQuor" + "rest")) {
-    GTEST_SKIP() << "no streams here";
+  if (!Write(path_ + ":AFP_AfpInfo", std::string(16, 0) + "TEXTQuor" + "rest")) {
+    ASSERT_TRUE(test::OnWindows());
+    GTEST_SKIP() << "Wine has no streams";
   }
   EXPECT_EQ(Info(), "0: 0 54455854 51756F72");
-  EXPECT_TRUE(test::WriteWholeFile(path_ + ":AFP_Resource", "12345"));
+  EXPECT_TRUE(Write(path_ + ":AFP_Resource", "12345"));
   EXPECT_EQ(Info(), "0: 5 54455854 51756F72");
+  EXPECT_EQ(test::ReadWholeFile(path_), "data");
   CDiskFile file;
   EXPECT_EQ(file.SetPath(path_.c_str()), ZRErrNone);
+  qv::FolderEntry entry;
+  EXPECT_EQ(file.GetInfo(&entry), ZRErrNone);
+  EXPECT_EQ(entry.fork_size, 5u);
+  EXPECT_EQ(entry.type, 0x54455854u);
+  EXPECT_EQ(entry.creator, 0x51756F72u);
   file.SetFork(kResourceFork);
   EXPECT_EQ(file.Open(kFileRead, kShareAll), ZRErrNone);
   char bytes[5];
   EXPECT_EQ(file.ReadExact(bytes, 5, 0), ZRErrNone);
   EXPECT_EQ(std::string(bytes, 5), "12345");
+  EXPECT_FALSE(DeleteFileA(path_.c_str())) << "its stream is open";
+  EXPECT_EQ(file.Close(), ZRErrNone);
+}
+
+// Streams go where their file goes, and no listing shows them.
+TEST_F(ForksTest, StreamsFollowTheirFile) {
+  const std::string info = std::string(16, 0) + "TEXTQuor", moved = folder_ + "\\moved";
+  if (!Write(path_ + ":AFP_AfpInfo", info)) GTEST_SKIP() << "Wine has no streams";
+  EXPECT_TRUE(Write(path_ + ":AFP_Resource", "12345"));
+  qv::FolderListing listing(false);
+  qv::FolderEntry entry;
+  EXPECT_EQ(listing.First(folder_.c_str(), "*.*", 0, &entry), ZRErrNone);
+  EXPECT_STREQ(entry.name, "file");
+  EXPECT_EQ(listing.Next(&entry), ZRErrEOF);
+  EXPECT_TRUE(CopyFileA(path_.c_str(), moved.c_str(), TRUE));
+  EXPECT_TRUE(Write(path_ + ":afp_resource", "1234567")) << "letter case does not count";
+  EXPECT_EQ(InfoOf(path_), "0: 7 54455854 51756F72");
+  EXPECT_EQ(InfoOf(moved), "0: 5 54455854 51756F72");
+  EXPECT_TRUE(DeleteFileA((moved + ":AFP_Resource").c_str()));
+  EXPECT_EQ(InfoOf(moved), "0: 0 54455854 51756F72");
+  EXPECT_TRUE(DeleteFileA(moved.c_str()));
+  EXPECT_TRUE(MoveFileA(path_.c_str(), moved.c_str()));
+  EXPECT_EQ(InfoOf(moved), "0: 7 54455854 51756F72");
+  EXPECT_TRUE(Write(path_, "anew"));
+  EXPECT_EQ(Info(), "0: 0 00000000 00000000");
+  // What begins anew, or went by another way, has none.
+  EXPECT_TRUE(Write(moved, "anew"));
+  EXPECT_EQ(InfoOf(moved), "0: 0 00000000 00000000");
+  EXPECT_TRUE(Write(moved + ":AFP_AfpInfo", info));
+  EXPECT_TRUE(DeleteFileA(moved.c_str()));
+  EXPECT_TRUE(Write(moved, "anew"));
+  EXPECT_EQ(InfoOf(moved), "0: 0 00000000 00000000");
 }
 
 }  // namespace
