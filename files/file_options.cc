@@ -100,3 +100,8 @@ void ZRStartFileWorkers(bool may_use_workers, bool may_use_threads) {
   state.use_workers = wanted && ZRWorkersStart() != 0 && qv::GetWorkerStatistics(false).threads > 0;
   qv::LookUpFindCall();
 }
+
+void ZRFileIOEnd() {
+  ZRWorkersStop();
+  qv::ReleaseFindLibrary();
+}

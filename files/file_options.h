@@ -5,6 +5,8 @@
 //   ZRStartFileWorkers(true, true);        // when the kernel runs
 //   ZRFileIOOptions options = {.overlapped = 0, .write_through = 1};
 //   ZRSetFileIOOptions(&options);
+//   ...
+//   ZRFileIOEnd();                         // when the last file is closed
 //
 // Threads: any; a change holds for the calls that begin after it. Defaults before ZRFileIOInit are
 // those that it sets.
@@ -30,6 +32,11 @@ void ZRGetFileIOOptions(ZRFileIOOptions* options);
 // workers run. Until it is called they do too, and requests run on the caller. Later calls do
 // nothing.
 void ZRStartFileWorkers(bool may_use_workers, bool may_use_threads);
+
+// The end: finishes what workers have begun and stops them (ZRWorkersStop, which takes a second
+// where workers ran), and gives back what was taken out of the system's libraries. What is done
+// with files afterwards is done on the caller.
+void ZRFileIOEnd();
 
 namespace qv {
 

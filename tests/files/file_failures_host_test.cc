@@ -1,8 +1,11 @@
 // What goes wrong on a disk, and names that only other systems allow.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -51,6 +54,11 @@ TEST_F(FileFailuresHostTest, NamesThatOnlyOtherSystemsAllow) {
     EXPECT_EQ(test::ReadWholeFile(folder_ + "\\" + name), "content") << name;
     CDiskFile file;
     ASSERT_EQ(file.SetPath((folder_ + "\\" + name).c_str()), ZRErrNone);
+    char content[7];
+    EXPECT_EQ(file.Open(kFileRead, kShareRead), ZRErrNone) << name;
+    EXPECT_EQ(file.ReadExact(content, sizeof content, 0), ZRErrNone);
+    EXPECT_EQ(std::string(content, sizeof content), "content");
+    EXPECT_EQ(file.Close(), ZRErrNone);
     EXPECT_EQ(file.Delete(), ZRErrNone) << name;
   }
   EXPECT_THAT(test::FolderEntries(folder_), testing::IsEmpty());
@@ -72,15 +80,64 @@ TEST_F(FileFailuresHostTest, AFileThatAnotherProcessHolds) {
   MakeNative("held");
   const int other = open((native_ + "/held").c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_EQ(flock(other, LOCK_EX | LOCK_NB), 0);
-  const std::string path = folder_ + "\\held";
-  FileRequest request;
-  request.operation = kFileRequestOpen;
-  request.path = path.c_str();
-  request.access = GENERIC_READ;
-  EXPECT_EQ(ZRTranslateNativeError(qv::RunFileRequest(request, false)), ZRErrAccess);
+  CDiskFile file;
+  ASSERT_EQ(file.SetPath((folder_ + "\\held").c_str()), ZRErrNone);
+  for (uint32_t access : {kFileRead, kFileWrite, kFileRead | kFileWrite}) {
+    EXPECT_EQ(file.Open(access, kShareAll), ZRErrAccess);
+    EXPECT_FALSE(file.IsOpen());
+  }
   close(other);
-  EXPECT_EQ(qv::RunFileRequest(request, false), 0u);
-  CloseHandle(request.file);
+  EXPECT_EQ(file.OpenExclusive(), ZRErrNone);
+  EXPECT_EQ(file.Close(), ZRErrNone);
+}
+
+// Puts a disk of 64 KB in the folder's place, for this process alone.
+bool MountSmallDisk(const std::string& native_folder) {
+  const bool is_alone = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
+  return is_alone && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         mount("small", native_folder.c_str(), "tmpfs", 0, "size=64k") == 0;
+}
+
+// Fills the disk, makes room, goes on. 0, or the number of the step that went wrong.
+int FillDisk(const std::string& folder) {
+  const std::string text(10000, 't');
+  const auto length = static_cast<int32_t>(text.size());
+  CDiskFile file, other;
+  if (file.SetPath((folder + "\\filler").c_str()) != 0 || file.Create() != 0) return 1;
+  if (other.SetPath((folder + "\\other").c_str()) != 0 || other.Create() != 0) return 2;
+  if (file.OpenExclusive() != 0 || other.OpenExclusive() != 0) return 3;
+  if (other.Write(text.data(), length) != 0) return 4;
+  int pieces = 0;
+  ZRError error = 0;
+  while (pieces < 100 && (error = file.Write(text.data(), length)) == 0) ++pieces;
+  if (error != ZRErrDiskFull || pieces == 0 || pieces > 6) return 5;
+  if (file.Sense() < pieces * length) return 6;
+  // What was there is there still, also what is written over without growing.
+  std::string read(text.size(), '#');
+  if (other.ReadExact(read.data(), static_cast<uint32_t>(length), 0) != 0 || read != text) return 7;
+  if (other.WriteAt("new", 3, 5) != 0) return 8;
+  for (int piece = 0; piece < pieces; ++piece) {
+    if (file.ReadExact(read.data(), static_cast<uint32_t>(length), int64_t{piece} * length) != 0 ||
+        read != text) {
+      return 9;
+    }
+  }
+  if (other.Close() != 0 || other.Delete() != 0) return 10;
+  if (file.WriteAt(text.data(), length, int64_t{pieces} * length) != 0) return 11;
+  return file.Close() == 0 ? 0 : 12;
+}
+
+TEST_F(FileFailuresHostTest, AFullDisk) {
+  constexpr int kNotAllowed = 99;
+  const pid_t child = fork();
+  if (child == 0) {
+    _exit(MountSmallDisk(native_) ? FillDisk(folder_) : kNotAllowed);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status)) << status;
+  if (WEXITSTATUS(status) == kNotAllowed) GTEST_SKIP() << "no disk may be made here";
+  EXPECT_EQ(WEXITSTATUS(status), 0) << "the step that failed";
 }
 
 // Each call that an operation makes fails in turn with each number; the answer is the number's

@@ -86,4 +86,25 @@ TEST_F(FileTasks, ManyAtOnce) {
   RemoveDirectoryA(folder_.c_str());
 }
 
+// The end waits for what tasks have begun; a file that is used later is used on the caller.
+TEST_F(FileTasks, TheEndOfTheFileLayer) {
+  CreateDirectoryA(folder_.c_str(), nullptr);
+  constexpr int kUsers = 10;
+  RunWithWorkers([&] {
+    ZRStartFileWorkers(true, true);
+    for (int i = 1; i <= kUsers; ++i) {
+      Spawn("file user", [this, i] { UseFile(i); });
+    }
+    Spawn("the end", [this] {
+      ZRTaskYieldMicros(2000, true);
+      ZRFileIOEnd();
+      EXPECT_EQ(qv::GetWorkerStatistics(false).threads, 0u);
+      UseFile(0);
+    });
+  });
+  EXPECT_EQ(done_, kUsers + 1);
+  test::EmptyFolder(folder_);
+  RemoveDirectoryA(folder_.c_str());
+}
+
 }  // namespace
