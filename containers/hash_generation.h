@@ -63,6 +63,10 @@ struct HashGeneration {
     if (segment == nullptr) segment = MakeSegment(bucket >> shift);
     return segment == nullptr ? nullptr : NodeIn(segment, bucket);
   }
+  // Begins to bring the head of a hash into the caches.
+  void Prefetch(uint64_t hash) const {
+    if (exists()) __builtin_prefetch(Head(BucketOf(hash)));
+  }
   // The first live head at or behind *bucket, which is set to its bucket; null when there is none.
   HashNode* FirstLive(uint64_t* bucket) const;
 

@@ -1,5 +1,6 @@
 #include "containers/hash_table.h"
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
 
@@ -34,8 +35,10 @@ uint64_t HashBytes(const void* data, uint32_t size) {
   const auto* bytes = static_cast<const signed char*>(data);
   uint64_t hash = 0;
   for (uint32_t i = 0; i < size; ++i) {
-    hash += static_cast<uint64_t>(int64_t{bytes[i]});
-    hash += hash << 10;
+    // The byte is added and the sum taken 1025 times. What of that does not wait for the hash so
+    // far stands apart: each byte is a step of a chain, whose length is what this costs.
+    const uint64_t byte = static_cast<uint64_t>(int64_t{bytes[i]}) * 1025;
+    hash = (hash + byte) + (hash << 10);
     hash ^= hash >> 6;
   }
   hash += hash << 3;
@@ -129,14 +132,19 @@ bool HashTable::Lookup(const void* key, uint32_t size, void* out, uint32_t* out_
 // --- adding ---
 
 bool HashTable::Insert(const void* entry, uint32_t size) {
-  if (!IsGiven(entry, size) || !CheckGrowth()) return false;
+  if (!IsGiven(entry, size)) return false;
+  const uint64_t hash = Hash(entry, size, kHashInsert);
+  // In a large table each head is a wait for memory; these begin before there is other work.
+  previous_.Prefetch(hash);
+  current_.Prefetch(hash);
+  if (!CheckGrowth()) return false;
   void* copy = nullptr;
   if (!shape_.IsInline(size)) {
     copy = GlobalHooks().allocate(size);
     if (copy == nullptr) return false;
     std::memcpy(copy, entry, size);
   }
-  HashNode* node = FindOrAdd(Hash(entry, size, kHashInsert), entry, size);
+  HashNode* node = FindOrAdd(hash, entry, size);
   if (node == nullptr) {
     GlobalHooks().release(copy);
     return false;
@@ -200,13 +208,31 @@ bool HashTable::Migrate(HashGeneration* source, HashGeneration* destination) {
   for (uint32_t visited = 0; visited < kMostVisited && source->entries > 0; ++visited) {
     HashNode* head = source->Head(source->cursor);
     for (; head != nullptr && head->IsLive(); ++moved) {
-      if (moved == kMostMoved) return true;
+      if (moved == kMostMoved) {
+        PrefetchTargets(*source, *destination);
+        return true;
+      }
       if (!MoveOne(source, head, destination)) return false;
     }
     source->PassBucket();
   }
-  if (source->entries == 0) source->ReleaseSome();
+  if (source->entries == 0) {
+    source->ReleaseSome();
+  } else {
+    PrefetchTargets(*source, *destination);
+  }
   return true;
+}
+
+// Where the next step is going to put what it moves.
+void HashTable::PrefetchTargets(const HashGeneration& source, const HashGeneration& destination) {
+  const uint64_t end = std::min(source.cursor + kMostMoved, source.buckets);
+  for (uint64_t bucket = source.cursor; bucket < end; ++bucket) {
+    const HashNode* head = source.Head(bucket);
+    if (head == nullptr || !head->IsLive()) continue;
+    destination.Prefetch(head->hash);
+    __builtin_prefetch(head->next);
+  }
 }
 
 // Moves one entry of a chain. From the back of the head, since those nodes move as they are when

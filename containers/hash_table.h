@@ -126,6 +126,7 @@ class HashTable {
   const HashNode* FindKey(const void* key, uint32_t size) const;
   HashNode* FindOrAdd(uint64_t hash, const void* entry, uint32_t size);
   HashNode* Add(HashGeneration* generation, uint64_t hash);
+  static void PrefetchTargets(const HashGeneration& source, const HashGeneration& destination);
   bool CheckGrowth();
   void Grow();
   bool MoveOne(HashGeneration* source, HashNode* head, HashGeneration* destination);
