@@ -24,6 +24,16 @@ struct TaskList {
 // Takes the task off its list, if it is on one. Its neighbours keep their order.
 void Unlink(TCB* task);
 
+// Begins to fetch what a run of the task and a timed wait touch of its block.
+inline void PrefetchBlock(const TCB* task) {
+  __builtin_prefetch(&task->next);
+  __builtin_prefetch(&task->state);
+  __builtin_prefetch(&task->fiber);
+  __builtin_prefetch(&task->runs);
+  __builtin_prefetch(&task->ready_time);
+  __builtin_prefetch(&task->wake_time);
+}
+
 // True when the links, the count and the tasks' own pointers fit each other.
 bool IsConsistent(const TaskList& list);
 

@@ -67,6 +67,7 @@ class TimedWheel {
   void Visit(uint32_t slot, Scan* scan, uint64_t now, Wake wake) {
     for (TCB* task = slots_[slot].head; task != nullptr;) {
       TCB* next = task->next;
+      if (next != nullptr) PrefetchBlock(next);
       if (task->wake_time <= now) {
         ++scan->readied;
         wake(slot, task);

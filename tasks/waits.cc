@@ -51,7 +51,7 @@ void PutOnWheel(KernelState& kernel, TCB* task, uint64_t now, uint32_t micros, b
 }
 
 void Sleep(KernelState& kernel, TCB* task, uint32_t micros, bool early_ok) {
-  const uint64_t now = ZRMicroseconds(true);
+  const uint64_t now = kernel.decided_at = ZRMicroseconds(true);  // the switch's reading too
   task->state = TaskState::kTimedWait;
   task->wake_time = now + micros;
   if (kernel.settings.use_parked_lists && ParkedLists::Takes(micros)) {

@@ -11,6 +11,9 @@
 #include <vector>
 
 #include "platform/context_switch.h"
+#pragma GCC visibility push(default)
+#include "platform/fiber_prefetch.h"
+#pragma GCC visibility pop
 #include "platform/host/calls.h"
 #include "platform/host/control.h"
 #include "platform/host/process.h"
@@ -218,3 +221,11 @@ void SwitchToFiber(LPVOID address) {
   platform::SwitchStack(&from->place, to->place);
   host::TellArrived(from, fibers->left);
 }
+
+namespace platform {
+
+void PrefetchFiber(const void* fiber) {
+  PrefetchStack(static_cast<const host::Fiber*>(fiber)->place);
+}
+
+}  // namespace platform

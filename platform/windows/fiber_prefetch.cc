@@ -1,0 +1,7 @@
+#include "platform/fiber_prefetch.h"
+
+namespace platform {
+
+void PrefetchFiber(const void*) {}
+
+}  // namespace platform
