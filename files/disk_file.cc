@@ -105,7 +105,7 @@ uint32_t CDiskFile::FileKind() const { return kPlainFileKind; }
 bool CDiskFile::Exists() const {
   char path[kPathSize];
   if (GetNativePath(path, sizeof path) != ZRErrNone || path[0] == 0) return false;
-  return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
+  return qv::PathExists(path, use_worker_);
 }
 
 ZRError CDiskFile::Ask(uint32_t operation) const {

@@ -18,10 +18,20 @@ namespace {
 
 constexpr uint32_t kMovePathSize = 256;  // of both paths of a move
 
-bool SomethingIsAt(const char* path) { return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES; }
-
-ZRError Move(const char* from, const char* to) {
-  return MoveFileA(from, to) ? ZRErrNone : ZRTranslateNativeError(GetLastError(), from);
+// To another volume a move is a copy, which can take long.
+ZRError Move(const char* from, const char* to, bool use_worker) {
+  struct Job {
+    const char *from, *to;
+    uint32_t error;
+  } job = {from, to, 0};
+  qv::RunFileJob(
+      use_worker,
+      [](void* argument) {
+        auto* move = static_cast<Job*>(argument);
+        move->error = MoveFileA(move->from, move->to) ? 0 : GetLastError();
+      },
+      &job);
+  return ZRTranslateNativeError(job.error, from);
 }
 
 // The name at the end of a path.
@@ -58,8 +68,9 @@ ZRError CDiskFile::FinishMove(uint32_t trace, ZRError error, const char* target)
 ZRError CDiskFile::MoveIntoFolder(const char* source, const char* folder, uint8_t* unique_name,
                                   char* target) {
   qv::UniqueNames names(folder);
-  const ZRError error =
-      qv::MakeUnique(names, SomethingIsAt, [&](const char* path) { return Move(source, path); });
+  const auto exists = [&](const char* path) { return qv::PathExists(path, use_worker_); };
+  const ZRError error = qv::MakeUnique(
+      names, exists, [&](const char* path) { return Move(source, path, use_worker_); });
   if (error != ZRErrNone) return error;
   TraceFile(kTraceTransfers, " as \"%s\") -- ", names.name());
   qv::CStrToLStr(unique_name, kNameSize - 1, names.name());
@@ -75,7 +86,8 @@ ZRError CDiskFile::MoveTo(CDiskFile* destination, uint8_t* unique_name) {
   EndFind();
   error = destination->GetNativePath(target, sizeof target);
   if (error != ZRErrNone) return error;
-  if (SomethingIsAt(target) && ZRPathJoin(target, LastPart(source)) == nullptr) return ZRErrTooLong;
+  if (qv::PathExists(target, use_worker_) && ZRPathJoin(target, LastPart(source)) == nullptr)
+    return ZRErrTooLong;
   if (unique_name != nullptr) {
     TraceFile(kTraceTransfers, "ZRFile: MOVEUNIQ(\"%s\" to \"%s\") -- ", source, target);
     char folder[kFolderSize], name[kNameSize];
@@ -83,7 +95,7 @@ ZRError CDiskFile::MoveTo(CDiskFile* destination, uint8_t* unique_name) {
     if (error == ZRErrNone) error = MoveIntoFolder(source, folder, unique_name, target);
   } else {
     TraceFile(kTraceTransfers, "ZRFile: MOVEFILE(\"%s\" to \"%s\") -- ", source, target);
-    error = Move(source, target);
+    error = Move(source, target, use_worker_);
   }
   return FinishMove(kTraceTransfers, error, target);
 }
@@ -119,14 +131,15 @@ ZRError CDiskFile::Rename(const char* new_name) {
   }
   EndFind();
   TraceFile(kTraceOpens, "ZRFile: RENAME(\"%s\" to \"%s\") -- ", source, target);
-  return FinishMove(kTraceOpens, Move(source, target), target);
+  return FinishMove(kTraceOpens, Move(source, target, use_worker_), target);
 }
 
 ZRError CDiskFile::CreateUnique(bool folder) {
   if (IsOpen()) return ZRErrFileOpen;
   if (folder_[0] == 0 || !ZRFolderExists(folder_, use_worker_)) return ZRErrBadFolder;
   qv::UniqueNames names(folder_);
-  const ZRError error = qv::MakeUnique(names, SomethingIsAt, [&](const char*) {
+  const auto exists = [&](const char* path) { return qv::PathExists(path, use_worker_); };
+  const ZRError error = qv::MakeUnique(names, exists, [&](const char*) {
     const ZRError named = SetName(names.name());
     if (named != ZRErrNone) return named;
     return folder ? Ask(kFileRequestMakeFolder) : Create();

@@ -39,8 +39,8 @@ class UniqueNames {
 
 // Looks for the first candidate that nothing has and for which attempt(path) does not answer
 // ZRErrExists; gives that answer. `candidates` then stands at it.
-template <typename Attempt>
-ZRError MakeUnique(UniqueNames& candidates, bool (*exists)(const char* path), Attempt attempt) {
+template <typename Exists, typename Attempt>
+ZRError MakeUnique(UniqueNames& candidates, Exists exists, Attempt attempt) {
   for (;;) {
     ZRError error = candidates.Next();
     if (error != ZRErrNone) return error;
