@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "app/debug_output.h"
+#include "base/hooks.h"
 #include "files/errors.h"
 #include "files/file_names.h"
 #include "files/file_options.h"
@@ -13,9 +14,22 @@
 #include "text/length_prefixed.h"
 
 CDiskFile::CDiskFile()
-    : use_worker_(qv::FileWorkersByDefault()), listing_(qv::FileWorkersByDefault()) {}
+    : use_worker_(qv::FileWorkersByDefault()), listing_(qv::FileWorkersByDefault()) {
+  qv::CachedReadLimit();
+}
 
-CDiskFile::~CDiskFile() { Close(); }
+CDiskFile::~CDiskFile() {
+  WaitForTransfers();
+  Close();
+}
+
+void CDiskFile::WaitForTransfers() const {
+  const qv::Hooks& hooks = qv::GlobalHooks();
+  while (blocks_.HasOperations() && hooks.on_kernel_thread() && hooks.switching_allowed()) {
+    qv::DumpForUnfinishedTransfers();
+    hooks.yield();
+  }
+}
 
 void CDiskFile::UseWorker(bool use_worker) {
   use_worker_ = use_worker;

@@ -202,11 +202,16 @@ ZRError CDiskFile::Flush() {
 ZRError CDiskFile::Close() {
   if (!IsOpen()) return ZRErrNotOpen;
   TraceFile(kTraceOpens, "ZRFile[%p]: CLOSE -- %s", file_, use_worker_ ? "\n" : "");
+  qv::FileOperation change(blocks_, qv::FileOperation::kWrite);
+  blocks_.DropForChange(&change);
+  // Another task may have closed it meanwhile.
+  if (change.IsOrphan() || !IsOpen()) return ZRErrNotOpen;
   FileRequest request;
   request.operation = kFileRequestClose;
   request.file = std::exchange(file_, INVALID_HANDLE_VALUE);
   mark_ = 0;
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
+  if (!change.IsOrphan()) blocks_.DropForChange(&change);
   const uint32_t open_files = qv::ChangeOpenFiles(native == 0 ? -1 : 0);
   if (native != 0) {
     TraceFile(kTraceOpens, "FAILED!\n");
