@@ -17,7 +17,10 @@ constexpr int kTasks = 200;
 
 class FileTasks : public test::WorkersTest {
  protected:
-  FileTasks() { test::EmptyFolder(folder_); }
+  FileTasks() {
+    test::EmptyFolder(folder_);
+    qv::ResetFileCacheForTest();
+  }
   ~FileTasks() override { qv::ResetFileOptionsForTest(); }
 
   std::string PathOf(const std::string& name) { return folder_ + "\\" + name; }
