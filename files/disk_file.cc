@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "app/debug_output.h"
-#include "base/hooks.h"
 #include "files/errors.h"
 #include "files/file_names.h"
 #include "files/file_options.h"
@@ -21,14 +20,6 @@ CDiskFile::CDiskFile()
 CDiskFile::~CDiskFile() {
   WaitForTransfers();
   Close();
-}
-
-void CDiskFile::WaitForTransfers() const {
-  const qv::Hooks& hooks = qv::GlobalHooks();
-  while (blocks_.HasOperations() && hooks.on_kernel_thread() && hooks.switching_allowed()) {
-    qv::DumpForUnfinishedTransfers();
-    hooks.yield();
-  }
 }
 
 void CDiskFile::UseWorker(bool use_worker) {

@@ -135,7 +135,9 @@ class CDiskFile : public CCountedObject {
 
   // Has the system write what it holds back. ZRErrNotOpen.
   virtual ZRError Flush();
-  // Closed afterwards, whatever the answer: ZRErrNotOpen, or the platform's error. The mark is 0.
+  // Waits for transfers of other tasks that are under way, where the kernel can switch; new ones
+  // answer ZRErrNotOpen meanwhile. Closed afterwards, whatever the answer: ZRErrNotOpen, or the
+  // platform's error. The mark is 0.
   virtual ZRError Close();
 
   // At most *count bytes from `offset`, counted as `mode` says. *count: bytes read. ZRErrEOF when

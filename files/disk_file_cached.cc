@@ -233,7 +233,7 @@ ZRError CDiskFile::ReadStraight(uint64_t place, void* buffer, uint32_t* count) {
 // *count is above 0.
 ZRError CDiskFile::ReadFrom(uint64_t place, void* buffer, uint32_t* count, bool move_mark) {
   const uint32_t wished = std::exchange(*count, 0);
-  if (!IsOpen()) return ZRErrNotOpen;
+  if (!IsOpen() || blocks_.IsClosing()) return ZRErrNotOpen;
   if (!qv::FileCacheIsHere()) {
     *count = wished;
     const ZRError error = ReadStraight(place, buffer, count);
@@ -297,6 +297,7 @@ ZRError CDiskFile::WriteAt(const void* bytes, int32_t length, int64_t offset, ui
     blocks_.NoteChange();
     return error;
   }
+  if (blocks_.IsClosing() && length != 0) return ZRErrNotOpen;
   FileOperation operation(blocks_, FileOperation::kWrite);
   qv::TrimFileCache();
   const ZRError error = RawWriteAt(bytes, length, offset, mode);
@@ -317,7 +318,7 @@ ZRError CDiskFile::Write(const void* bytes, int32_t length) {
 ZRError CDiskFile::SetEOF(uint64_t length) {
   TraceFile(kTraceTransfers, "ZRFile[%p]: SETEOF %lu (%08lXh) -- ", file_,
             static_cast<uint32_t>(length), static_cast<uint32_t>(length));
-  if (!IsOpen()) {
+  if (!IsOpen() || blocks_.IsClosing()) {
     TraceFile(kTraceTransfers, "NOT OPEN!\n");
     return ZRErrNotOpen;
   }

@@ -47,6 +47,7 @@ ZRError CDiskFile::RawReadAt(void* buffer, uint32_t* count, uint64_t offset) {
   TraceFile(kTraceTransfers, "CDiskFile[%p]: READ(At) at %lu [into %p] %lu (%lXh) -- ", file_,
             Low(offset), buffer, wished, wished);
   // The file object may go while the request runs: it is not touched from here on.
+  const qv::FileOperation life(blocks_, qv::FileOperation::kRaw);
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
   if (native != 0) {
     TraceFile(kTraceTransfers, "FAILED! %lu (%lXh)\n", wished, wished);

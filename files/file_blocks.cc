@@ -178,13 +178,14 @@ void FileBlocks::Update(const void* bytes, uint32_t length, uint64_t offset, boo
 bool FileBlocks::Holds(CacheItem* item) const { return LookUp(item->block()) == item; }
 
 bool FileBlocks::IsConsistent() const {
-  uint32_t counts[3] = {};
+  uint32_t counts[4] = {};
   for (const FileOperation* each = operations_; each != nullptr; each = each->next_) {
     ++counts[each->kind_];
     if (each->blocks_ != this) return false;
   }
   return table_.CheckInvariants() && counts[FileOperation::kRead] == reads_ &&
-         counts[FileOperation::kWrite] == writes_ && (writes_ > 0 || !concurrent_writes_);
+         counts[FileOperation::kWrite] == writes_ && counts[FileOperation::kClose] == closes_ &&
+         (writes_ > 0 || !concurrent_writes_);
 }
 
 }  // namespace qv

@@ -45,6 +45,9 @@ class FileBlocks {
   bool IsEmpty() const { return table_.Count() == 0; }
   bool HasReads() const { return reads_ > 0; }
   bool HasOperations() const { return operations_ != nullptr; }
+  bool HasOthersThan(const FileOperation& operation) const;
+  // New transfers are refused.
+  bool IsClosing() const { return closes_ > 0; }
 
   // Null when it is not there. The block that was found last is found without a look into the
   // table.
@@ -94,7 +97,7 @@ class FileBlocks {
   HashTable table_;  // of CacheItem*
   CacheItem* last_ = nullptr;
   FileOperation* operations_ = nullptr;
-  uint32_t reads_ = 0, writes_ = 0;
+  uint32_t reads_ = 0, writes_ = 0, closes_ = 0;
   bool concurrent_writes_ = false;
   std::atomic<bool> changed_{false};
   // Idle blocks that are not full, and the first of them; the latter may be too low.
@@ -108,7 +111,8 @@ class FileOperation : private TaskCleanup {
   enum Kind : uint8_t {
     kRead,   // through the cache: none of the file's items is freed by a trim
     kWrite,  // or another change. One that meets another drops the blocks that it writes
-    kRaw,    // only to learn whether the file object has gone
+    kRaw,    // uses the file's handle, and learns whether the file object has gone
+    kClose,  // waits for the others
   };
 
   FileOperation(FileBlocks& blocks, Kind kind);

@@ -30,6 +30,7 @@ FileOperation::FileOperation(FileBlocks& blocks, Kind kind)
   if (next_ != nullptr) next_->previous_ = this;
   blocks.operations_ = this;
   if (kind == kRead) ++blocks.reads_;
+  if (kind == kClose) ++blocks.closes_;
   if (kind == kWrite && blocks.writes_++ > 0) blocks.concurrent_writes_ = true;
 }
 
@@ -40,6 +41,7 @@ void FileOperation::Leave() {
   (previous_ != nullptr ? previous_->next_ : blocks_->operations_) = next_;
   if (next_ != nullptr) next_->previous_ = previous_;
   if (kind_ == kRead) --blocks_->reads_;
+  if (kind_ == kClose) --blocks_->closes_;
   if (kind_ == kWrite && --blocks_->writes_ == 0) blocks_->concurrent_writes_ = false;
   blocks_ = nullptr;
 }
@@ -52,7 +54,8 @@ void FileOperation::EndKilled(TaskCleanup* self) {
     operation->EndRead();
     FreeItem(item);
   }
-  if (operation->kind_ == kWrite && operation->blocks_ != nullptr) {
+  const bool changes = operation->kind_ == kWrite || operation->kind_ == kClose;
+  if (changes && operation->blocks_ != nullptr) {
     operation->blocks_->Drop(nullptr);
   }
   operation->Leave();
@@ -121,6 +124,10 @@ void FileOperation::LeaveChain() {
   } else {
     Wake(before);
   }
+}
+
+bool FileBlocks::HasOthersThan(const FileOperation& operation) const {
+  return operations_ != &operation || operation.next_ != nullptr;
 }
 
 FileOperation* FileBlocks::WhoRemembers(TaskId task) const {

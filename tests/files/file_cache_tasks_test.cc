@@ -203,7 +203,6 @@ TEST_F(CacheTasksTest, ChangesWhileABlockIsRead) {
       {"dropped", 4, [](CDiskFile&) { ZRDropFileCache(); }, std::string(10, 'o'), 2},
       {"written with another mode", 4, [](CDiskFile& f) { f.WriteAt("new", 3, 5, kFromMark); },
        "onewoooooo", 3},
-      {"closed", 4, [](CDiskFile& f) { f.Close(); }, "", 2},
       {"the file grows behind its last block", kFileLength - 2,
        [](CDiskFile& f) { f.WriteAt("new", 3, kFileLength + 2 * kBlock); },
        "oo" + std::string(8, '\0'), 3},
@@ -220,6 +219,32 @@ TEST_F(CacheTasksTest, ChangesWhileABlockIsRead) {
       EXPECT_EQ(reader.bytes, row.expected);
       EXPECT_EQ(waiter.bytes, row.expected);
       EXPECT_EQ(held->requests, row.requests);
+    });
+  }
+}
+
+// A close waits for what is under way, and refuses the rest; one that is killed has not closed.
+TEST_F(CacheTasksTest, ACloseWaits) {
+  for (const bool is_killed : {false, true}) {
+    RunScript([&, is_killed] {
+      Deed& reader = Held(StartRead(0, 10), HeldRequests::kAfter);
+      Deed& writer = Held(StartWrite(kBlock, "abc"), HeldRequests::kBefore);
+      Deed& closer = Do([this](Deed& deed) { deed.error = file->Close(); });
+      for (int i = 0; i < 5; ++i) ZRTaskYield();
+      EXPECT_EQ(Read(0, 10), "");
+      EXPECT_EQ(file->Write("x", 1), ZRErrNotOpen);
+      EXPECT_EQ(file->SetEOF(0), ZRErrNotOpen);
+      EXPECT_EQ(file->Close(), ZRErrNotOpen);
+      EXPECT_TRUE(file->IsOpen());
+      if (is_killed) ZRTaskKill(closer.task);
+      ReleaseAndFinish(reader);
+      ReleaseAndFinish(writer);
+      EXPECT_EQ(reader.bytes, std::string(10, 'o'));
+      EXPECT_EQ(writer.error, ZRErrNone);
+      if (!is_killed) Finish(closer);
+      EXPECT_EQ(closer.error, ZRErrNone);
+      EXPECT_EQ(file->IsOpen(), is_killed);
+      EXPECT_EQ(Read(kBlock, 3), is_killed ? "abc" : "");
     });
   }
 }
