@@ -35,6 +35,7 @@ constexpr Hooks kDefaults{
     .print_task_traceback = [](TaskId) {},
     .capture_trace = [](uint32_t, uintptr_t*, uint32_t) { return uint32_t{0}; },
     .print_trace = [](const uintptr_t*, uint32_t) {},
+    .write_dump = [](const char*) {},
 };
 
 Hooks& State() {

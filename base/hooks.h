@@ -72,7 +72,7 @@ struct Hooks {
   // once on the caller. The job may run at the same time as another task's.
   void (*run_on_worker)(void (*job)(void* argument), void* argument);
 
-  // --- tracebacks: installed by the diagnostics; nothing without them ---
+  // --- tracebacks and dumps: installed by the diagnostics; nothing without them ---
 
   // Prints where the current task stands, without its `skip` innermost frames.
   void (*print_traceback)(uint32_t skip);
@@ -82,6 +82,8 @@ struct Hooks {
   uint32_t (*capture_trace)(uint32_t skip, uintptr_t* addresses, uint32_t limit);
   // Prints captured addresses.
   void (*print_trace)(const uintptr_t* addresses, uint32_t count);
+  // Writes a memory dump of the process under this file name.
+  void (*write_dump)(const char* name);
 };
 
 // The hooks in force.

@@ -13,9 +13,14 @@
 #include "text/length_prefixed.h"
 
 CDiskFile::CDiskFile()
-    : use_worker_(qv::FileWorkersByDefault()), listing_(qv::FileWorkersByDefault()) {}
+    : use_worker_(qv::FileWorkersByDefault()), listing_(qv::FileWorkersByDefault()) {
+  qv::CachedReadLimit();
+}
 
-CDiskFile::~CDiskFile() { Close(); }
+CDiskFile::~CDiskFile() {
+  WaitForTransfers();
+  Close();
+}
 
 void CDiskFile::UseWorker(bool use_worker) {
   use_worker_ = use_worker;

@@ -16,15 +16,37 @@
 // Transfers name their place in the file. The mark, a place too, is kept by the object: it is where
 // Read and Write go on, and it moves with what they transfer. It may lie behind the end.
 //
+// Reads go through the cache that all file objects share (file_cache.h), in blocks of 64 KB, and
+// writes go to the disk and then into the blocks that are there:
+//   - What one object has written, and was told is written, it reads. The blocks follow whatever
+//     the disk answered: after a write that failed nobody knows what the disk has, so the blocks it
+//     was about go, and the next read asks the disk. No read shows bytes that were not saved.
+//   - What other objects, threads without the cache and programs write to the same file is not seen
+//     as long as its block stays; opening the file anew, or SetEOF, shows it.
+//   - A write beyond the end also drops the blocks that ended with the old end.
+//   - Several tasks may transfer at the same time with one object, as long as they leave its mark,
+//     its place and its opening alone. A read that runs while its bytes are written gives old or
+//     new.
+//   - SetEOF counts as a write that is under way beside others.
+//   - A read longer than 4 MB, or than the cache's limit, is made in pieces.
+//   - A task may be killed in any of the calls.
+//   - Off the kernel's thread transfers go straight to the disk and touch nothing process-wide; nor
+//     does the end of an object that has no blocks. An object that has blocks is destroyed on the
+//     kernel's thread. Without a kernel all calls work, on one thread, and nothing waits.
+//   - An object that is destroyed while its transfers run waits for them. Where the kernel cannot
+//     switch it goes at once, and they answer ZRErrNotOpen.
+//
 // Errors: framework codes; those of the platform are translated (errors.h). The source files: this
 // class's folders and names stand in disk_file.cc and disk_file_levels.cc, opening and closing in
-// disk_file_open.cc, transfers in disk_file_transfers.cc, moves in disk_file_moves.cc.
+// disk_file_open.cc, transfers in disk_file_transfers.cc and, through the cache, in
+// disk_file_cached.cc, moves in disk_file_moves.cc.
 #pragma once
 
 #include <cstdint>
 
 #include "base/counted_object.h"
 #include "base/errors.h"
+#include "files/file_blocks.h"
 #include "files/folder_listing.h"
 #include "files/paths.h"
 
@@ -97,7 +119,8 @@ class CDiskFile : public CCountedObject {
   // named.
   virtual ZRError Open(uint32_t access, uint32_t share);
 
-  // Transfers at the mark, which moves by what was transferred. As ReadAt and WriteAt.
+  // Transfers at the mark, which moves by what was transferred, also where a read or write was not
+  // complete. As ReadAt and WriteAt.
   virtual ZRError Read(void* buffer, uint32_t* count);
   virtual ZRError Write(const void* bytes, int32_t length);
 
@@ -112,14 +135,16 @@ class CDiskFile : public CCountedObject {
 
   // Has the system write what it holds back. ZRErrNotOpen.
   virtual ZRError Flush();
-  // Closed afterwards, whatever the answer: ZRErrNotOpen, or the platform's error. The mark is 0.
+  // Waits for transfers of other tasks that are under way, where the kernel can switch; new ones
+  // answer ZRErrNotOpen meanwhile. Closed afterwards, whatever the answer: ZRErrNotOpen, or the
+  // platform's error. The mark is 0.
   virtual ZRError Close();
 
   // At most *count bytes from `offset`, counted as `mode` says. *count: bytes read. ZRErrEOF when
-  // the file ended before; ZRErrParam, with a message, for another mode or a place below 0. The
-  // mark stays.
+  // the file ended before; ZRErrParam, with a message, for another mode or a place below 0;
+  // ZRErrNotOpen. The mark stays. What was read before an error has arrived, and counts.
   virtual ZRError ReadAt(void* buffer, uint32_t* count, int64_t offset, uint32_t mode = kFromStart);
-  // As RawWriteAt.
+  // As RawWriteAt. With a mode other than kFromStart all blocks of the file are dropped.
   virtual ZRError WriteAt(const void* bytes, int32_t length, int64_t offset,
                           uint32_t mode = kFromStart);
   // ReadAt that answers ZRErrRange when there are fewer bytes.
@@ -253,6 +278,11 @@ class CDiskFile : public CCountedObject {
   ZRError RenameTarget(const char* new_name, char* target) const;
   bool PlaceOf(int64_t offset, uint32_t mode, uint64_t* place) const;
   ZRError RefuseRead(const char* message, int32_t value) const;
+  ZRError CheckRead(int64_t offset, uint32_t mode, uint64_t* place) const;
+  ZRError ReadFrom(uint64_t place, void* buffer, uint32_t* count, bool move_mark);
+  ZRError ReadStraight(uint64_t place, void* buffer, uint32_t* count);
+  ZRError CutNative(uint64_t length);
+  void WaitForTransfers() const;
   ZRError FinishMove(uint32_t trace, ZRError error, const char* target);
   ZRError FinishWrite(uint32_t native, uint32_t written, int32_t length, uint32_t mode);
 
@@ -267,4 +297,5 @@ class CDiskFile : public CCountedObject {
   uint32_t level_ = 0;
   char subfolder_[kNameSize] = {};
   qv::FolderListing listing_;
+  qv::FileBlocks blocks_;
 };

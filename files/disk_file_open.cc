@@ -24,6 +24,11 @@ namespace {
 // search over the levels finds it before the levels that all users share.
 constexpr uint32_t kOwnLevel = kLocationRoamingData;
 
+bool MayYield() {
+  const qv::Hooks& hooks = qv::GlobalHooks();
+  return hooks.on_kernel_thread() && hooks.switching_allowed();
+}
+
 bool IsSharedLevel(uint32_t level) {
   return level == kLocationCommonData || level == kLocationApplication ||
          level == kLocationApplicationToo;
@@ -200,13 +205,20 @@ ZRError CDiskFile::Flush() {
 }
 
 ZRError CDiskFile::Close() {
-  if (!IsOpen()) return ZRErrNotOpen;
+  if (!IsOpen() || blocks_.IsClosing()) return ZRErrNotOpen;
   TraceFile(kTraceOpens, "ZRFile[%p]: CLOSE -- %s", file_, use_worker_ ? "\n" : "");
+  qv::FileOperation closing(blocks_, qv::FileOperation::kClose);
+  // The platform may give the handle to another file as soon as it is closed.
+  const auto is_waiting = [&] { return !closing.IsOrphan() && blocks_.HasOthersThan(closing); };
+  while (is_waiting() && MayYield()) qv::GlobalHooks().yield();
+  if (!closing.IsOrphan()) blocks_.DropForChange(&closing);
+  if (closing.IsOrphan()) return ZRErrNotOpen;
   FileRequest request;
   request.operation = kFileRequestClose;
   request.file = std::exchange(file_, INVALID_HANDLE_VALUE);
   mark_ = 0;
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
+  if (!closing.IsOrphan()) blocks_.DropForChange(&closing);
   const uint32_t open_files = qv::ChangeOpenFiles(native == 0 ? -1 : 0);
   if (native != 0) {
     TraceFile(kTraceOpens, "FAILED!\n");
@@ -214,6 +226,13 @@ ZRError CDiskFile::Close() {
   }
   TraceFile(kTraceOpens, "OK [+%lu]\n", open_files);
   return ZRErrNone;
+}
+
+void CDiskFile::WaitForTransfers() const {
+  while (blocks_.HasOperations() && MayYield()) {
+    qv::DumpForUnfinishedTransfers();
+    qv::GlobalHooks().yield();
+  }
 }
 
 void CDiskFile::SetFork(uint32_t fork) { fork_ = fork == kResourceFork ? fork : kDataFork; }

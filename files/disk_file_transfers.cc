@@ -1,8 +1,7 @@
-// Reading and writing the open file, and its mark.
+// Reading and writing the open file past the cache, and its mark.
 #include <utility>
 
 #include "app/debug_output.h"
-#include "app/message.h"
 #include "files/disk_file.h"
 #include "files/errors.h"
 #include "files/file_options.h"
@@ -47,6 +46,8 @@ ZRError CDiskFile::RawReadAt(void* buffer, uint32_t* count, uint64_t offset) {
   if (!SetPlace(request, use_worker_)) return ZRErrSeek;
   TraceFile(kTraceTransfers, "CDiskFile[%p]: READ(At) at %lu [into %p] %lu (%lXh) -- ", file_,
             Low(offset), buffer, wished, wished);
+  // The file object may go while the request runs: it is not touched from here on.
+  const qv::FileOperation life(blocks_, qv::FileOperation::kRaw);
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
   if (native != 0) {
     TraceFile(kTraceTransfers, "FAILED! %lu (%lXh)\n", wished, wished);
@@ -95,53 +96,10 @@ ZRError CDiskFile::RawWriteAt(const void* bytes, int32_t length, int64_t offset,
   TraceFile(kTraceTransfers, "ZRFile[%p]: WRITE(At) at %lu [from %p] %lu (%lXh) -- %s", file_,
             Low(request.offset), bytes, length, length, use_worker_ ? "\n" : "");
   if (request.offset > kLargestPlace || !SetPlace(request, use_worker_)) return ZRErrSeek;
+  const qv::FileOperation life(blocks_, qv::FileOperation::kRaw);
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
+  if (life.IsOrphan()) return ZRErrNotOpen;  // the mark has gone
   return FinishWrite(native, request.count, length, mode);
-}
-
-// --- as callers use them ---
-
-ZRError CDiskFile::RefuseRead(const char* message, int32_t value) const {
-  char path[kPathSize];
-  const bool has_path = GetNativePath(path, sizeof path) == ZRErrNone;
-  ZRMessage(message, value, has_path ? path : "(unknown)");
-  return ZRErrParam;
-}
-
-ZRError CDiskFile::ReadAt(void* buffer, uint32_t* count, int64_t offset, uint32_t mode) {
-  const uint32_t wished = std::exchange(*count, 0);
-  if (wished == 0) return ZRErrNone;
-  uint64_t place = 0;
-  if (!PlaceOf(offset, mode, &place)) {
-    return RefuseRead("Invalid seek options (%d) reading file: %s", static_cast<int32_t>(mode));
-  }
-  if (mode == kFromMark && place < static_cast<uint64_t>(offset)) return ZRErrEOF;
-  if (place > kLargestPlace) {
-    return RefuseRead("Invalid offset (%d) reading file: %s", static_cast<int32_t>(place));
-  }
-  *count = wished;
-  const ZRError error = RawReadAt(buffer, count, place);
-  return error == ZRErrNone && *count < wished ? ZRErrEOF : error;
-}
-
-ZRError CDiskFile::WriteAt(const void* bytes, int32_t length, int64_t offset, uint32_t mode) {
-  return RawWriteAt(bytes, length, offset, mode);
-}
-
-ZRError CDiskFile::ReadExact(void* buffer, uint32_t count, int64_t offset, uint32_t mode) {
-  uint32_t done = count;
-  const ZRError error = ReadAt(buffer, &done, offset, mode);
-  return error == ZRErrEOF || (error == ZRErrNone && done < count) ? ZRErrRange : error;
-}
-
-ZRError CDiskFile::Read(void* buffer, uint32_t* count) {
-  const ZRError error = ReadAt(buffer, count, static_cast<int64_t>(mark_), kFromStart);
-  mark_ += *count;
-  return error;
-}
-
-ZRError CDiskFile::Write(const void* bytes, int32_t length) {
-  return WriteAt(bytes, length, static_cast<int64_t>(mark_), kFromStart);
 }
 
 // --- the mark ---
@@ -179,23 +137,10 @@ int64_t CDiskFile::Seek(int64_t offset, uint32_t origin) {
   return static_cast<int64_t>(mark_);
 }
 
-ZRError CDiskFile::SetEOF(uint64_t length) {
-  TraceFile(kTraceTransfers, "ZRFile[%p]: SETEOF %lu (%08lXh) -- ", file_, Low(length),
-            Low(length));
-  if (!IsOpen()) {
-    TraceFile(kTraceTransfers, "NOT OPEN!\n");
-    return ZRErrNotOpen;
-  }
-  TraceFile(kTraceTransfers, "\n");
+ZRError CDiskFile::CutNative(uint64_t length) {
   FileRequest request;
   request.operation = kFileRequestSetEOF;
   request.file = file_;
   request.offset = length;
-  const ZRError error = ZRTranslateNativeError(qv::RunFileRequest(request, use_worker_));
-  if (error != ZRErrNone) {
-    TraceFile(kTraceTransfers, "FAILED! (%lu, %lX)\n", error, error);
-  } else {
-    TraceFile(kTraceTransfers, "SUCCESS!\n");
-  }
-  return error;
+  return ZRTranslateNativeError(qv::RunFileRequest(request, use_worker_));
 }

@@ -20,6 +20,7 @@ constexpr uint32_t kTaskNameSize = 32;  // with the terminator
 
 namespace qv {
 
+class TaskCleanup;
 struct TaskList;
 
 enum class TaskState : uint32_t {
@@ -107,6 +108,7 @@ struct TCB {
   TCB* previous_caller = nullptr;
   TCB* first_caller = nullptr;
   TCB* last_caller = nullptr;
+  qv::TaskCleanup* cleanups = nullptr;  // innermost first (task_cleanup.h)
 
   static constexpr uintptr_t kCookieMask = 0x5AA55AA5;
   bool IsHot() const { return (flags & (qv::kHotOnce | qv::kAlwaysHot)) != 0; }

@@ -7,6 +7,7 @@
 #include "tasks/kernel_trace.h"
 #include "tasks/own_stacks.h"
 #include "tasks/pool_link.h"
+#include "tasks/task_cleanup.h"
 #include "tasks/task_list_report.h"
 #include "tasks/task_properties.h"
 
@@ -74,6 +75,7 @@ void ReleaseSlotBlocks(TCB* task) {
 }  // namespace
 
 void ReleaseTask(TCB* task) {
+  RunCleanups(task);
   if (ThePoolLink().task_ends != nullptr) ThePoolLink().task_ends(task);
   LeaveList(task);
   if (TheKernel().superhot == task) TheKernel().superhot = nullptr;

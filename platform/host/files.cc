@@ -116,11 +116,37 @@ HANDLE OpenFileHandle(const FoundName& name, const OpenRequest& request) {
       std::make_shared<OpenFile>(std::move(file), status, request.access, request.share));
 }
 
-// The place that a transfer names; without one it goes on where the last one ended.
-DWORD MoveTo(const OpenFile& file, const OVERLAPPED* at) {
-  if (!at) return 0;
-  const auto place = static_cast<off_t>(uint64_t{at->OffsetHigh} << 32 | at->Offset);
+off_t PlaceOf(const OVERLAPPED& at) {
+  return static_cast<off_t>(uint64_t{at.OffsetHigh} << 32 | at.Offset);
+}
+
+DWORD MoveTo(const OpenFile& file, off_t place) {
   return lseek(file.number(), place, SEEK_SET) < 0 ? DWORD{ERROR_INVALID_PARAMETER} : 0;
+}
+
+// Bytes go where the transfer says, whatever other threads do with the same file meanwhile; without
+// a place, where the last transfer ended. `transfer` and `transfer_at` are the system's calls.
+template <typename Byte, typename Transfer, typename TransferAt>
+DWORD TransferBytes(const OpenFile& file, Byte* bytes, DWORD size, OVERLAPPED* at, DWORD* total,
+                    Transfer transfer, TransferAt transfer_at) {
+  const off_t place = at ? PlaceOf(*at) : 0;
+  *total = 0;
+  while (*total < size) {
+    Byte* rest = bytes + *total;
+    const ssize_t count = at ? transfer_at(file.number(), rest, size - *total, place + *total)
+                             : transfer(file.number(), rest, size - *total);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) {
+      const DWORD error = ErrorFromNative(errno);
+      const DWORD unreachable = at ? MoveTo(file, place) : 0;
+      return unreachable != 0 ? unreachable : error;
+    }
+    if (count == 0) break;
+    *total += static_cast<DWORD>(count);
+  }
+  if (!at) return 0;
+  at->InternalHigh = *total;
+  return MoveTo(file, place + *total);
 }
 
 }  // namespace
@@ -150,17 +176,11 @@ BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD done, OVERLAPPED
   auto file = host::FindHandle<host::OpenFile>(handle);
   if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
   if (!file->MayRead()) return Fail(ERROR_ACCESS_DENIED, FALSE);
-  if (DWORD error = host::MoveTo(*file, at)) return Fail(error, FALSE);
   DWORD total = 0;
-  while (total < size) {
-    ssize_t count = read(file->number(), static_cast<char*>(buffer) + total, size - total);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return Fail(host::ErrorFromNative(errno), FALSE);
-    if (count == 0) break;
-    total += static_cast<DWORD>(count);
-  }
+  const DWORD error =
+      host::TransferBytes(*file, static_cast<char*>(buffer), size, at, &total, read, pread);
+  if (error != 0) return Fail(error, FALSE);
   if (done) *done = total;
-  if (at) at->InternalHigh = total;
   return at && total == 0 && size > 0 ? Fail(ERROR_HANDLE_EOF, FALSE) : TRUE;
 }
 
@@ -170,11 +190,11 @@ BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD done, OVERLAPP
   auto file = host::FindHandle<host::OpenFile>(handle);
   if (!file) return Fail(ERROR_INVALID_HANDLE, FALSE);
   if (!file->MayWrite()) return Fail(ERROR_ACCESS_DENIED, FALSE);
-  if (DWORD error = host::MoveTo(*file, at)) return Fail(error, FALSE);
-  DWORD error = host::WriteAllBytes(file->number(), {static_cast<const char*>(buffer), size});
+  DWORD total = 0;
+  const DWORD error =
+      host::TransferBytes(*file, static_cast<const char*>(buffer), size, at, &total, write, pwrite);
   if (error != 0) return Fail(error, FALSE);
-  if (done) *done = size;
-  if (at) at->InternalHigh = size;
+  if (done) *done = total;
   return TRUE;
 }
 

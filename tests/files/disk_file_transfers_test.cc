@@ -173,9 +173,12 @@ TEST_F(TransferTest, TraceLines) {
        "ZRFile[#]: WRITE(At) at 20 [from #] 5 (5h) -- OK 5 (5h)\n"},
       {traced([&] {
          uint32_t count = 10;
+         file.RawReadAt(bytes, &count, 17);
+         file.ReadAt(bytes, &count, 17);
          file.ReadAt(bytes, &count, 17);
        }),
-       "CDiskFile[#]: READ(At) at 17 [into #] 10 (Ah) -- "},
+       "CDiskFile[#]: READ(At) at 17 [into #] 10 (Ah) -- "
+       "CDiskFile[#]: READ(At) at 0 [into #] 65536 (10000h) -- "},
       {traced([&] { file.Sense(); }), "CDiskFile[#]: Sense -- OK (5, 00000005h)\n"},
       {traced([&] { file.Seek(26, kSeekMark); }), "OK - OK (31, 0000001Fh)\n"},
       {traced([&] { file.Seek(-5, kSeekEnd); }),

@@ -6,6 +6,7 @@
 
 #include "base/clock.h"
 #include "files/disk_file.h"
+#include "files/file_cache.h"
 #include "files/file_options.h"
 #include "tests/tasks/workers_fixture.h"
 #include "tests/test_platform.h"
@@ -16,7 +17,10 @@ constexpr int kTasks = 200;
 
 class FileTasks : public test::WorkersTest {
  protected:
-  FileTasks() { test::EmptyFolder(folder_); }
+  FileTasks() {
+    test::EmptyFolder(folder_);
+    qv::ResetFileCacheForTest();
+  }
   ~FileTasks() override { qv::ResetFileOptionsForTest(); }
 
   std::string PathOf(const std::string& name) { return folder_ + "\\" + name; }
@@ -76,6 +80,7 @@ TEST_F(FileTasks, ManyAtOnce) {
         const uint64_t now = ZRMicroseconds(true);
         longest = std::max(longest, now - std::exchange(last, now));
       }
+      ZRDropFileCache();
     });
   });
   EXPECT_EQ(done_, kTasks);

@@ -1,6 +1,7 @@
 #include "tests/files/files_fixture.h"
 
 #include "app/debug_output.h"
+#include "files/file_cache.h"
 
 namespace test {
 namespace {
@@ -47,6 +48,7 @@ void FilesTest::Set(const char* section, const char* key, const char* value) {
 
 void FilesTest::StartAnew() {
   qv::ResetErrorReportsForTest();
+  qv::ResetFileCacheForTest();
   qv::ResetFileRequestsForTest();
   qv::ResetFileOptionsForTest();
   qv::ResetLocationsForTest();

@@ -23,6 +23,7 @@ struct FixtureState {
   int blocks = 0;
   int allocations_left = -1;  // before one fails; of the size below
   size_t failing_size = 0;
+  bool struck = false;
 };
 FixtureState& State() {
   static FixtureState state;
@@ -32,7 +33,9 @@ FixtureState& State() {
 bool IsToFail(size_t size) {
   FixtureState& state = State();
   if (state.failing_size != 0 && state.failing_size != size) return false;
-  return state.allocations_left >= 0 && state.allocations_left-- == 0;
+  const bool fails = state.allocations_left >= 0 && state.allocations_left-- == 0;
+  state.struck = state.struck || fails;
+  return fails;
 }
 
 void CountAllocations() {
@@ -51,9 +54,11 @@ void CountAllocations() {
 
 }  // namespace
 
-void FailAllocation(int after, size_t size) {
+bool FailAllocation(int after, size_t size) {
+  const bool struck = std::exchange(State().struck, false);
   State().allocations_left = after;
   State().failing_size = size;
+  return struck;
 }
 
 KernelTest::KernelTest() {

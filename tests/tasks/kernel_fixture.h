@@ -56,6 +56,7 @@ class KernelTest : public testing::Test {
 };
 
 // Allocations of `size` bytes (0: of any size) after which one fails, once; -1: none.
-void FailAllocation(int after, size_t size = 0);
+// Whether the one before had come true.
+bool FailAllocation(int after, size_t size = 0);
 
 }  // namespace test

@@ -1,0 +1,188 @@
+// The cache when disk or memory fail, and how long drops take the processor.
+#include <string>
+
+#include "base/clock.h"
+#include "files/disk_file.h"
+#include "files/file_cache.h"
+#include "platform/host/control.h"
+#include "tests/files/held_requests.h"
+#include "tests/tasks/kernel_fixture.h"
+#include "tests/test_platform.h"
+
+namespace {
+
+constexpr uint32_t kBlock = qv::kBlockBytes;
+
+class FileCacheHostTest : public test::KernelTest {
+ protected:
+  FileCacheHostTest() { qv::ResetFileCacheForTest(); }
+  ~FileCacheHostTest() override {
+    host::ClearFaults();
+    host::ThawTicks();
+    qv::ResetFileCacheForTest();
+  }
+  void RunTask(const std::function<void()>& body) {
+    RunTasks([&] { Spawn("script", body); });
+  }
+  void Open(CDiskFile& file, size_t length) {
+    const std::string path = test::TempFolder() + "\\file";
+    ASSERT_TRUE(test::WriteWholeFile(path, std::string(length, 'o')));
+    ASSERT_EQ(file.SetPath(path.c_str()), ZRErrNone);
+    ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
+  }
+};
+
+std::string Read(CDiskFile& file, int64_t offset, uint32_t count, ZRError* error, bool raw) {
+  std::string bytes(count, '#');
+  *error = raw ? file.RawReadAt(bytes.data(), &count, static_cast<uint64_t>(offset))
+               : file.ReadAt(bytes.data(), &count, offset);
+  bytes.resize(count);
+  return bytes;
+}
+
+// Some of everything, with whatever answers.
+void Use(CDiskFile& file) {
+  ZRError error;
+  Read(file, kBlock - 50, 100, &error, false);
+  file.WriteAt("first", 5, 10);
+  Read(file, 0, 3 * kBlock, &error, false);
+  file.WriteAt("second", 6, kBlock - 3);
+  file.WriteAt(std::string(kBlock, 'l').data(), kBlock, kBlock / 2);
+  Read(file, 5, 10, &error, false);
+  file.SetEOF(2 * kBlock + 9);
+  file.WriteAt("behind the end", 14, 2 * kBlock + 20);
+  Read(file, 2 * kBlock, 100, &error, false);
+  file.WriteAt("far", 3, 5 * kBlock);
+}
+
+// Each call of the platform, and each allocation, fails in turn, once or for good. Afterwards the
+// object reads what the disk has.
+TEST_F(FileCacheHostTest, WhatIsReadAfterFailuresIsOnTheDisk) {
+  struct Fault {
+    const char* call;  // null: an allocation
+    bool from_then_on;
+  };
+  const Fault kFaults[] = {{"ReadFile", false}, {"ReadFile", true},      {"WriteFile", false},
+                           {"WriteFile", true}, {"SetEndOfFile", false}, {"SetFilePointer", false},
+                           {nullptr, false}};
+  for (const Fault& fault : kFaults) {
+    for (const bool use_worker : {false, true}) {
+      uint32_t nth = 0;
+      for (bool struck = true; struck && nth < 100;) {
+        SCOPED_TRACE(testing::Message() << (fault.call != nullptr ? fault.call : "allocation")
+                                        << ++nth << fault.from_then_on << use_worker);
+        RunTask([&] {
+          CDiskFile file;
+          Open(file, 3 * kBlock + 100);
+          file.UseWorker(use_worker);
+          if (fault.call != nullptr) {
+            host::FailCall(fault.call, nth, ERROR_DISK_FULL, fault.from_then_on);
+          } else {
+            test::FailAllocation(static_cast<int>(nth) - 1);
+          }
+          Use(file);
+          struck = fault.call != nullptr ? host::FaultsStruck() > 0 : test::FailAllocation(-1);
+          host::ClearFaults();
+          EXPECT_TRUE(qv::FileCacheIsConsistent());
+          for (const uint32_t offset : {0u, 7u, kBlock - 9, 2 * kBlock + 1, 5 * kBlock}) {
+            ZRError error;
+            const std::string raw = Read(file, offset, 6 * kBlock, &error, true);
+            EXPECT_TRUE(Read(file, offset, 6 * kBlock, &error, false) == raw) << offset;
+            EXPECT_EQ(error, ZRErrEOF);
+          }
+          file.Close();
+          ZRDropFileCache();
+        });
+      }
+      EXPECT_TRUE(nth > 1 || (use_worker && std::string(fault.call) == "SetFilePointer"));
+      EXPECT_LT(nth, 100u);
+    }
+  }
+}
+
+// A write that fails leaves no block that claims its bytes.
+TEST_F(FileCacheHostTest, AWriteThatFailedIsNotRead) {
+  CDiskFile file;
+  Open(file, 100);
+  ZRError error;
+  EXPECT_EQ(Read(file, 0, 3, &error, false), "ooo");
+  host::FailCall("WriteFile", 1, ERROR_ACCESS_DENIED);
+  EXPECT_NE(file.WriteAt("new", 3, 0), ZRErrNone);
+  host::FailCall("WriteFile", 1, ERROR_DISK_FULL);
+  EXPECT_EQ(file.WriteAt("new", 3, 100), ZRErrDiskFull);
+  host::ClearFaults();
+  EXPECT_EQ(Read(file, 0, 3, &error, false), "ooo");
+  EXPECT_EQ(Read(file, 98, 5, &error, false), "oo");
+}
+
+// Drops of many blocks yield every 10 ms, whatever is dropped; a kill there leaves nothing broken,
+// and the file may go on growing meanwhile.
+TEST_F(FileCacheHostTest, DropsYield) {
+  constexpr uint32_t kBlocks = 200;
+  constexpr uint64_t kStart = 5'000'000;
+  const struct {
+    const char* name;
+    void (*drop)(CDiskFile& file);
+  } kRows[] = {{"all", [](CDiskFile&) { ZRDropFileCache(); }},
+               {"SetEOF", [](CDiskFile& file) { file.SetEOF(kBlocks * kBlock); }},
+               {"write", [](CDiskFile& file) { file.WriteAt("o", 1, 0, kFromStartKeepMark); }},
+               {"Close", [](CDiskFile& file) { file.Close(); }}};
+  for (const auto& row : kRows) {
+    for (const bool is_killed : {false, true}) {
+      SCOPED_TRACE(testing::Message() << row.name << is_killed);
+      qv::ResetClockForTest();
+      host::FreezeMicroseconds(kStart);
+      RunTask([&] {
+        bool is_done = false;
+        const test::HeldRequests held;  // no workers
+        CDiskFile file;
+        Open(file, 0);
+        EXPECT_EQ(file.SetEOF(kBlocks * kBlock), ZRErrNone);
+        char byte;
+        for (uint32_t block = 0; block < kBlocks; ++block) {
+          EXPECT_EQ(file.ReadExact(&byte, 1, block * kBlock), ZRErrNone);
+        }
+        host::FreezeMicroseconds(kStart, 1000);  // a millisecond at each look
+        const TaskId dropper = Spawn("dropper", [&] {
+          row.drop(file);
+          is_done = true;
+        });
+        int yields = 0;
+        for (; ZRTaskIsValid(dropper) && yields < 1000; ++yields) {
+          EXPECT_TRUE(qv::FileCacheIsConsistent());
+          // Others go on reading, also behind what was there.
+          uint32_t count = 1;
+          file.ReadAt(&byte, &count, (kBlocks + yields) * kBlock);
+          if (is_killed && yields == 10) ZRTaskKill(dropper);
+          ZRTaskYield();
+        }
+        host::ThawTicks();
+        EXPECT_EQ(is_done, !is_killed);
+        EXPECT_GE(yields, is_killed ? 10 : static_cast<int>(kBlocks) / 10);
+        EXPECT_LT(yields, static_cast<int>(kBlocks));
+        ZRDropFileCache();
+        uint64_t size = 0;
+        ZRGetFileCacheSizes(&size, nullptr);
+        EXPECT_EQ(size, 0u);
+        file.Close();
+        ZRDropFileCache();
+      });
+    }
+  }
+}
+
+// What the last block has costs no call of the platform, not even of the clock.
+TEST_F(FileCacheHostTest, AHitCallsNothing) {
+  CDiskFile file;
+  Open(file, kBlock);
+  char bytes[100];
+  EXPECT_EQ(file.ReadExact(bytes, 100, 0), ZRErrNone);
+  host::ResetCallCounts();
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(file.ReadExact(bytes, 100, i), ZRErrNone);
+  for (const char* call : {"ReadFile", "SetFilePointer", "QueryPerformanceCounter", "GetTickCount",
+                           "QueryInterruptTime"}) {
+    EXPECT_EQ(host::CallsMade(call), 0u) << call;
+  }
+}
+
+}  // namespace
