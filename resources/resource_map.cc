@@ -146,8 +146,9 @@ void ResourceMap::Drop() {
 
 uint32_t ResourceMap::NamesSize() const { return ZRGetHandleSize(names_); }
 
-// The bytes of the name at an offset with its length byte; 0 behind the list.
+// The bytes of the name at an offset with its length byte; 0 for no name and behind the list.
 uint32_t ResourceMap::NameSize(uint32_t name_offset) const {
+  if (name_offset == reference_layout::kNoName) return 0;  // the list may have a byte there
   const LockedHandle names(names_);
   return name_offset < names.bytes().size() ? names.data()[name_offset] + 1u : 0;
 }

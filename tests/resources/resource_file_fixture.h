@@ -43,43 +43,62 @@ inline std::string BytesOf(ZRHandle handle) {
   return ZRGetHandleBytes(handle, bytes.data(), &count) == ZRErrNone ? bytes : "(no bytes)";
 }
 
-// A process that ends at a write: that write writes `torn` bytes of what it was asked for and
-// fails, and so does everything that changes the file after it. With `once` only that write fails.
+// A process that ends at a change of the file (a write, a flush, a cut): a write then writes `torn`
+// bytes of what it was asked for and fails, and so does every change after it. With `once` only
+// that one fails. Changes are recorded.
 class StoppingFile : public CDiskFile {
  public:
   struct Stop {
-    int at_write = 0;  // 1 is the next one; 0: none
+    int at_change = 0;  // 1 is the next one; 0: none
     int32_t torn = 0;
     bool once = false;
   };
-  void Arm(const Stop& stop) { stop_ = stop, writes_ = 0, stopped_ = false; }
+  struct FileChange {
+    enum { kWrite, kFlush, kCut } kind;
+    uint64_t place = 0;  // or the file's new length
+    std::string bytes;
+  };
+  void Arm(const Stop& stop) {
+    stop_ = stop;
+    stopped_ = false;
+    changes_.clear();
+  }
   bool stopped() const { return stopped_; }
-  int writes() const { return writes_; }
+  const std::vector<FileChange>& changes() const { return changes_; }
   std::function<void()> before_read;  // called once, by the next read
 
   ZRError WriteAt(const void* bytes, int32_t length, int64_t offset, uint32_t mode) override {
-    ++writes_;
-    if (IsDead()) return ZRErrDiskFull;
-    if (writes_ != stop_.at_write) return CDiskFile::WriteAt(bytes, length, offset, mode);
-    stopped_ = true;
+    const Step step = Next({FileChange::kWrite,
+                            static_cast<uint64_t>(offset),
+                            {static_cast<const char*>(bytes), static_cast<size_t>(length)}});
+    if (step == kGoOn) return CDiskFile::WriteAt(bytes, length, offset, mode);
     // A header lies in one sector: it is written whole or not at all.
     const int32_t torn = length == 16 && offset == 0 ? 0 : std::min(stop_.torn, length);
-    CDiskFile::WriteAt(bytes, torn, offset, mode);
+    if (step == kFail) CDiskFile::WriteAt(bytes, torn, offset, mode);
     return ZRErrDiskFull;
   }
   ZRError SetEOF(uint64_t length) override {
-    return IsDead() ? ZRErrIO : CDiskFile::SetEOF(length);
+    return Next({FileChange::kCut, length, ""}) == kGoOn ? CDiskFile::SetEOF(length) : ZRErrIO;
   }
-  ZRError Flush() override { return IsDead() ? ZRErrIO : CDiskFile::Flush(); }
+  // Only noted: a real one takes milliseconds.
+  ZRError Flush() override {
+    return Next({FileChange::kFlush, 0, ""}) == kGoOn ? ZRErrNone : ZRErrIO;
+  }
   ZRError ReadAt(void* buffer, uint32_t* count, int64_t offset, uint32_t mode) override {
     if (const auto run = std::exchange(before_read, nullptr)) run();
     return CDiskFile::ReadAt(buffer, count, offset, mode);
   }
 
  private:
-  bool IsDead() const { return stopped_ && !stop_.once; }
+  enum Step { kGoOn, kFail, kDead };
+  Step Next(FileChange change) {
+    changes_.push_back(std::move(change));
+    if (stopped_) return stop_.once ? kGoOn : kDead;
+    stopped_ = static_cast<int>(changes_.size()) == stop_.at_change;
+    return stopped_ ? kFail : kGoOn;
+  }
   Stop stop_;
-  int writes_ = 0;
+  std::vector<FileChange> changes_;
   bool stopped_ = false;
 };
 
