@@ -35,6 +35,11 @@ constexpr ZRError ZRErrBadFormat = 4127;
 constexpr ZRError ZRErrSeek = 4128;
 
 // Resources.
+constexpr ZRError ZRErrResMemory = 4701;    // no memory for lists, names or a body
+constexpr ZRError ZRErrResDamaged = 4702;   // a resource file that cannot be read as one
+constexpr ZRError ZRErrResMapBad = 4703;    // a change or an update left the map inconsistent
+constexpr ZRError ZRErrResTooLarge = 4704;  // more than the format's offsets, or the fork, can hold
+constexpr ZRError ZRErrResNotFound = 4705;
 constexpr ZRError ZRErrNoMapping = 9630;  // no kind for a file type and creator
 
 // Memory.

@@ -39,7 +39,8 @@
 // Errors: framework codes; those of the platform are translated (errors.h). The source files: this
 // class's folders and names stand in disk_file.cc and disk_file_levels.cc, opening and closing in
 // disk_file_open.cc, transfers in disk_file_transfers.cc and, through the cache, in
-// disk_file_cached.cc, moves in disk_file_moves.cc.
+// disk_file_cached.cc, moves in disk_file_moves.cc, what is written about a file in
+// disk_file_information.cc.
 #pragma once
 
 #include <cstdint>
@@ -174,6 +175,14 @@ class CDiskFile : public CCountedObject {
   // Of a file; framework times on the local clock, null leaves a time as it is. Where it is not
   // open it is opened for writing meanwhile.
   virtual ZRError SetTimes(const uint32_t* created, const uint32_t* modified);
+
+  // Gives the file the attributes and the modification time of an entry; a time of 0 leaves the
+  // time as it is. The file may be open. The platform's error, and then the time may be set.
+  virtual ZRError SetInfo(const qv::FolderEntry& entry);
+
+  // As Create, and with a type and a creator (forks.h); when they cannot be stored there is no file
+  // afterwards, unless the file is of the resource fork.
+  ZRError CreateWithType(uint32_t type, uint32_t creator);
 
   // Makes the named file, empty, and leaves it closed. ZRErrParam without a name, ZRErrExists,
   // ZRErrBadFolder when the folder is missing, ZRErrFileOpen, else the platform's error.

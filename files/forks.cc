@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/big_endian.h"
+#include "files/errors.h"
 #include "platform/windows_api.h"
 
 namespace qv {
@@ -23,16 +24,17 @@ bool AppendStream(char* path, uint32_t size, std::string_view stream) {
   return true;
 }
 
-// A stream of a file, open for reading.
+// A stream of a file, open for reading, or for writing and then made when it is not there.
 class Stream {
  public:
-  Stream(const char* file, std::string_view stream) {
+  Stream(const char* file, std::string_view stream, DWORD access = GENERIC_READ) {
     char path[kStreamPathSize] = {};
     std::memcpy(path, file, strnlen(file, sizeof path - 1));
     fits_ = AppendStream(path, sizeof path, stream);
     if (!fits_) return;
-    file_ = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                        OPEN_EXISTING, FILE_FLAG_RANDOM_ACCESS, nullptr);
+    const DWORD disposition = access == GENERIC_READ ? OPEN_EXISTING : OPEN_ALWAYS;
+    file_ = CreateFileA(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
+                        FILE_FLAG_RANDOM_ACCESS, nullptr);
   }
   ~Stream() {
     if (is_open()) CloseHandle(file_);
@@ -78,6 +80,24 @@ ZRError ZRGetTypeCreator(const char* path, uint32_t* type, uint32_t* creator) {
   *type = qv::ReadBigEndian(bytes, qv::kType);
   *creator = qv::ReadBigEndian(bytes, qv::kCreator);
   return ZRErrNone;
+}
+
+ZRError ZRSetTypeCreator(const char* path, uint32_t type, uint32_t creator) {
+  const qv::Stream stream(path, qv::kInfoStream, GENERIC_WRITE);
+  if (!stream.fits()) return ZRErrTooLong;
+  if (!stream.is_open()) return ZRTranslateNativeError(GetLastError(), path);
+  uint8_t bytes[8];
+  for (int i = 0; i < 4; ++i) {
+    bytes[i] = static_cast<uint8_t>(type >> (24 - 8 * i));
+    bytes[4 + i] = static_cast<uint8_t>(creator >> (24 - 8 * i));
+  }
+  uint32_t place = 0;
+  DWORD done = 0;
+  if (!qv::Move(stream.file(), qv::kTypeAt, FILE_BEGIN, &place) ||
+      !WriteFile(stream.file(), bytes, sizeof bytes, &done, nullptr)) {
+    return ZRTranslateNativeError(GetLastError(), path);
+  }
+  return done == sizeof bytes ? ZRErrNone : ZRErrDiskFull;
 }
 
 ZRError ZRGetResourceForkSize(const char* path, uint64_t* size) {

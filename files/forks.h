@@ -17,6 +17,10 @@
 // pass 275 bytes. Both 0 after an error.
 ZRError ZRGetTypeCreator(const char* path, uint32_t* type, uint32_t* creator);
 
+// Writes them to the stream, which is made when it is not there; its other bytes stay. ZRErrTooLong
+// as above, else the platform's error.
+ZRError ZRSetTypeCreator(const char* path, uint32_t type, uint32_t creator);
+
 // The low 32 bits of the fork's size. ZRErrNotFound without the stream or when its path would pass
 // 275 bytes; ZRErrSeek.
 ZRError ZRGetResourceForkSize(const char* path, uint64_t* size);

@@ -2,11 +2,14 @@
 
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "base/hooks.h"
+#include "files/disk_file.h"
 #include "files/paths.h"
 #include "resources/charset_loader.h"
 #include "resources/module_source.h"
+#include "resources/resource_file.h"
 #include "resources/user_language.h"
 
 namespace qv {
@@ -15,10 +18,20 @@ namespace {
 constexpr char kResourceFileEnd[] = ".rez";
 constexpr size_t kNameSize = 256;  // bytes, terminator included
 
+CResSource* OpenResourceFile(const char* path) {
+  std::unique_ptr<CDiskFile> file(new (std::nothrow) CDiskFile);
+  std::unique_ptr<CRezFmt> source(new (std::nothrow) CRezFmt);
+  if (!file || !source || file->SetPath(path) != ZRErrNone) return nullptr;
+  CDiskFile* given = file.get();
+  if (source->Open(&given, true) != ZRErrNone) return nullptr;
+  file.release();  // it is the source's
+  return source.release();
+}
+
 struct ResourceChainState {
   // Filled at start-up, then kept. The module source stands behind them.
   std::unique_ptr<CResSource> file_b, main_file, file_a;
-  ResourceFileOpener open = [](const char*) -> CResSource* { return nullptr; };
+  ResourceFileOpener open = OpenResourceFile;
   bool use_extra_files = false;
 };
 

@@ -90,7 +90,7 @@ constexpr int32_t kMainFileString = 7, kFileAString = 8, kFileBString = 9;
 CResSource* FindFileWithResource(ResourceTypeCode type, int32_t number);
 
 // Opens the resource file at a whole path and gives the source that serves it, made with `new`, or
-// null. The component of resource files puts its own in place; until then none can be opened.
+// null. A test may put another one in the place of that which opens files (resource_file.h).
 using ResourceFileOpener = CResSource* (*)(const char* path);
 void SetResourceFileOpener(ResourceFileOpener opener);
 
