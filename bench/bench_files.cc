@@ -1,4 +1,5 @@
-// A folder of 10000 files, listed through the file layer, and what paths cost. There is no peer.
+// A folder of 10000 files, listed through the file layer, and what paths cost, without a peer; the
+// file cache (bench_file_cache.cc).
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -67,6 +68,8 @@ void FindVolume(benchmark::State& state) {
 
 }  // namespace
 
+void AddFileCache();
+
 int main(int argc, char** argv) {
   test::StartWithOwnState();
   bench::Add({.name = "one entry of a folder of 10000 files",
@@ -76,6 +79,7 @@ int main(int argc, char** argv) {
   bench::Add({.name = "join a folder and a name", .peer = "", .ours = Join});
   bench::Add({.name = "split a path", .peer = "", .ours = Split});
   bench::Add({.name = "the volume of a path", .peer = "", .ours = FindVolume});
+  AddFileCache();
   const int result = bench::Run(argc, argv);
   test::RemoveOwnState();
   return result;

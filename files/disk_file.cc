@@ -20,6 +20,7 @@ CDiskFile::CDiskFile()
 CDiskFile::~CDiskFile() {
   WaitForTransfers();
   Close();
+  qv::FileBlocks::Destroy(blocks_);
 }
 
 void CDiskFile::UseWorker(bool use_worker) {

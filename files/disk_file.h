@@ -29,7 +29,9 @@
 //     new.
 //   - SetEOF counts as a write that is under way beside others.
 //   - A read longer than 4 MB, or than the cache's limit, is made in pieces.
-//   - A task may be killed in any of the calls.
+//   - A task may be killed in any of the calls. What it has open stays open, as everything else
+//   that
+//     was its own.
 //   - Off the kernel's thread transfers go straight to the disk and touch nothing process-wide; nor
 //     does the end of an object that has no blocks. An object that has blocks is destroyed on the
 //     kernel's thread. Without a kernel all calls work, on one thread, and nothing waits.
@@ -292,6 +294,9 @@ class CDiskFile : public CCountedObject {
   ZRError ReadStraight(uint64_t place, void* buffer, uint32_t* count);
   ZRError CutNative(uint64_t length);
   void WaitForTransfers() const;
+  bool MakeBlocks();
+  bool IsClosing() const { return blocks_ != nullptr && blocks_->IsClosing(); }
+  void DropForChange(const qv::FileOperation* may_yield);
   ZRError FinishMove(uint32_t trace, ZRError error, const char* target);
   ZRError FinishWrite(uint32_t native, uint32_t written, int32_t length, uint32_t mode);
 
@@ -306,5 +311,5 @@ class CDiskFile : public CCountedObject {
   uint32_t level_ = 0;
   char subfolder_[kNameSize] = {};
   qv::FolderListing listing_;
-  qv::FileBlocks blocks_;
+  qv::FileBlocks* blocks_ = nullptr;  // from the first transfer through the cache on
 };

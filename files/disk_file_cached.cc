@@ -233,15 +233,15 @@ ZRError CDiskFile::ReadStraight(uint64_t place, void* buffer, uint32_t* count) {
 // *count is above 0.
 ZRError CDiskFile::ReadFrom(uint64_t place, void* buffer, uint32_t* count, bool move_mark) {
   const uint32_t wished = std::exchange(*count, 0);
-  if (!IsOpen() || blocks_.IsClosing()) return ZRErrNotOpen;
-  if (!qv::FileCacheIsHere()) {
+  if (!IsOpen() || IsClosing()) return ZRErrNotOpen;
+  if (!qv::FileCacheIsHere() || !MakeBlocks()) {
     *count = wished;
     const ZRError error = ReadStraight(place, buffer, count);
     if (move_mark) mark_ += *count;
     return error;
   }
-  if (blocks_.WasChanged()) blocks_.DropChanged();
-  if (CacheItem* item = blocks_.LastWith(place, wished)) {
+  if (blocks_->WasChanged()) blocks_->DropChanged();
+  if (CacheItem* item = blocks_->LastWith(place, wished)) {
     qv::TouchItem(item);
     std::memcpy(buffer, item->data() + place % kBlockBytes, wished);
     *count = wished;
@@ -253,7 +253,7 @@ ZRError CDiskFile::ReadFrom(uint64_t place, void* buffer, uint32_t* count, bool 
   bool hit = false;
   {
     FileOperation operation(blocks_, FileOperation::kRead);
-    CachedRead read(*this, blocks_, operation, static_cast<char*>(buffer), wished, place);
+    CachedRead read(*this, *blocks_, operation, static_cast<char*>(buffer), wished, place);
     error = read.Run();
     *count = read.done();
     hit = !read.asked_disk();
@@ -291,22 +291,32 @@ ZRError CDiskFile::ReadExact(void* buffer, uint32_t count, int64_t offset, uint3
 
 // --- changing ---
 
+// False without memory: the file then has no blocks.
+bool CDiskFile::MakeBlocks() {
+  if (blocks_ == nullptr) blocks_ = FileBlocks::Make();
+  return blocks_ != nullptr;
+}
+
+void CDiskFile::DropForChange(const FileOperation* may_yield) {
+  if (blocks_ != nullptr) blocks_->DropForChange(may_yield);
+}
+
 ZRError CDiskFile::WriteAt(const void* bytes, int32_t length, int64_t offset, uint32_t mode) {
-  if (!qv::FileCacheIsHere()) {
+  if (!qv::FileCacheIsHere() || !MakeBlocks()) {
     const ZRError error = RawWriteAt(bytes, length, offset, mode);
-    blocks_.NoteChange();
+    if (blocks_ != nullptr) blocks_->NoteChange();
     return error;
   }
-  if (blocks_.IsClosing() && length != 0) return ZRErrNotOpen;
+  if (IsClosing() && length != 0) return ZRErrNotOpen;
   FileOperation operation(blocks_, FileOperation::kWrite);
   qv::TrimFileCache();
   const ZRError error = RawWriteAt(bytes, length, offset, mode);
   if (operation.IsOrphan() || length == 0) return error;
   if (length < 0 || offset < 0 || mode != kFromStart || offset > INT64_MAX - length) {
-    blocks_.Drop(&operation);
+    blocks_->Drop(&operation);
   } else {
-    blocks_.Update(bytes, static_cast<uint32_t>(length), static_cast<uint64_t>(offset),
-                   error == ZRErrNone);
+    blocks_->Update(bytes, static_cast<uint32_t>(length), static_cast<uint64_t>(offset),
+                    error == ZRErrNone);
   }
   return error;
 }
@@ -318,16 +328,17 @@ ZRError CDiskFile::Write(const void* bytes, int32_t length) {
 ZRError CDiskFile::SetEOF(uint64_t length) {
   TraceFile(kTraceTransfers, "ZRFile[%p]: SETEOF %lu (%08lXh) -- ", file_,
             static_cast<uint32_t>(length), static_cast<uint32_t>(length));
-  if (!IsOpen() || blocks_.IsClosing()) {
+  if (!IsOpen() || IsClosing()) {
     TraceFile(kTraceTransfers, "NOT OPEN!\n");
     return ZRErrNotOpen;
   }
+  if (qv::FileCacheIsHere()) MakeBlocks();
   FileOperation change(blocks_, FileOperation::kWrite);
-  blocks_.DropForChange(&change);
+  DropForChange(&change);
   if (change.IsOrphan() || !IsOpen()) return ZRErrNotOpen;
   TraceFile(kTraceTransfers, "\n");
   const ZRError error = CutNative(length);
-  if (!change.IsOrphan()) blocks_.DropForChange(&change);
+  if (!change.IsOrphan()) DropForChange(&change);
   if (error != ZRErrNone) {
     TraceFile(kTraceTransfers, "FAILED! (%lu, %lX)\n", error, error);
   } else {

@@ -205,20 +205,22 @@ ZRError CDiskFile::Flush() {
 }
 
 ZRError CDiskFile::Close() {
-  if (!IsOpen() || blocks_.IsClosing()) return ZRErrNotOpen;
+  if (!IsOpen() || IsClosing()) return ZRErrNotOpen;
   TraceFile(kTraceOpens, "ZRFile[%p]: CLOSE -- %s", file_, use_worker_ ? "\n" : "");
   qv::FileOperation closing(blocks_, qv::FileOperation::kClose);
   // The platform may give the handle to another file as soon as it is closed.
-  const auto is_waiting = [&] { return !closing.IsOrphan() && blocks_.HasOthersThan(closing); };
+  const auto is_waiting = [&] {
+    return !closing.IsOrphan() && blocks_ != nullptr && blocks_->HasOthersThan(closing);
+  };
   while (is_waiting() && MayYield()) qv::GlobalHooks().yield();
-  if (!closing.IsOrphan()) blocks_.DropForChange(&closing);
+  if (!closing.IsOrphan()) DropForChange(&closing);
   if (closing.IsOrphan()) return ZRErrNotOpen;
   FileRequest request;
   request.operation = kFileRequestClose;
   request.file = std::exchange(file_, INVALID_HANDLE_VALUE);
   mark_ = 0;
   const uint32_t native = qv::RunFileRequest(request, use_worker_);
-  if (!closing.IsOrphan()) blocks_.DropForChange(&closing);
+  if (!closing.IsOrphan()) DropForChange(&closing);
   const uint32_t open_files = qv::ChangeOpenFiles(native == 0 ? -1 : 0);
   if (native != 0) {
     TraceFile(kTraceOpens, "FAILED!\n");
@@ -229,7 +231,7 @@ ZRError CDiskFile::Close() {
 }
 
 void CDiskFile::WaitForTransfers() const {
-  while (blocks_.HasOperations() && MayYield()) {
+  while (blocks_ != nullptr && blocks_->HasOperations() && MayYield()) {
     qv::DumpForUnfinishedTransfers();
     qv::GlobalHooks().yield();
   }

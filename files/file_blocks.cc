@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+
+#include "base/hooks.h"
 
 namespace qv {
 namespace {
@@ -46,6 +49,17 @@ FileBlocks::~FileBlocks() {
     item->waiter = 0;
     FreeItem(item);
   }
+}
+
+FileBlocks* FileBlocks::Make() {
+  void* memory = GlobalHooks().allocate(sizeof(FileBlocks));
+  return memory != nullptr ? new (memory) FileBlocks : nullptr;
+}
+
+void FileBlocks::Destroy(FileBlocks* blocks) {
+  if (blocks == nullptr) return;
+  blocks->~FileBlocks();
+  GlobalHooks().release(blocks);
 }
 
 CacheItem* FileBlocks::LookUp(uint64_t block) const {

@@ -1,7 +1,7 @@
 // What one file object keeps of the cache: its blocks, and the transfers that are under way.
 //
 //   qv::FileOperation reading(blocks, qv::FileOperation::kRead);
-//   if (CacheItem* item = blocks.Find(place / kBlockBytes)) Use(item);
+//   if (CacheItem* item = blocks->Find(place / kBlockBytes)) Use(item);
 //
 // Between tasks three fields of an item are the whole protocol:
 //   - `reading`: one task reads the block, the others wait for it;
@@ -36,9 +36,12 @@ class FileOperation;
 
 class FileBlocks {
  public:
-  FileBlocks();
-  // Ends what is under way and drops the blocks, without a yield.
-  ~FileBlocks();
+  // By itself in memory: items point to it, and a file object on the stack of a task that is killed
+  // vanishes without its destructor. Its blocks then stay until they are trimmed. Null without
+  // memory.
+  static FileBlocks* Make();
+  // Ends what is under way and drops the blocks, without a yield. Null is ignored.
+  static void Destroy(FileBlocks* blocks);
   FileBlocks(const FileBlocks&) = delete;
   FileBlocks& operator=(const FileBlocks&) = delete;
 
@@ -87,6 +90,8 @@ class FileBlocks {
 
  private:
   friend class FileOperation;
+  FileBlocks();
+  ~FileBlocks();
   static constexpr uint64_t kNoBlock = UINT64_MAX;
 
   CacheItem* LookUp(uint64_t block) const;
@@ -115,11 +120,12 @@ class FileOperation : private TaskCleanup {
     kClose,  // waits for the others
   };
 
-  FileOperation(FileBlocks& blocks, Kind kind);
+  // Null where the file has no blocks: nobody will know of it.
+  FileOperation(FileBlocks* blocks, Kind kind);
   ~FileOperation();
 
   // True when the file object has gone.
-  bool IsOrphan() const { return blocks_ == nullptr; }
+  bool IsOrphan() const { return is_orphan_; }
 
   // The read of an item's block begins, and ends. In between others mark what becomes of it.
   void BeginRead(CacheItem* item);
@@ -146,6 +152,7 @@ class FileOperation : private TaskCleanup {
   FileOperation* next_ = nullptr;
   FileOperation* previous_ = nullptr;
   Kind kind_;
+  bool is_orphan_ = false;
   bool is_waiting_ = false;
   bool file_grew_ = false;  // behind the block that is being read
   TaskId task_ = 0;

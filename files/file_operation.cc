@@ -24,14 +24,16 @@ void Wake(TaskId task) {
 
 }  // namespace
 
-FileOperation::FileOperation(FileBlocks& blocks, Kind kind)
-    : TaskCleanup(EndKilled), blocks_(&blocks), next_(blocks.operations_), kind_(kind) {
+FileOperation::FileOperation(FileBlocks* blocks, Kind kind)
+    : TaskCleanup(EndKilled), blocks_(blocks), kind_(kind) {
+  if (blocks == nullptr) return;
   if (HasTask()) task_ = ZRTaskCurrent();
+  next_ = blocks->operations_;
   if (next_ != nullptr) next_->previous_ = this;
-  blocks.operations_ = this;
-  if (kind == kRead) ++blocks.reads_;
-  if (kind == kClose) ++blocks.closes_;
-  if (kind == kWrite && blocks.writes_++ > 0) blocks.concurrent_writes_ = true;
+  blocks->operations_ = this;
+  if (kind == kRead) ++blocks->reads_;
+  if (kind == kClose) ++blocks->closes_;
+  if (kind == kWrite && blocks->writes_++ > 0) blocks->concurrent_writes_ = true;
 }
 
 FileOperation::~FileOperation() { Leave(); }
@@ -64,6 +66,7 @@ void FileOperation::EndKilled(TaskCleanup* self) {
 // The file object goes. A reader keeps its item, which it will free.
 void FileOperation::Orphan() {
   Leave();
+  is_orphan_ = true;
   next_ = previous_ = nullptr;
   if (!is_waiting_) return;
   item_ = nullptr;

@@ -1,7 +1,10 @@
 #include "files/transfer_request.h"
 
 #include <atomic>
+#include <mutex>
+#include <shared_mutex>
 
+#include "base/never_destroyed.h"
 #include "platform/windows_api.h"
 
 namespace qv {
@@ -10,11 +13,14 @@ namespace {
 struct TransferState {
   // Any thread; once off, off until the process ends.
   std::atomic<bool> positioned_reads{true}, positioned_writes{true};
+  // Each transfer moves its file's own place, so one that sets it first keeps all others away.
+  std::shared_mutex places;
 };
 
+// Workers use it until they end, so it is never destroyed.
 TransferState& State() {
-  static constinit TransferState state;
-  return state;
+  static NeverDestroyed<TransferState> state;
+  return state.value;
 }
 
 constexpr uint32_t kCallNotImplemented = 120;
@@ -63,12 +69,17 @@ uint32_t MoveAndTransfer(FileRequest& request, Transfer transfer, DWORD* done) {
 
 uint32_t TransferAt(FileRequest& request, Transfer transfer, std::atomic<bool>& positioned,
                     DWORD* done) {
+  std::shared_mutex& places = State().places;
   if (positioned.load(std::memory_order_relaxed)) {
+    const std::shared_lock hold(places);
     const uint32_t error = TransferThere(request, transfer, done);
     if (error != kCallNotImplemented && error != ERROR_INVALID_PARAMETER) return error;
-    positioned.store(false, std::memory_order_relaxed);
   }
-  return MoveAndTransfer(request, transfer, done);
+  const std::unique_lock hold(places);
+  const uint32_t error = MoveAndTransfer(request, transfer, done);
+  // A place that does not exist is refused both ways, which says nothing about others.
+  if (error == 0) positioned.store(false, std::memory_order_relaxed);
+  return error;
 }
 
 uint32_t Run(FileRequest& request, Transfer transfer, std::atomic<bool>& positioned) {
@@ -111,6 +122,11 @@ bool PositionedWrites() { return State().positioned_writes.load(std::memory_orde
 void ResetTransfersForTest() {
   State().positioned_reads = true;
   State().positioned_writes = true;
+}
+
+void RefusePositionsForTest() {
+  State().positioned_reads = false;
+  State().positioned_writes = false;
 }
 
 }  // namespace qv

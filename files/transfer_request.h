@@ -1,9 +1,10 @@
 // The requests that move bytes and the place in a file (file_request.h).
 //
 // A transfer with an offset gives the offset to the platform with the call. Where the platform
-// refuses that (numbers 120 and 87), it is switched off for this direction in the whole process,
-// and the place is set before each transfer. A transfer that the platform does not finish at once
-// (997) is waited for; kRequestPending tells that it was so.
+// refuses that (numbers 120 and 87) and takes the same place by itself, it is switched off for this
+// direction in the whole process, and the place is set before each transfer, one transfer at a
+// time. A transfer that the platform does not finish at once (997) is waited for; kRequestPending
+// tells that it was so.
 #pragma once
 
 #include "files/file_request.h"
@@ -23,5 +24,7 @@ uint32_t MoveFilePointer(FileRequest& request, uint32_t origin);
 bool PositionedReads();
 bool PositionedWrites();
 void ResetTransfersForTest();
+// As if the platform had refused both.
+void RefusePositionsForTest();
 
 }  // namespace qv

@@ -1,4 +1,6 @@
 // The cache when disk or memory fail, and how long drops take the processor.
+#include <cstdlib>
+#include <set>
 #include <string>
 
 #include "base/clock.h"
@@ -24,8 +26,8 @@ class FileCacheHostTest : public test::KernelTest {
   void RunTask(const std::function<void()>& body) {
     RunTasks([&] { Spawn("script", body); });
   }
-  void Open(CDiskFile& file, size_t length) {
-    const std::string path = test::TempFolder() + "\\file";
+  void Open(CDiskFile& file, size_t length, const char* name = "\\file") {
+    const std::string path = test::TempFolder() + name;
     ASSERT_TRUE(test::WriteWholeFile(path, std::string(length, 'o')));
     ASSERT_EQ(file.SetPath(path.c_str()), ZRErrNone);
     ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
@@ -168,6 +170,59 @@ TEST_F(FileCacheHostTest, DropsYield) {
         ZRDropFileCache();
       });
     }
+  }
+}
+
+std::set<void*>& Blocks() {
+  static auto& blocks = *new std::set<void*>;
+  return blocks;
+}
+
+// A task is killed with a file on its stack, which vanishes without its destructor. Its blocks go
+// in time, like others.
+TEST_F(FileCacheHostTest, AFileOnTheStackOfAKilledTask) {
+  for (const char* mode : {"\\Fibers=1", "\\Fibers=0"}) {
+    Set(std::string("QVSetup/") + (mode + 1));
+    Run([&] {
+      qv::GlobalHooks().allocate = [](size_t size) {
+        return *Blocks().insert(std::malloc(size)).first;
+      };
+      qv::GlobalHooks().release = [](void* block) {
+        if (Blocks().erase(block) == 1) std::free(block);
+      };
+      Spawn("script", [&] {
+        qv::SetFileCacheItemsForTest(3);
+        const TaskId victim = Spawn("victim", [&] {
+          CDiskFile file;
+          Open(file, 2 * kBlock, mode);  // the handle stays open
+          ZRError error;
+          Read(file, 0, 2 * kBlock, &error, false);
+          for (;;) ZRTaskYield();
+        });
+        for (uint64_t size = 0; size < 2 * 65584; ZRTaskYield())
+          ZRGetFileCacheSizes(&size, nullptr);
+        ZRTaskKill(victim);
+        EXPECT_TRUE(qv::FileCacheIsConsistent());
+        CDiskFile other;
+        other.SetPath((test::TempFolder() + "\\other").c_str());
+        EXPECT_EQ(other.Create(), ZRErrNone);
+        EXPECT_EQ(other.OpenExclusive(), ZRErrNone);
+        EXPECT_EQ(other.SetEOF(20 * kBlock), ZRErrNone);
+        char byte;
+        for (uint32_t block = 0; block < 20; ++block) other.ReadExact(&byte, 1, block * kBlock);
+        EXPECT_TRUE(qv::FileCacheIsConsistent());
+        other.Close();
+        EXPECT_EQ(other.Delete(), ZRErrNone);
+        uint64_t size = 1;
+        ZRGetFileCacheSizes(&size, nullptr);
+        EXPECT_EQ(size, 0u);
+        ZRDropFileCache();
+      });
+      ZRTaskLeaveCritical(false);
+      ZRTaskYield();
+    });
+    for (void* block : Blocks()) std::free(block);
+    Blocks().clear();
   }
 }
 

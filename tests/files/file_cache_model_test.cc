@@ -14,6 +14,7 @@
 
 #include "files/disk_file.h"
 #include "files/file_cache.h"
+#include "files/transfer_request.h"
 #include "tests/tasks/workers_fixture.h"
 #include "tests/test_platform.h"
 
@@ -68,10 +69,12 @@ class CacheModelTest : public test::WorkersTest {
  protected:
   CacheModelTest() {
     qv::ResetFileCacheForTest();
+    qv::ResetTransfersForTest();
     test::EmptyFolder(folder_);
     CreateDirectoryA(folder_.c_str(), nullptr);
   }
   ~CacheModelTest() override {
+    qv::ResetTransfersForTest();
     test::EmptyFolder(folder_);
     RemoveDirectoryA(folder_.c_str());
   }
@@ -304,14 +307,19 @@ TEST_F(CacheModelTest, OnTheKernelsThread) {
   EXPECT_GT(kills(), 5);
 }
 
+// Also where the platform takes no places with its calls.
 TEST_F(CacheModelTest, OnWorkers) {
   const uint64_t seed = FromEnvironment("QV_CACHE_SEED", std::random_device{}());
   const auto steps = static_cast<int>(FromEnvironment("QV_CACHE_STEPS", 8000));
   std::printf("QV_CACHE_SEED=%llu\n", static_cast<unsigned long long>(seed));
   SetThreads(8, 1);
-  RunWithWorkers([&] { Begin(seed, steps); });
-  EXPECT_GT(checked(), 1'000'000u);
-  EXPECT_GT(kills(), 5);
+  for (const bool with_places : {true, false}) {
+    SCOPED_TRACE(with_places);
+    if (!with_places) qv::RefusePositionsForTest();
+    RunWithWorkers([&] { Begin(seed, steps); });
+    EXPECT_GT(checked(), 1'000'000u);
+    EXPECT_GT(kills(), 5);
+  }
 }
 
 }  // namespace

@@ -299,6 +299,31 @@ TEST_F(CacheTasksTest, ChangesThatMeet) {
   }
 }
 
+// A task is killed when the disk has its change, but the blocks have not.
+TEST_F(CacheTasksTest, AKilledChange) {
+  const struct {
+    const char* name;
+    std::function<Deed&()> start;
+  } kRows[] = {{"write", [this]() -> Deed& { return StartWrite(kBlock - 2, "killed"); }},
+               {"cut", [this]() -> Deed& { return StartCut(5); }},
+               {"with another mode", [this]() -> Deed& {
+                  return Do([this](Deed&) { file->WriteAt("killed", 6, 3, kFromMark); });
+                }}};
+  for (const auto& row : kRows) {
+    for (const auto point : {HeldRequests::kBefore, HeldRequests::kAfter}) {
+      SCOPED_TRACE(testing::Message() << row.name << point);
+      RunScript([&, point] {
+        Read(0, 2 * kBlock);
+        Deed& change = Held(row.start(), point);
+        Read(0, 2 * kBlock);
+        ZRTaskKill(change.task);
+        EXPECT_TRUE(qv::FileCacheIsConsistent());
+        EXPECT_TRUE(Read(0, 2 * kBlock) == OnDisk(0, 2 * kBlock));
+      });
+    }
+  }
+}
+
 // A read of two blocks loses the first one while it reads the second.
 TEST_F(CacheTasksTest, BlocksThatGoBeforeTheReadIsComplete) {
   RunScript([&] {
@@ -314,14 +339,20 @@ TEST_F(CacheTasksTest, BlocksThatGoBeforeTheReadIsComplete) {
   });
 }
 
-// Somebody drops each block as soon as it is read: the read ends all the same.
+// Somebody drops each block as soon as it is read, or as soon as the other one is: the read ends
+// all the same.
 TEST_F(CacheTasksTest, DropsWithoutEnd) {
-  RunScript([&] {
-    held->at_point = [](HeldRequests::Point) { ZRDropFileCache(); };
-    EXPECT_EQ(Read(kBlock - 5, 10), std::string(10, 'o'));
-    EXPECT_LE(held->requests, 40);
-    held->at_point = nullptr;
-  });
+  for (const int every : {1, 2, 4}) {
+    RunScript([&, every] {
+      int points = 0;
+      held->at_point = [&](HeldRequests::Point) {
+        if (points++ % every == 0) ZRDropFileCache();
+      };
+      EXPECT_EQ(Read(kBlock - 5, 10), std::string(10, 'o'));
+      EXPECT_LE(held->requests, 100);
+      held->at_point = nullptr;
+    });
+  }
 }
 
 // No waiting where the kernel cannot switch: the bytes come from the disk.

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <string>
+#include <thread>
+
 #include "tests/test_platform.h"
 
 namespace {
@@ -50,6 +54,39 @@ TEST_F(FilesTest, OpeningByDisposition) {
     }
     EXPECT_EQ(test::Exists(Path("f")), row.after != nullptr);
     EXPECT_EQ(test::ReadWholeFile(Path("f")), row.after ? row.after : "");
+  }
+}
+
+// Transfers that name their place find it, whatever another thread does with the same handle.
+TEST_F(FilesTest, PlacesOfTwoThreads) {
+  constexpr int kPieces = 3000;
+  Make("f");
+  HANDLE file = CreateFileA(Path("f").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+  int wrong[2] = {};
+  const auto transfer = [&](int which) {
+    for (int piece = which; piece < kPieces; piece += 2) {
+      int read = -1;
+      DWORD done = 0;
+      OVERLAPPED at{}, again{};
+      at.Offset = again.Offset = static_cast<DWORD>(piece) * sizeof piece;
+      const bool is_good = WriteFile(file, &piece, sizeof piece, &done, &at) &&
+                           ReadFile(file, &read, sizeof read, &done, &again) && read == piece;
+      wrong[which] += is_good ? 0 : 1;
+    }
+  };
+  std::thread other(transfer, 1);
+  transfer(0);
+  other.join();
+  EXPECT_EQ(wrong[0] + wrong[1], 0);
+  EXPECT_TRUE(CloseHandle(file));
+  const std::string all = test::ReadWholeFile(Path("f"));
+  ASSERT_EQ(all.size(), kPieces * sizeof(int));
+  for (int piece = 0; piece < kPieces; ++piece) {
+    int found;
+    std::memcpy(&found, &all[piece * sizeof found], sizeof found);
+    ASSERT_EQ(found, piece);
   }
 }
 
