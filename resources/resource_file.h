@@ -124,6 +124,9 @@ class CRezFmt : public CResSource {
   virtual ZRError Create(CDiskFile* file, uint32_t type, uint32_t creator, uint32_t word_1,
                          uint32_t word_2);
 
+  // The attributes of a resource, 0 to 255; below 0 when there is none.
+  int32_t GetAttributes(qv::ResourceTypeCode type, int32_t number);
+
   // Where the fork lies in the files that are opened from now on. A length below 0: to the file's
   // end. A start below 0 counts as 0.
   void SetForkRange(int64_t start, int64_t length);

@@ -74,6 +74,13 @@ ZRError CRezFmt::GetResourceNumberByName(qv::ResourceTypeCode type, const uint8_
   return ZRErrNone;
 }
 
+int32_t CRezFmt::GetAttributes(qv::ResourceTypeCode type, int32_t number) {
+  const int32_t index = map_.Find(type, number);
+  if (index < 0) return -1;
+  return static_cast<int32_t>(map_.Get(index).attributes_and_offset >>
+                              qv::reference_layout::kAttributesShift);
+}
+
 bool CRezFmt::IsDirty() {
   return map_.dirty || map_.HasAny(qv::kChangedAttribute | qv::kRemovedAttribute);
 }

@@ -28,6 +28,10 @@ constexpr Command kCommands[] = {
      DescribeLinks},
     {"number", "Write and read numbers and durations",
      "  qvtool number count 1500000\n  qvtool number duration 93784 --style 1", DescribeNumber},
+    {"rez", "Resource files: make, list and change them",
+     "  qvtool rez create texts.rez\n  echo hello | qvtool rez add texts.rez TEXT 128 --name "
+     "greeting",
+     DescribeRez},
     {"url", "Escape lines for a URL, and back",
      "  echo 'Gr\u00fc\u00dfe' | qvtool url escape --set 2", DescribeURL},
     {"zone", "Time zones: their offsets and times",

@@ -36,6 +36,7 @@ Work DescribeClock(CLI::App& command);
 Work DescribeConvert(CLI::App& command);
 Work DescribeLinks(CLI::App& command);
 Work DescribeNumber(CLI::App& command);
+Work DescribeRez(CLI::App& command);
 Work DescribeURL(CLI::App& command);
 Work DescribeZone(CLI::App& command);
 

@@ -9,7 +9,7 @@ set -u
 export LC_ALL=C.UTF-8
 bin=$1 work=$2 limit=120
 docs=$(realpath "$(dirname "$0")/../../docs")
-manuals="$docs/text-tools.md $docs/character-sets.md $docs/time-zones.md"
+manuals="$docs/text-tools.md $docs/character-sets.md $docs/time-zones.md $docs/resource-files.md"
 
 if [ -n "${QV_WINE-}" ]; then
   suffix=.exe drive=Z: wine=$QV_WINE
@@ -607,6 +607,33 @@ END
   echo 'Rule X 1990 only odd Apr 1 2:00 0 -' >wrong
   tool_fails 1 "Rule.Type is too complex to process." zone parse <wrong &&
     tool_fails 2 "see --help" zone nonsense
+}
+
+scenario_tool_keeps_resource_files() {
+  head -c 100000 /dev/urandom >body
+  tool rez create a.rez && [ "$(wc -c <a.rez)" = 286 ] || fail "not an empty file" || return 1
+  tool rez add a.rez TEXT 128 --name größe <body && printf abc | tool rez add a.rez STR -7 &&
+    tool rez add a.rez TEXT 3 </dev/null && tool rez add a.rez 0x00ff0901 5 <body || return 1
+  tool rez list a.rez >ours || return 1
+  printf '%s\t%s\t%s\t0\t%s\n' TEXT 128 100000 größe TEXT 3 0 '' 'STR ' -7 3 '' \
+    0x00ff0901 5 100000 '' | cmp - ours || return 1
+  tool rez get a.rez TEXT 128 | cmp - body && tool rez check a.rez || return 1
+  # Replaced, with and without a new name; what others see of the file is its size.
+  printf 'longer than abc' | tool rez add a.rez 'STR ' -7 && tool rez add a.rez TEXT 128 <a.rez &&
+    tool rez rename a.rez TEXT 3 "two words" && tool rez remove a.rez 0x00ff0901 5 || return 1
+  tool rez get a.rez STR -7 | grep -qx 'longer than abc' || fail "not replaced" || return 1
+  tool rez get a.rez TEXT 128 >nested && tool rez list nested | cut -f 1-3 | head -n 3 >ours || return 1
+  printf 'TEXT\t128\t100000\nTEXT\t3\t0\nSTR \t-7\t15\n' | cmp - ours || return 1
+  [ "$(wc -c <a.rez)" = $((256 + 4 + $(wc -c <nested) + 4 + 4 + 15 + 30 + 16 + 36 + 8 + 10)) ] ||
+    fail "$(wc -c <a.rez) bytes" || return 1
+  tool rez rename a.rez TEXT 128 && tool rez list a.rez | head -n 1 | cut -f 5 | grep -qx '' ||
+    fail "it still has a name" || return 1
+  head -c 300 a.rez >cut.rez
+  tool_fails 1 "error 4702, no resource file, or a damaged one" rez check cut.rez &&
+    tool_fails 1 "error 4105" rez list none.rez && tool_fails 1 "error 4106" rez create a.rez &&
+    tool_fails 1 "error 4705" rez get a.rez TEXT 1 && tool_fails 1 "error 4705" rez remove a.rez TEXT 1 &&
+    tool_fails 1 "no such name" rez rename a.rez TEXT 3 "$(printf '%0256d' 0)" &&
+    tool_fails 2 "NUMBER" rez get a.rez TEXT 32768 && tool_fails 2 "four characters" rez get a.rez TEXTS 1
 }
 
 scenario_tool_says_what_fails() {

@@ -118,7 +118,14 @@ class ResourceFileTest : public testing::Test {
     EmptyFolder(folder_);
   }
 
-  std::string File() const { return ReadWholeFile(path_); }
+  // The bytes of the file; through the source's own file object while that shares it with nobody.
+  std::string File() const {
+    if (source_ == nullptr || file_ == nullptr || !file_->IsOpen()) return ReadWholeFile(path_);
+    std::string bytes(static_cast<size_t>(file_->Seek(0, kSeekEnd)), '\0');
+    auto count = static_cast<uint32_t>(bytes.size());
+    EXPECT_EQ(file_->RawReadAt(bytes.data(), &count, 0), ZRErrNone);
+    return bytes.substr(0, count);
+  }
   void Put(const std::string& bytes) { ASSERT_TRUE(WriteWholeFile(path_, bytes)); }
   StoppingFile* NewFile() const {
     auto* file = new StoppingFile;
@@ -126,14 +133,18 @@ class ResourceFileTest : public testing::Test {
     return file;
   }
   ZRError Create() {
-    source_ = std::make_unique<CRezFmt>();
+    Renew();
     file_ = NewFile();
     const ZRError error = source_->Create(file_, 0, 0);
     if (error != ZRErrNone) delete std::exchange(file_, nullptr);
     return error;
   }
-  ZRError Open(bool read_only = false) {
+  void Renew() {
+    file_ = nullptr;
     source_ = std::make_unique<CRezFmt>();
+  }
+  ZRError Open(bool read_only = false) {
+    Renew();
     return OpenInto(*source_, read_only);
   }
   ZRError OpenInto(CRezFmt& source, bool read_only) {
@@ -147,7 +158,7 @@ class ResourceFileTest : public testing::Test {
   }
   // The file's own error when it cannot be opened.
   ZRError OpenBytes(const std::string& bytes, bool read_only = false) {
-    source_.reset();
+    Renew();
     Put(bytes);
     return Open(read_only);
   }

@@ -148,7 +148,7 @@ TEST_F(ResourceFileHostile, RefusedWhenOpened) {
     CDiskFile file;
     CRezFmt attached;
     ASSERT_EQ(file.SetPath(path_.c_str()), ZRErrNone);
-    source_.reset();
+    Renew();
     ASSERT_EQ(file.Open(kFileRead, kShareAll), ZRErrNone);
     EXPECT_EQ(attached.Attach(&file), row.error == ZRErrNone ? ZRErrNone : ZRErrResDamaged);
     EXPECT_EQ(File(), bytes);

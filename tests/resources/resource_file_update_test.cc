@@ -202,7 +202,7 @@ TEST_F(ResourceFileUpdate, WrittenOver) {
   for (const Kind& kind : Kinds()) {
     for (int n = 1;; ++n) {
       SCOPED_TRACE(testing::Message() << kind.name << " " << n);
-      source_ = std::make_unique<CRezFmt>();
+      Renew();
       const std::string room(105000, '\0');
       Put(kind.before + room + behind);
       source_->SetForkRange(0, static_cast<int64_t>(kind.before.size() + room.size()));
@@ -213,7 +213,7 @@ TEST_F(ResourceFileUpdate, WrittenOver) {
       const bool stopped = file_->stopped();
       const auto new_entries = Served();
       EXPECT_EQ(error != ZRErrNone, stopped);
-      source_.reset();
+      Renew();
       const std::string left = File();
       EXPECT_EQ(left.substr(left.size() - behind.size()), behind);
       EXPECT_EQ(left.size(), kind.before.size() + room.size() + behind.size());
