@@ -489,12 +489,13 @@ TEST_F(ResourceFile, Information) {
   EXPECT_NEAR(entry.modified, time, 2) << "a time of 0 is none";
 }
 
-// Type and creator lie in a stream, which neither the stand-in nor every volume has.
+// Type and creator lie in a stream, which not every volume has: none does under Wine.
 TEST_F(ResourceFile, TypeAndCreator) {
   Renew();
   CDiskFile* file = NewFile();
   const ZRError error = source_->Create(file, 0x54455854, 0x51564D41, 0, 0);
   if (error != ZRErrNone) {
+    EXPECT_TRUE(test::OnWindows()) << error;
     EXPECT_FALSE(test::Exists(path_)) << "no file without them";
     EXPECT_FALSE(file->IsOpen());
     delete file;
@@ -504,6 +505,26 @@ TEST_F(ResourceFile, TypeAndCreator) {
   EXPECT_EQ(ZRGetTypeCreator(path_.c_str(), &type, &creator), ZRErrNone);
   EXPECT_EQ(type, 0x54455854u);
   EXPECT_EQ(creator, 0x51564D41u);
+}
+
+// The other fork of a file, beside its data.
+TEST_F(ResourceFile, InTheResourceFork) {
+  Renew();
+  CDiskFile* file = NewFile();
+  file->SetFork(kResourceFork);
+  if (source_->Create(file, 0, 0) != ZRErrNone) {
+    EXPECT_TRUE(test::OnWindows());
+    delete file;
+    GTEST_SKIP() << "Wine has no streams";
+  }
+  EXPECT_EQ(Add("TEXT", 1, "in the fork"), ZRErrNone);
+  EXPECT_EQ(source_->UpdateFile(), ZRErrNone);
+  EXPECT_EQ(source_->Reopen(), ZRErrNone);
+  EXPECT_EQ(Get("TEXT", 1), "in the fork");
+  EXPECT_EQ(test::ReadWholeFile(path_), "") << "the data are the file's own";
+  uint64_t size = 0;
+  EXPECT_EQ(ZRGetResourceForkSize(path_.c_str(), &size), ZRErrNone);
+  EXPECT_EQ(size, 256u + 4 + 11 + 30 + 8 + 12);
 }
 
 TEST_F(ResourceFile, OpenedByThePath) {
