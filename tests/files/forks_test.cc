@@ -54,6 +54,8 @@ TEST_F(ForksTest, PathsThatLeaveNoRoom) {
     uint64_t size = 0;
     uint32_t type = 0, creator = 0;
     EXPECT_EQ(ZRGetTypeCreator(path.c_str(), &type, &creator), row.type_error);
+    const ZRError set = ZRSetTypeCreator(path.c_str(), 1, 2);
+    EXPECT_TRUE(set == ZRErrTooLong || (set != ZRErrNone && row.length < 264));
     EXPECT_EQ(ZRGetResourceForkSize(path.c_str(), &size), row.fork_error);
     if (row.length > 276) continue;
     char with_fork[276 + 4] = {};
@@ -72,6 +74,9 @@ TEST_F(ForksTest, Streams) {
     GTEST_SKIP() << "no streams here";
   }
   EXPECT_EQ(Info(), "0: 0 54455854 51756F72");
+  EXPECT_EQ(ZRSetTypeCreator(path_.c_str(), 0x41424344, 0x45464748), ZRErrNone);
+  EXPECT_EQ(test::ReadWholeFile(path_ + ":AFP_AfpInfo"), std::string(16, 0) + "ABCDEFGHrest");
+  EXPECT_EQ(ZRSetTypeCreator(path_.c_str(), 0x54455854, 0x51756F72), ZRErrNone);
   EXPECT_TRUE(test::WriteWholeFile(path_ + ":AFP_Resource", "12345"));
   EXPECT_EQ(Info(), "0: 5 54455854 51756F72");
   CDiskFile file;
