@@ -83,8 +83,14 @@ ZRError ZRGetTypeCreator(const char* path, uint32_t* type, uint32_t* creator) {
 }
 
 ZRError ZRSetTypeCreator(const char* path, uint32_t type, uint32_t creator) {
+  if (strnlen(path, qv::kStreamPathSize) + qv::kInfoStream.size() >= qv::kStreamPathSize) {
+    return ZRErrTooLong;
+  }
+  // Opening the stream would make the file too.
+  if (GetFileAttributesA(path) == INVALID_FILE_ATTRIBUTES) {
+    return ZRTranslateNativeError(GetLastError(), path);
+  }
   const qv::Stream stream(path, qv::kInfoStream, GENERIC_WRITE);
-  if (!stream.fits()) return ZRErrTooLong;
   if (!stream.is_open()) return ZRTranslateNativeError(GetLastError(), path);
   uint8_t bytes[8];
   for (int i = 0; i < 4; ++i) {

@@ -32,6 +32,15 @@ class ForksTest : public test::FilesTest {
     CloseHandle(file);
     return is_written && done == text.size();
   }
+  static std::string Read(const std::string& path) {
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return "(none)";
+    char bytes[100];
+    DWORD done = 0;
+    ReadFile(file, bytes, sizeof bytes, &done, nullptr);
+    CloseHandle(file);
+    return {bytes, done};
+  }
   const std::string path_ = folder_ + "\\file";
 };
 
@@ -66,6 +75,8 @@ TEST_F(ForksTest, PathsThatLeaveNoRoom) {
     uint64_t size = 0;
     uint32_t type = 0, creator = 0;
     EXPECT_EQ(ZRGetTypeCreator(path.c_str(), &type, &creator), row.type_error);
+    const ZRError set = ZRSetTypeCreator(path.c_str(), 1, 2);
+    EXPECT_TRUE(set == ZRErrTooLong || (set != ZRErrNone && row.length < 264));
     EXPECT_EQ(ZRGetResourceForkSize(path.c_str(), &size), row.fork_error);
     if (row.length > 276) continue;
     char with_fork[276 + 4] = {};
@@ -84,6 +95,9 @@ TEST_F(ForksTest, Streams) {
     GTEST_SKIP() << "Wine has no streams";
   }
   EXPECT_EQ(Info(), "0: 0 54455854 51756F72");
+  EXPECT_EQ(ZRSetTypeCreator(path_.c_str(), 0x41424344, 0x45464748), ZRErrNone);
+  EXPECT_EQ(Read(path_ + ":AFP_AfpInfo"), std::string(16, 0) + "ABCDEFGHrest");
+  EXPECT_EQ(ZRSetTypeCreator(path_.c_str(), 0x54455854, 0x51756F72), ZRErrNone);
   EXPECT_TRUE(Write(path_ + ":AFP_Resource", "12345"));
   EXPECT_EQ(Info(), "0: 5 54455854 51756F72");
   EXPECT_EQ(test::ReadWholeFile(path_), "data");

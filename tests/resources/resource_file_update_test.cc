@@ -1,7 +1,9 @@
 // An update that is stopped anywhere leaves the old contents or the new ones.
 #include <gmock/gmock.h>
 
+#include "app/leveled_log.h"
 #include "tests/resources/resource_file_fixture.h"
+#include "text/formatter.h"
 
 namespace {
 
@@ -224,6 +226,36 @@ TEST_F(ResourceFileUpdate, WrittenOver) {
       ASSERT_LT(n, 30);
     }
   }
+}
+
+// Lines of the log at the levels 5 and 4: what is planned, what goes where in the end, the new map.
+TEST_F(ResourceFileUpdate, TellsWhatItDoes) {
+  static std::vector<std::string> lines;
+  ASSERT_EQ(OpenBytes(ForkBuilder()
+                          .Add("TEXT", 1, "alpha")
+                          .Add("TEXT", 2, "beta")
+                          .Add("TEXT", 3, "gamma")
+                          .Build()),
+            ZRErrNone);
+  ASSERT_EQ(source_->RemoveResource(test::Code("TEXT"), 1), ZRErrNone);
+  ChangeBody(*source_, "TEXT", 2, "BB");
+  ASSERT_EQ(Add("TEXT", 4, "new"), ZRErrNone);
+  lines.clear();
+  qv::SetLeveledLogHook([](int32_t level, const char* format, va_list arguments) {
+    char text[300];
+    FormatTextList(text, format, arguments);
+    lines.push_back(std::to_string(level) + text);
+  });
+  EXPECT_EQ(source_->UpdateFile(), ZRErrNone);
+  qv::SetLeveledLogHook(nullptr);
+  EXPECT_THAT(lines, testing::ElementsAre("5CRezFmt:     1: O=   256 l=     5",
+                                          "5CRezFmt:     2: O=   265 l=     4",
+                                          "5CRezFmt:     3: O=   273 l=     5",
+                                          "5CRezFmt:     4: ", "5CRezFmt:     1: Delref\n",
+                                          "5CRezFmt: Replace 2 bytes at 260", "5CRezFmt: L=5",
+                                          "5CRezFmt: Move 5 from 277 to 266", "5CRezFmt: R:5@277 ",
+                                          "5CRezFmt: W:5@266 ", "5CRezFmt: Write 3 bytes @271",
+                                          "4CRezFmt: Update ResMap: Map=74@278 Data=22@256"));
 }
 
 // --- limits ---

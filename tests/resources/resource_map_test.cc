@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <functional>
 
 #include "app/message.h"
+#include "base/hooks.h"
 #include "memory/handle_bytes.h"
 #include "memory/raw_blocks.h"
 #include "tests/resources/resource_file_fixture.h"
@@ -149,6 +151,40 @@ TEST_F(ResourceMapMemory, EachBlockFailsInTurn) {
       }
       EXPECT_GT(n, 1u) << "no block failed";
     }
+  }
+}
+
+// The same for work areas of an update.
+TEST_F(ResourceMapMemory, EachWorkAreaFailsInTurn) {
+  const std::string before = test::ForkBuilder().Add("TEXT", 1, "one").Build();
+  for (const bool in_range : {false, true}) {
+    uint32_t n = 0;
+    for (uint32_t struck = 1; struck > 0;) {
+      SCOPED_TRACE(testing::Message() << ++n << in_range);
+      Renew();
+      Put(before);
+      if (in_range) source_->SetForkRange(0, static_cast<int64_t>(before.size()));
+      ASSERT_EQ(OpenInto(*source_, false), ZRErrNone);
+      ASSERT_EQ(Change("TEXT", 1, "two"), ZRErrNone);
+      Faults() = {n, true, 0};
+      qv::GlobalHooks().allocate = [](size_t size) -> void* {
+        Allocations& faults = Faults();
+        if (faults.left == 1) return ++faults.struck, nullptr;
+        if (faults.left > 1) --faults.left;
+        return std::malloc(size);
+      };
+      const ZRError error = source_->UpdateFile();
+      qv::ResetHooksForTest();
+      struck = Faults().struck;
+      EXPECT_EQ(error, struck > 0 ? ZRErrResMemory : ZRErrNone);
+      if (struck > 0) {
+        EXPECT_EQ(File(), before);
+      }
+      EXPECT_EQ(source_->UpdateFile(), ZRErrNone);
+      EXPECT_EQ(test::ReadFork(File()).entries[0].body, "two");
+      ASSERT_LT(n, 20u);
+    }
+    EXPECT_GT(n, 2u);
   }
 }
 
