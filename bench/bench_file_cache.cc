@@ -17,6 +17,7 @@
 #include "platform/native_files.h"
 #include "tasks/critical_regions.h"
 #include "tasks/scheduler.h"
+#include "tasks/waits.h"
 #include "tasks/workers.h"
 #include "tests/test_platform.h"
 
@@ -64,7 +65,7 @@ struct TheirFile {
 std::vector<uint32_t> RandomPlaces(uint32_t count) {
   std::mt19937 random(7);
   std::vector<uint32_t> places(1 << 16);
-  for (uint32_t& place : places) place = random() % (kCachedBytes - count);
+  for (uint32_t& place : places) place = static_cast<uint32_t>(random() % (kCachedBytes - count));
   return places;
 }
 

@@ -28,11 +28,6 @@ uint32_t Open(FileRequest& request) {
   return request.file == INVALID_HANDLE_VALUE ? GetLastError() : 0;
 }
 
-uint32_t SetEnd(FileRequest& request) {
-  if (uint32_t error = MoveFilePointer(request, FILE_BEGIN)) return error;
-  return Result(SetEndOfFile(request.file));
-}
-
 uint32_t SetTimes(FileRequest& request) {
   auto time = [&request](int i) { return static_cast<const FILETIME*>(request.times[i]); };
   return Result(SetFileTime(request.file, time(0), time(1), time(2)));
@@ -69,7 +64,7 @@ uint32_t CarryOut(FileRequest& request) {
     case kFileRequestClose:
       return Result(CloseHandle(request.file));
     case kFileRequestSetEOF:
-      return SetEnd(request);
+      return SetFileEnd(request);
     case kFileRequestFindFirst:
       return FindFirst(request);
     case kFileRequestFindNext:

@@ -105,6 +105,12 @@ uint32_t SeekFile(FileRequest& request) {
   return error;
 }
 
+uint32_t SetFileEnd(FileRequest& request) {
+  const std::unique_lock hold(State().places);
+  if (const uint32_t error = MoveFilePointer(request, FILE_BEGIN)) return error;
+  return SetEndOfFile(request.file) ? 0 : GetLastError();
+}
+
 uint32_t MoveFilePointer(FileRequest& request, uint32_t origin) {
   LONG high = static_cast<LONG>(request.offset >> 32);
   const DWORD low = SetFilePointer(request.file, static_cast<LONG>(request.offset), &high, origin);

@@ -17,6 +17,10 @@ uint32_t WriteBytes(FileRequest& request);
 // The new place comes back in `offset`, 0 after an error. An origin above 2 is refused (87).
 uint32_t SeekFile(FileRequest& request);
 
+// Ends the file at `offset`. No transfer on a worker moves the file's place meanwhile: the file
+// would be cut there.
+uint32_t SetFileEnd(FileRequest& request);
+
 // Sets the place to `offset` from an origin; the place comes back in `offset`.
 uint32_t MoveFilePointer(FileRequest& request, uint32_t origin);
 

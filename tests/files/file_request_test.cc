@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <thread>
+
 #include "files/request_statistics.h"
 #include "files/transfer_request.h"
 #include "tests/files/files_fixture.h"
@@ -30,6 +33,39 @@ class FileRequestTest : public test::FilesTest {
   const std::string path_ = folder_ + "\\f";
   FileRequest request_;
 };
+
+// Each transfer moves the place of its file, and a cut goes by that place.
+TEST_F(FileRequestTest, CutsWhileAnotherThreadReads) {
+  Open();
+  std::atomic<bool> is_done{false};
+  std::thread reader([&] {
+    while (!is_done) {
+      char bytes[16];
+      FileRequest read = request_;
+      read.operation = kFileRequestRead;
+      read.flags = kRequestHasOffset;
+      read.buffer = bytes;
+      read.count = sizeof bytes;
+      read.offset = 77;
+      ZRFileWorkerRun(&read);
+    }
+  });
+  int wrong = 0;
+  for (uint32_t length = 1000; length < 6000; ++length) {
+    FileRequest cut = request_;
+    cut.operation = kFileRequestSetEOF;
+    cut.offset = length;
+    FileRequest end = request_;
+    end.operation = kFileRequestSeek;
+    end.origin = 2;
+    const bool is_cut = ZRFileWorkerRun(&cut) == 0 && ZRFileWorkerRun(&end) == 0;
+    wrong += is_cut && end.offset == length ? 0 : 1;
+  }
+  is_done = true;
+  reader.join();
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(Run(kFileRequestClose), 0u);
+}
 
 TEST_F(FileRequestTest, AFileFromBeginningToEnd) {
   Open();

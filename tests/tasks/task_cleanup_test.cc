@@ -73,6 +73,10 @@ TEST_F(TaskCleanupTest, TheEndOfTheKernel) {
       EXPECT_FALSE(mainline.HasTask());
     }
     SpawnWithScopes([] { ZRTaskWaitEvents(1); });
+    Spawn("last", [] {
+      ZRTaskYield();
+      ZRTaskEnterCritical();  // nobody could leave it any more: the kernel ends
+    });
   });
   EXPECT_EQ(TakeLog(), "end mainline end left undo inner undo outer");
 }
