@@ -4,6 +4,7 @@
 
 #include "app/settings.h"
 #include "diag/system/system_record.h"
+#include "files/file_cache.h"
 #include "files/find_request.h"
 #include "platform/windows_api.h"
 #include "tasks/workers.h"
@@ -103,5 +104,6 @@ void ZRStartFileWorkers(bool may_use_workers, bool may_use_threads) {
 
 void ZRFileIOEnd() {
   ZRWorkersStop();
+  ZRDropFileCache();
   qv::ReleaseFindLibrary();
 }

@@ -34,8 +34,8 @@ void ZRGetFileIOOptions(ZRFileIOOptions* options);
 void ZRStartFileWorkers(bool may_use_workers, bool may_use_threads);
 
 // The end: finishes what workers have begun and stops them (ZRWorkersStop, which takes a second
-// where workers ran), and gives back what was taken out of the system's libraries. What is done
-// with files afterwards is done on the caller.
+// where workers ran), and gives back the memory of the file cache and what was taken out of the
+// system's libraries. What is done with files afterwards is done on the caller.
 void ZRFileIOEnd();
 
 namespace qv {

@@ -636,6 +636,39 @@ scenario_tool_keeps_resource_files() {
     tool_fails 2 "NUMBER" rez get a.rez TEXT 32768 && tool_fails 2 "four characters" rez get a.rez TEXTS 1
 }
 
+# What the application beside this folder's resource files says.
+application() { timeout "$limit" $wine "./resource_application$suffix" "$@" | tr -d '\r'; }
+
+# A list of one or more strings, as "STR#" holds it.
+string_list() {
+  printf '\000\00%o' $#
+  for text in "$@"; do printf "\\$(printf '%03o' "$(printf %s "$text" | wc -c)")%s" "$text"; done
+}
+
+scenario_application_has_its_texts_from_files() {
+  # It looks for its files where it lies itself.
+  cp "$bin/resource_application$suffix" . || return 1
+  [ -n "$wine" ] || cp "$bin/libqvsmapi_host.so" . || return 1
+  [ "$(application 128:1 999:1)" = "$(printf -- '-\nCtrl+')" ] || fail "texts from nowhere" || return 1
+  for file in en a b; do
+    tool rez create $file.rez && string_list "$file" "&File;$file" "Größe" >list &&
+      tool rez add $file.rez 'STR#' 128 <list || return 1
+  done
+  string_list "^" >list && tool rez add en.rez 'STR#' 999 <list || return 1
+  string_list "only in a" >list && tool rez add a.rez 'STR#' 129 <list || return 1
+  printf '\006a text' | tool rez add en.rez 'STR ' 5 || return 1
+  application 128:1 128:2 128:3 128:4 999:1 5 129:1 + 128:1 129:1 >ours
+  printf '%s\n' en '&File;en' Größe - ^ 'a text' - b 'only in a' | cmp - ours || return 1
+  # The country's file goes before the language's, its texts are in the code page that it names.
+  tool rez create en-US.rez && printf '\004\344' | tool rez add en-US.rez ZRcs 0 || return 1
+  string_list "US" "Gr$(printf '\366\337')e" >list && tool rez add en-US.rez 'STR#' 128 <list || return 1
+  application 128:1 128:2 129:1 999:1 >ours
+  printf '%s\n' US Größe - Ctrl+ | cmp - ours || return 1
+  # A damaged file is as good as none.
+  head -c 100 en-US.rez >cut && cp cut en-US.rez
+  [ "$(application 128:1)" = en ] || fail "the damaged file is in the way"
+}
+
 scenario_tool_says_what_fails() {
   printf 'a\303' >cut
   tool_fails 1 'unknown character set "latin1"' charset latin1 &&

@@ -105,6 +105,7 @@ TEST_F(FileTasks, TheEndOfTheFileLayer) {
       ZRFileIOEnd();
       EXPECT_EQ(qv::GetWorkerStatistics(false).threads, 0u);
       UseFile(0);
+      ZRDropFileCache();
     });
   });
   EXPECT_EQ(done_, kUsers + 1);
