@@ -641,9 +641,10 @@ application() { timeout "$limit" $wine "./resource_application$suffix" "$@" | tr
 
 # A list of one or more strings, as "STR#" holds it.
 string_list() {
-  printf '\000\00%o' $#
-  for text in "$@"; do printf "\\$(printf '%03o' "$(printf %s "$text" | wc -c)")%s" "$text"; done
+  byte 0 && byte $#
+  for text in "$@"; do byte "$(printf %s "$text" | wc -c)" && printf %s "$text"; done
 }
+byte() { printf "\\$(printf '%03o' "$1")"; }
 
 scenario_application_has_its_texts_from_files() {
   # It looks for its files where it lies itself.
