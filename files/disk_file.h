@@ -29,9 +29,8 @@
 //     new.
 //   - SetEOF counts as a write that is under way beside others.
 //   - A read longer than 4 MB, or than the cache's limit, is made in pieces.
-//   - A task may be killed in any of the calls. What it has open stays open, as everything else
-//   that
-//     was its own.
+//   - A task may be killed in any of the calls. What it has open stays open, like everything else
+//     of its own.
 //   - Off the kernel's thread transfers go straight to the disk and touch nothing process-wide; nor
 //     does the end of an object that has no blocks. An object that has blocks is destroyed on the
 //     kernel's thread. Without a kernel all calls work, on one thread, and nothing waits.

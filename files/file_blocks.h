@@ -5,9 +5,8 @@
 //
 // Between tasks three fields of an item are the whole protocol:
 //   - `reading`: one task reads the block, the others wait for it;
-//   - `waiter`: the task that began to wait last. It remembers the one before it, which it wakes
-//   when
-//     it wakes up itself, and so on: each wakes one;
+//   - `waiter`: the task that began to wait last. It remembers the one before it and
+//     wakes that one when it wakes up itself, and so on: each wakes one;
 //   - `free_when_done`: the file was changed meanwhile, so the reader reads once more.
 //
 // A task may be killed, or woken by somebody else, at any of its waits. Each transfer is therefore

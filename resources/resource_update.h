@@ -2,10 +2,11 @@
 // map make. Where the image is written, and when a reader finds it, is resource_file_update.cc's.
 //
 //   UpdateWork work(map);
-//   ZRError error = work.Plan({fork, size, data_offset, home});      // reads lengths, writes
-//   nothing if (error == ZRErrNone && work.HasWork()) error = work.Prepare(); ImageWriter
-//   writer(fork, place, buffer, buffer_size); if (error == ZRErrNone) error =
-//   work.WriteImage(writer);
+//   ZRError error = work.Plan(source);         // reads the lengths of bodies, writes nothing
+//   if (error == 0 && work.HasWork()) error = work.Prepare();
+//   ImageWriter writer(fork, place, work.buffer.data(), kCopyBuffer);
+//   if (error == 0) error = work.WriteImage(writer);
+//   if (error == 0) error = writer.Finish();
 //
 // Lines of the trace tell places in the final image. Errors: resource_file.h. Threads: one task.
 #pragma once
