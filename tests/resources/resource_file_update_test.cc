@@ -145,10 +145,11 @@ TEST_F(ResourceFileUpdate, WhatWasNotFlushedMayBeLost) {
     const auto old_entries = test::ReadFork(kind.before).entries;
     const auto new_entries = test::ReadFork(finished).entries;
     auto apply = [](std::string& disk, const FileChange& change) {
-      if (change.kind == FileChange::kCut) disk.resize(change.place);
+      const auto place = static_cast<size_t>(change.place);
+      if (change.kind == FileChange::kCut) disk.resize(place);
       if (change.kind != FileChange::kWrite) return;
-      disk.resize(std::max(disk.size(), static_cast<size_t>(change.place) + change.bytes.size()));
-      disk.replace(change.place, change.bytes.size(), change.bytes);
+      disk.resize(std::max(disk.size(), place + change.bytes.size()));
+      disk.replace(place, change.bytes.size(), change.bytes);
     };
     std::string disk = kind.before;
     std::vector<FileChange> pending;
