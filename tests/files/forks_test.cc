@@ -41,6 +41,13 @@ class ForksTest : public test::FilesTest {
     CloseHandle(file);
     return {bytes, done};
   }
+  // False where a stream that was made is a file beside its file: Wine knows no others.
+  bool StreamsBelongToFiles() const {
+    qv::FolderListing listing(false);
+    qv::FolderEntry entry;
+    EXPECT_EQ(listing.First(folder_.c_str(), "*.*", 0, &entry), ZRErrNone);
+    return listing.Next(&entry) == ZRErrEOF;
+  }
   const std::string path_ = folder_ + "\\file";
 };
 
@@ -92,7 +99,7 @@ TEST_F(ForksTest, PathsThatLeaveNoRoom) {
 TEST_F(ForksTest, Streams) {
   if (!Write(path_ + ":AFP_AfpInfo", std::string(16, 0) + "TEXTQuor" + "rest")) {
     ASSERT_TRUE(test::OnWindows());
-    GTEST_SKIP() << "Wine has no streams";
+    GTEST_SKIP() << "no streams on this volume";
   }
   EXPECT_EQ(Info(), "0: 0 54455854 51756F72");
   EXPECT_EQ(ZRSetTypeCreator(path_.c_str(), 0x41424344, 0x45464748), ZRErrNone);
@@ -113,20 +120,21 @@ TEST_F(ForksTest, Streams) {
   char bytes[5];
   EXPECT_EQ(file.ReadExact(bytes, 5, 0), ZRErrNone);
   EXPECT_EQ(std::string(bytes, 5), "12345");
-  EXPECT_FALSE(DeleteFileA(path_.c_str())) << "its stream is open";
+  if (StreamsBelongToFiles()) {
+    EXPECT_FALSE(DeleteFileA(path_.c_str())) << "its stream is open";
+  }
   EXPECT_EQ(file.Close(), ZRErrNone);
 }
 
 // Streams go where their file goes, and no listing shows them.
 TEST_F(ForksTest, StreamsFollowTheirFile) {
   const std::string info = std::string(16, 0) + "TEXTQuor", moved = folder_ + "\\moved";
-  if (!Write(path_ + ":AFP_AfpInfo", info)) GTEST_SKIP() << "Wine has no streams";
+  if (!Write(path_ + ":AFP_AfpInfo", info) || !StreamsBelongToFiles()) {
+    ASSERT_TRUE(test::OnWindows());
+    GTEST_SKIP() << "Wine keeps a stream as a file of that name";
+  }
   EXPECT_TRUE(Write(path_ + ":AFP_Resource", "12345"));
-  qv::FolderListing listing(false);
-  qv::FolderEntry entry;
-  EXPECT_EQ(listing.First(folder_.c_str(), "*.*", 0, &entry), ZRErrNone);
-  EXPECT_STREQ(entry.name, "file");
-  EXPECT_EQ(listing.Next(&entry), ZRErrEOF);
+  EXPECT_TRUE(StreamsBelongToFiles()) << "a listing shows none";
   EXPECT_TRUE(CopyFileA(path_.c_str(), moved.c_str(), TRUE));
   EXPECT_TRUE(Write(path_ + ":afp_resource", "1234567")) << "letter case does not count";
   EXPECT_EQ(InfoOf(path_), "0: 7 54455854 51756F72");

@@ -489,7 +489,7 @@ TEST_F(ResourceFile, Information) {
   EXPECT_NEAR(entry.modified, time, 2) << "a time of 0 is none";
 }
 
-// Type and creator lie in a stream, which not every volume has: none does under Wine.
+// Type and creator lie in a stream, which not every volume has.
 TEST_F(ResourceFile, TypeAndCreator) {
   Renew();
   CDiskFile* file = NewFile();
@@ -515,7 +515,7 @@ TEST_F(ResourceFile, InTheResourceFork) {
   if (source_->Create(file, 0, 0) != ZRErrNone) {
     EXPECT_TRUE(test::OnWindows());
     delete file;
-    GTEST_SKIP() << "Wine has no streams";
+    GTEST_SKIP() << "no streams on this volume";
   }
   EXPECT_EQ(Add("TEXT", 1, "in the fork"), ZRErrNone);
   EXPECT_EQ(source_->UpdateFile(), ZRErrNone);
@@ -530,9 +530,10 @@ TEST_F(ResourceFile, InTheResourceFork) {
 TEST_F(ResourceFile, OpenedByThePath) {
   Put(ForkBuilder().Add("TEXT", 1, "one").Build());
   qv::ResetResourceChainForTest();
-  const std::unique_ptr<CResSource> opened(ZROpenResourceFile(path_.c_str()));
+  std::unique_ptr<CResSource> opened(ZROpenResourceFile(path_.c_str()));
   ASSERT_NE(opened, nullptr);
   EXPECT_EQ(test::BytesOf(opened->GetResource(test::Code("TEXT"), 1)), "one");
+  opened.reset();  // while it is open nobody may write to the file
   Put(std::string(100, 'x'));
   for (const std::string& path :
        {path_, folder_ + "\\none.rez", folder_, std::string("none.rez")}) {
