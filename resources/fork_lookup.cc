@@ -1,6 +1,7 @@
 #include "resources/fork_lookup.h"
 
 #include "resources/fork_layout.h"
+#include "resources/resource_map.h"
 
 namespace qv {
 namespace {
@@ -11,28 +12,27 @@ struct Lists {
   uint32_t types, references;
 };
 
-// True for what a file counts in 31 bits and the image holds.
-bool IsInside(uint32_t value, Bytes image) { return value <= INT32_MAX && value <= image.size(); }
+bool IsInside(int32_t value, Bytes image) {
+  return value >= 0 && static_cast<uint32_t>(value) <= image.size();
+}
 
 std::optional<Lists> FindLists(Bytes image) {
   if (image.size() < kForkHeaderSize) return std::nullopt;
-  for (const Field field : {header_layout::kDataOffset, header_layout::kMapOffset,
-                            header_layout::kDataLength, header_layout::kMapLength}) {
-    if (!IsInside(ReadBigEndian(image, field), image)) return std::nullopt;
+  const ForkHeader fork = ReadForkHeader(image);
+  for (const int32_t value :
+       {fork.data_offset, fork.map_offset, fork.data_length, fork.map_length}) {
+    if (!IsInside(value, image)) return std::nullopt;
   }
-  const size_t map = ReadBigEndian(image, header_layout::kMapOffset);
+  const auto map = static_cast<size_t>(fork.map_offset);
   if (image.size() - map < map_layout::kSize) return std::nullopt;
-  const uint32_t type_list = ReadBigEndian(image, map_layout::kTypeListOffset, map);
-  const uint32_t name_list = ReadBigEndian(image, map_layout::kNameListOffset, map);
-  const int32_t types = ReadSigned16(image, map_layout::kTypesLess1, map) + 1;
-  const int32_t span = static_cast<int32_t>(name_list) - static_cast<int32_t>(type_list) -
-                       static_cast<int32_t>(type_layout::kCountSize);
-  const int32_t rest = span - types * static_cast<int32_t>(type_layout::kSize);
-  if (types < 0 || span < 0 || rest < 0 || name_list > image.size() - map) return std::nullopt;
-  const size_t types_at = map + type_list + type_layout::kCountSize;
-  const auto type_count = static_cast<uint32_t>(types);
-  return Lists{types_at, types_at + size_t{type_count} * type_layout::kSize, type_count,
-               static_cast<uint32_t>(rest) / reference_layout::kSize};
+  const MapHeader header = ReadMapHeader(image.subspan(map));
+  const int32_t size = ResourceMap::ListsSize(header);
+  if (size < 0 || header.name_list_offset > image.size() - map) return std::nullopt;
+  const auto types = static_cast<uint32_t>(header.types_less_1 + 1);
+  const size_t types_at = map + header.type_list_offset + type_layout::kCountSize;
+  const uint32_t references =
+      (static_cast<uint32_t>(size) - SizeOfLists(types, 0)) / reference_layout::kSize;
+  return Lists{types_at, types_at + SizeOfLists(types, 0), types, references};
 }
 
 std::optional<Bytes> BodyAt(Bytes image, uint32_t reference_offset) {
@@ -44,7 +44,7 @@ std::optional<Bytes> BodyAt(Bytes image, uint32_t reference_offset) {
   return image.subspan(at + kLengthSize, length);
 }
 
-// The references of a type that begin with the one at `first`.
+// The body of the first reference with that number, of `count` from `first` on.
 std::optional<Bytes> FindNumber(Bytes image, const Lists& lists, uint32_t first, uint32_t count,
                                 int32_t number) {
   for (uint32_t i = first; i < first + count && i < lists.references; ++i) {
