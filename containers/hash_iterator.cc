@@ -11,9 +11,7 @@ void HashIterator::Begin(HashTable& table) {
   next_ = table.iterators_;
   if (next_ != nullptr) next_->previous_ = this;
   table.iterators_ = this;
-  done_ = false;
-  in_previous_ = true;
-  bucket_ = 0;
+  index_ = 0;
   GoToLive();
 }
 
@@ -23,54 +21,50 @@ void HashIterator::End() {
   (previous_ != nullptr ? previous_->next_ : table_->iterators_) = next_;
   table_ = nullptr;
   next_ = previous_ = nullptr;
-  node_ = nullptr;
+  place_ = {};
   done_ = true;
 }
 
-// Goes to the first live node from bucket_ on, if need be in the current generation.
+// Goes to the first entry from the group index_ on.
 void HashIterator::GoToLive() {
-  if (in_previous_) {
-    node_ = table_->previous_.FirstLive(&bucket_);
-    if (node_ != nullptr) return;
-    in_previous_ = false;
-    bucket_ = 0;
-  }
-  node_ = table_->current_.FirstLive(&bucket_);
-  done_ = node_ == nullptr;
+  place_ = table_->FirstFrom(&index_);
+  done_ = place_.group == nullptr;
 }
 
 void HashIterator::Advance() {
-  node_ = node_->next;
-  if (node_ != nullptr) return;
-  ++bucket_;
+  place_ = table_->FirstInChain(place_.group, place_.slot + 1);
+  if (place_.group != nullptr) return;
+  ++index_;
   GoToLive();
 }
 
-// The node to be answered now; null at the end.
-HashNode* HashIterator::TakeNode() {
-  if (done_) return nullptr;
-  if (node_ == nullptr) {
+// The place of the entry to be answered now; none at the end.
+HashPlace HashIterator::Take() {
+  if (done_) return {};
+  if (place_.group == nullptr) {
     GoToLive();
-  } else if (!node_->IsLive()) {
+  } else if (!place_.group->IsLive(place_.slot)) {
     GlobalHooks().write_debug_text("\n\n!!! NO BOOM !!! GetNextHashSlot() - Stale data\n\n");
     Advance();
   }
-  HashNode* node = node_;
-  if (node != nullptr) Advance();
-  return node;
+  const HashPlace place = place_;
+  if (place.group != nullptr) Advance();
+  return place;
 }
 
 bool HashIterator::Next(void* out, uint32_t size) {
-  HashNode* node = TakeNode();
-  if (node == nullptr || node->size != size) return false;
-  if (out != nullptr && size > 0) std::memcpy(out, table_->shape_.Entry(node), size);
+  const HashPlace place = Take();
+  if (place.group == nullptr || place.size() != size) return false;
+  if (out != nullptr && size > 0) {
+    std::memcpy(out, table_->shape_.Entry(place.group, place.slot), size);
+  }
   return true;
 }
 
 const void* HashIterator::Next(uint32_t* size) {
-  HashNode* node = TakeNode();
-  if (size != nullptr) *size = node != nullptr ? node->size : 0;
-  return node != nullptr ? table_->shape_.Entry(node) : nullptr;
+  const HashPlace place = Take();
+  if (size != nullptr) *size = place.group != nullptr ? place.size() : 0;
+  return place.group != nullptr ? table_->shape_.Entry(place.group, place.slot) : nullptr;
 }
 
 }  // namespace qv

@@ -1,8 +1,8 @@
 #include "containers/hash_table.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
-#include <initializer_list>
 
 #include "base/hooks.h"
 
@@ -11,12 +11,7 @@ namespace {
 
 constexpr uint64_t kDefaultBuckets = 101;
 constexpr uint16_t kDefaultLoadLimit = 100;  // percent
-// What one migration step may do: enough to be done long before the current generation is full,
-// few enough to go unnoticed. Low load limits make for many empty buckets.
-constexpr uint32_t kMostMoved = 10;
-constexpr uint32_t kMostVisited = 128;
-
-constexpr uint64_t kEstimatePerNode = 21;
+constexpr uint64_t kEstimatePerBucket = 21;
 constexpr uint64_t kEstimatePerTable = 128;
 
 bool SameBytes(const void* a, const void* b, uint32_t size) {
@@ -27,6 +22,17 @@ bool SameBytes(const void* a, const void* b, uint32_t size) {
   return first == second;
 }
 
+uint64_t WithByte(uint64_t hash, signed char byte) {
+  hash += static_cast<uint64_t>(int64_t{byte});
+  hash += hash << 10;
+  return hash ^ hash >> 6;
+}
+
+uint64_t GroupsFor(uint64_t buckets) {
+  constexpr uint64_t kOfGroup = HashTable::kBucketsPerGroup;
+  return buckets / kOfGroup + (buckets % kOfGroup != 0 ? 1 : 0);
+}
+
 bool IsGiven(const void* data, uint32_t size) { return data != nullptr || size == 0; }
 
 }  // namespace
@@ -34,13 +40,11 @@ bool IsGiven(const void* data, uint32_t size) { return data != nullptr || size =
 uint64_t HashBytes(const void* data, uint32_t size) {
   const auto* bytes = static_cast<const signed char*>(data);
   uint64_t hash = 0;
-  for (uint32_t i = 0; i < size; ++i) {
-    // The byte is added and the sum taken 1025 times. What of that does not wait for the hash so
-    // far stands apart: each byte is a step of a chain, whose length is what this costs.
-    const uint64_t byte = static_cast<uint64_t>(int64_t{bytes[i]}) * 1025;
-    hash = (hash + byte) + (hash << 10);
-    hash ^= hash >> 6;
+  for (; size >= 8; size -= 8, bytes += 8) {
+#pragma GCC unroll 8
+    for (int i = 0; i < 8; ++i) hash = WithByte(hash, bytes[i]);
   }
+  for (; size > 0; --size) hash = WithByte(hash, *bytes++);
   hash += hash << 3;
   hash ^= hash >> 11;
   hash += hash << 15;
@@ -54,7 +58,11 @@ HashTable::HashTable(uint32_t inline_size, uint64_t initial_buckets_less_1, uint
       context_(context),
       shape_(inline_size),
       load_limit_(load_limit),
-      initial_buckets_less_1_(initial_buckets_less_1) {}
+      initial_buckets_(initial_buckets_less_1 + 1),
+      first_groups_(std::max<uint64_t>(GroupsFor(initial_buckets_), 1)),
+      store_(shape_.group_size()),
+      array_(store_),
+      pool_(store_) {}
 
 HashTable::HashTable(uint32_t inline_size, HashFunction hash, CompareFunction compare,
                      uintptr_t context)
@@ -62,17 +70,15 @@ HashTable::HashTable(uint32_t inline_size, HashFunction hash, CompareFunction co
 
 HashTable::~HashTable() {
   while (iterators_ != nullptr) iterators_->End();
-  for (HashGeneration* generation : {&previous_, &current_}) {
-    ReleaseEntries(*generation);
-    generation->Destroy();
-  }
+  if (has_copies_) ReleaseEntries();
 }
 
-void HashTable::ReleaseEntries(const HashGeneration& generation) {
-  uint64_t bucket = 0;
-  while (HashNode* node = generation.FirstLive(&bucket)) {
-    for (; node != nullptr; node = node->next) shape_.ReleaseEntry(node);
-    ++bucket;
+void HashTable::ReleaseEntries() {
+  for (uint64_t index = 0; index < array_.size(); ++index) {
+    HashPlace place = FirstFrom(&index);
+    for (; place.group != nullptr; place = FirstInChain(place.group, place.slot + 1)) {
+      shape_.ReleaseEntry(place.group, place.slot);
+    }
   }
 }
 
@@ -90,220 +96,175 @@ bool HashTable::Equal(const void* data, uint32_t size, const void* stored, uint3
 
 // --- finding ---
 
-HashTable::Place HashTable::FindIn(const HashGeneration& generation, uint64_t hash,
-                                   const void* data, uint32_t size, uint32_t mode) const {
-  if (generation.entries == 0) return {};
-  HashNode* node = generation.Head(generation.BucketOf(hash));
-  if (node == nullptr || !node->IsLive()) return {};
-  for (HashNode* before = nullptr; node != nullptr; before = node, node = node->next) {
-    if (node->hash == hash && Equal(data, size, shape_.Entry(node), node->size, mode)) {
-      return {node, before};
+inline HashPlace HashTable::FindInGroup(HashGroup* group, uint32_t tag, const void* data,
+                                        uint32_t size, uint32_t mode) const {
+  for (uint32_t matches = group->Matches(tag); matches != 0; matches &= matches - 1) {
+    const auto slot = static_cast<uint32_t>(std::countr_zero(matches));
+    if (Equal(data, size, shape_.Entry(group, slot), group->sizes[slot], mode)) {
+      return {group, slot};
     }
   }
   return {};
 }
 
-const HashNode* HashTable::FindKey(const void* key, uint32_t size) const {
-  if (!IsGiven(key, size)) return nullptr;
-  const uint64_t hash = Hash(key, size, kHashLookup);
-  const HashNode* node = FindIn(previous_, hash, key, size, kHashLookup).node;
-  return node != nullptr ? node : FindIn(current_, hash, key, size, kHashLookup).node;
+// Nearly all entries stand in the first group of their chain: only that is looked at here.
+inline HashPlace HashTable::Find(Parts parts, const void* data, uint32_t size,
+                                 uint32_t mode) const {
+  if (entries_ == 0) return {};
+  HashGroup* group = array_.Group(HomeOf(parts));
+  if (group == nullptr) return {};
+  const HashPlace place = FindInGroup(group, parts.tag, data, size, mode);
+  if (place.group != nullptr || (group->more == kNoGroup && !growth_.is_dividing)) return place;
+  return FindFurther(group, parts, data, size, mode);
+}
+
+// In the chain behind a group, and where a chain that is being divided goes.
+HashPlace HashTable::FindFurther(HashGroup* group, Parts parts, const void* data, uint32_t size,
+                                 uint32_t mode) const {
+  const auto find_from = [&](HashGroup* each) -> HashPlace {
+    for (; each != nullptr; each = pool_.Group(each->more)) {
+      const HashPlace place = FindInGroup(each, parts.tag, data, size, mode);
+      if (place.group != nullptr) return place;
+    }
+    return {};
+  };
+  const HashPlace place = find_from(pool_.Group(group->more));
+  if (place.group != nullptr || !growth_.is_dividing) return place;
+  const uint64_t index = HomeOf(parts);
+  if (index != growth_.cursor || (parts.tag & growth_.bit) == 0) return {};
+  return find_from(array_.Group(index + growth_.groups));
+}
+
+HashPlace HashTable::FindEntry(Parts parts, const void* entry, uint32_t size) const {
+  return Find(parts, entry, size, kHashInsert);
+}
+
+HashPlace HashTable::FindKey(const void* key, uint32_t size) const {
+  if (!IsGiven(key, size)) return {};
+  return Find(PartsOf(Hash(key, size, kHashLookup)), key, size, kHashLookup);
 }
 
 bool HashTable::Lookup(const void* key, uint32_t size, void* out, uint32_t out_size) const {
-  const HashNode* node = FindKey(key, size);
-  if (node == nullptr || node->size != out_size) return false;
-  if (out != nullptr && out_size > 0) std::memcpy(out, shape_.Entry(node), out_size);
+  const HashPlace place = FindKey(key, size);
+  if (place.group == nullptr || place.size() != out_size) return false;
+  if (out != nullptr && out_size > 0) {
+    std::memcpy(out, shape_.Entry(place.group, place.slot), out_size);
+  }
   return true;
 }
 
 bool HashTable::Lookup(const void* key, uint32_t size, void* out, uint32_t* out_size) const {
-  const HashNode* node = FindKey(key, size);
+  const HashPlace place = FindKey(key, size);
+  const bool found = place.group != nullptr;
   const uint32_t room = out_size != nullptr ? *out_size : 0;
-  const uint32_t needed = node != nullptr ? node->size : 0;
+  const uint32_t needed = found ? place.size() : 0;
   if (out_size != nullptr) *out_size = needed;
-  if (node == nullptr) return false;
-  if (out == nullptr) return true;
+  if (!found || out == nullptr) return found;
   if (room < needed) return false;
-  if (needed > 0) std::memcpy(out, shape_.Entry(node), needed);
+  if (needed > 0) std::memcpy(out, shape_.Entry(place.group, place.slot), needed);
   return true;
+}
+
+// The first entry of a chain from a place of one of its groups on.
+HashPlace HashTable::FirstInChain(HashGroup* group, uint32_t slot) const {
+  for (; group != nullptr; group = pool_.Group(group->more), slot = 0) {
+    const uint32_t live = group->LiveFrom(slot);
+    if (live != 0) return {group, static_cast<uint32_t>(std::countr_zero(live))};
+  }
+  return {};
+}
+
+// The first entry of the chains from *index on, which is set to that of its chain.
+HashPlace HashTable::FirstFrom(uint64_t* index) const {
+  while (*index < array_.size()) {
+    HashGroup* group = array_.Group(*index);
+    if (group == nullptr) {
+      *index = array_.SegmentBehind(*index);
+      continue;
+    }
+    const HashPlace place = FirstInChain(group, 0);
+    if (place.group != nullptr) return place;
+    ++*index;
+  }
+  return {};
 }
 
 // --- adding ---
 
 bool HashTable::Insert(const void* entry, uint32_t size) {
   if (!IsGiven(entry, size)) return false;
-  const uint64_t hash = Hash(entry, size, kHashInsert);
-  // In a large table each head is a wait for memory; these begin before there is other work.
-  previous_.Prefetch(hash);
-  current_.Prefetch(hash);
+  const Parts parts = PartsOf(Hash(entry, size, kHashInsert));
+  // In a large table each group is a wait for memory; it begins before the other work.
+  if (growth_.is_growing) __builtin_prefetch(array_.Group(HomeOf(parts)));
   if (!CheckGrowth()) return false;
   void* copy = nullptr;
   if (!shape_.IsInline(size)) {
     copy = GlobalHooks().allocate(size);
     if (copy == nullptr) return false;
     std::memcpy(copy, entry, size);
+    has_copies_ = true;
   }
-  HashNode* node = FindOrAdd(hash, entry, size);
-  if (node == nullptr) {
+  const HashPlace place = FindOrAdd(parts, entry, size);
+  if (place.group == nullptr) {
     GlobalHooks().release(copy);
     return false;
   }
-  shape_.ReleaseEntry(node);
-  shape_.Store(node, entry, size, copy);
+  shape_.ReleaseEntry(place.group, place.slot);
+  shape_.Store(place.group, place.slot, entry, size, copy);
   return true;
 }
 
-HashNode* HashTable::FindOrAdd(uint64_t hash, const void* entry, uint32_t size) {
-  HashNode* node = FindIn(previous_, hash, entry, size, kHashInsert).node;
-  if (node == nullptr) node = FindIn(current_, hash, entry, size, kHashInsert).node;
-  return node != nullptr ? node : Add(&current_, hash);
+// A new entry is empty as yet. Nowhere without memory.
+HashPlace HashTable::FindOrAdd(Parts parts, const void* entry, uint32_t size) {
+  HashPlace place = FindEntry(parts, entry, size);
+  if (place.group != nullptr) return place;
+  place = FindFree(HomeOf(parts));
+  if (place.group == nullptr) return {};
+  place.group->tags[place.slot] = parts.tag;
+  place.group->sizes[place.slot] = 0;
+  place.group->live |= 1u << place.slot;
+  ++entries_;
+  return place;
 }
 
-// A live node for a new entry, empty as yet. Null without memory.
-HashNode* HashTable::Add(HashGeneration* generation, uint64_t hash) {
-  HashNode* head = generation->MakeHead(generation->BucketOf(hash));
-  if (head == nullptr) return nullptr;
-  HashNode* node = head;
-  if (head->IsLive()) {
-    node = pool_.Take(shape_.node_size());
-    if (node == nullptr) return nullptr;
-    node->next = head->next;
-    head->next = node;
+// A free place of a chain, if need be in a further group. Nowhere without memory.
+HashPlace HashTable::FindFree(uint64_t index) {
+  HashGroup* group = array_.MakeGroup(index);
+  while (group != nullptr && group->live == HashGroup::kAllLive) {
+    if (group->more == kNoGroup) group->more = pool_.Take();
+    group = pool_.Group(group->more);
   }
-  node->hash = hash;
-  node->size = 0;
-  node->flags = HashNode::kLive;
-  ++generation->entries;
-  return node;
-}
-
-// --- growing ---
-
-// False when there are no buckets and no memory for them.
-bool HashTable::CheckGrowth() {
-  if (previous_.exists()) Migrate(&previous_, &current_);
-  if (!current_.exists()) {
-    return current_.Create(shape_.node_size(), initial_buckets_less_1_ + 1);
-  }
-  const bool full = current_.entries * 100 > current_.buckets * load_limit_;
-  // With the previous generation in the way growth waits: to finish it now would have no bound.
-  if (full && !previous_.exists()) Grow();
-  return true;
-}
-
-void HashTable::Grow() {
-  HashGeneration larger;
-  if (!larger.Create(shape_.node_size(), current_.buckets * 2)) return;
-  previous_ = current_;
-  current_ = larger;
-  for (HashIterator* each = iterators_; each != nullptr; each = each->next_) {
-    each->in_previous_ = true;
-  }
-}
-
-bool HashTable::Migrate(HashGeneration* source, HashGeneration* destination) {
-  if (iterators_ != nullptr) return false;
-  uint32_t moved = 0;
-  for (uint32_t visited = 0; visited < kMostVisited && source->entries > 0; ++visited) {
-    HashNode* head = source->Head(source->cursor);
-    for (; head != nullptr && head->IsLive(); ++moved) {
-      if (moved == kMostMoved) {
-        PrefetchTargets(*source, *destination);
-        return true;
-      }
-      if (!MoveOne(source, head, destination)) return false;
-    }
-    source->PassBucket();
-  }
-  if (source->entries == 0) {
-    source->ReleaseSome();
-  } else {
-    PrefetchTargets(*source, *destination);
-  }
-  return true;
-}
-
-// Where the next step is going to put what it moves.
-void HashTable::PrefetchTargets(const HashGeneration& source, const HashGeneration& destination) {
-  const uint64_t end = std::min(source.cursor + kMostMoved, source.buckets);
-  for (uint64_t bucket = source.cursor; bucket < end; ++bucket) {
-    const HashNode* head = source.Head(bucket);
-    if (head == nullptr || !head->IsLive()) continue;
-    destination.Prefetch(head->hash);
-    __builtin_prefetch(head->next);
-  }
-}
-
-// Moves one entry of a chain. From the back of the head, since those nodes move as they are when
-// their new bucket has a head. False without memory, and nothing is changed.
-bool HashTable::MoveOne(HashGeneration* source, HashNode* head, HashGeneration* destination) {
-  HashNode* node = head->next != nullptr ? head->next : head;
-  HashNode* target = destination->MakeHead(destination->BucketOf(node->hash));
-  if (target == nullptr) return false;
-  if (target->IsLive() && node != head) {
-    head->next = node->next;
-    node->next = target->next;
-    target->next = node;
-    --source->entries;
-    ++destination->entries;
-    return true;
-  }
-  HashNode* added = Add(destination, node->hash);
-  if (added == nullptr) return false;
-  shape_.HandOver(node, added);
-  Unlink(source, {node, node != head ? head : nullptr});
-  return true;
+  if (group == nullptr) return {};
+  return {group, static_cast<uint32_t>(std::countr_one(group->live))};
 }
 
 // --- removing ---
 
 bool HashTable::Remove(const void* key, uint32_t size) {
   if (!IsGiven(key, size)) return false;
-  if (previous_.exists()) Migrate(&previous_, &current_);
-  const uint64_t hash = Hash(key, size, kHashLookup);
-  for (HashGeneration* generation : {&previous_, &current_}) {
-    const Place place = FindIn(*generation, hash, key, size, kHashRemove);
-    if (place.node == nullptr) continue;
-    Unlink(generation, place);
-    return true;
-  }
-  return false;
+  if (growth_.is_growing) Migrate();
+  const HashPlace place = Find(PartsOf(Hash(key, size, kHashLookup)), key, size, kHashRemove);
+  if (place.group == nullptr) return false;
+  shape_.ReleaseEntry(place.group, place.slot);
+  place.group->live &= ~(1u << place.slot);
+  --entries_;
+  MoveIterators(place);
+  return true;
 }
 
-// Takes an entry out. A head stays where it is, so the entry behind it moves into it.
-void HashTable::Unlink(HashGeneration* generation, Place place) {
-  HashNode* node = place.node;
-  HashNode* successor = node->next;
-  shape_.ReleaseEntry(node);
-  --generation->entries;
-  if (place.before != nullptr) {
-    MoveIterators(node, successor);
-    place.before->next = successor;
-    pool_.Put(node);
-  } else if (successor != nullptr) {
-    // Iterators on the head stay: it now holds what comes next.
-    MoveIterators(successor, node);
-    std::memcpy(node, successor, shape_.node_size());
-    pool_.Put(successor);
-  } else {
-    MoveIterators(node, nullptr);
-    *node = {};
-  }
-}
-
-// Without a node to stand on an iterator goes on with the next bucket.
-void HashTable::MoveIterators(const HashNode* from, HashNode* to) {
+// From a place that is free now to the next entry of the chain. Without one an iterator goes on
+// with the next chain.
+void HashTable::MoveIterators(HashPlace from) {
   for (HashIterator* each = iterators_; each != nullptr; each = each->next_) {
-    if (each->node_ != from) continue;
-    each->node_ = to;
-    if (to == nullptr) ++each->bucket_;
+    if (each->place_ != from) continue;
+    each->place_ = FirstInChain(from.group, from.slot);
+    if (each->place_.group == nullptr) ++each->index_;
   }
 }
 
 uint64_t HashTable::MemoryEstimate() const {
-  const uint64_t buckets = previous_.buckets + current_.buckets;
-  return (shape_.inline_size() + kEstimatePerNode) * buckets + kEstimatePerTable;
+  const uint64_t buckets = growth_.is_growing ? growth_.buckets * 3 : growth_.buckets;
+  return (shape_.inline_size() + kEstimatePerBucket) * buckets + kEstimatePerTable;
 }
 
 }  // namespace qv

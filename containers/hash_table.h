@@ -8,12 +8,20 @@
 //   qv::HashIterator each;
 //   for (each.Begin(table); each.Next(&block, sizeof block);) table.Remove(&block, sizeof block);
 //
-// Growing doubles the bucket array. The full one becomes the previous generation, and every later
-// insert and removal moves a few of its entries to the current one: no call pays for all of them.
+// Growing doubles the array of buckets where it stands. Every later insert and removal then looks
+// at a few buckets and moves those of their entries that belong into the new half: no call pays
+// for all of them. So a growing table has two generations, the buckets that were not looked at yet
+// and those that were; the cursor is where the one ends and the other begins.
+//
+// Six buckets are kept as one group (hash_group.h), with room for a seventh entry. A hash is
+// divided by the number of groups that the table began with; the rest and as many low bits of the
+// quotient as there were doublings give the group. The low 32 bits of the quotient are the entry's
+// tag: it tells the entries of a group apart, and where each goes next, without a call of the
+// functions. The whole hash is not kept.
 //
 // Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and visit
-//   no more than 128 buckets besides their own; the memory that one call clears or frees is bounded
-//   too. Nothing shrinks: bucket arrays and pooled chain nodes stay for as long as the table.
+//   no more than 128 buckets besides their own; the memory that one call clears is bounded too.
+//   Nothing shrinks: memory for entries that are not separate stays for as long as the table.
 // Threads: none of its own; the owner excludes other threads.
 // Errors: without memory Insert answers false, and the table holds what it held. A table that
 //   cannot grow goes on with longer chains.
@@ -22,21 +30,23 @@
 //   inserted over itself while an iterator is registered.
 //
 // Invariants (CheckInvariants):
-//   - a key is live in one generation only, in the bucket that its hash says;
-//   - each generation's count is the number of its live nodes;
-//   - a bucket whose head is not live has no chain; no node of a chain is marked moved;
-//   - the previous generation has no entry before its cursor, the current one's cursor is 0;
-//   - the current generation exists whenever the previous one does;
-//   - a registered iterator is in the table's list once and stands on a live node of the bucket and
-//     generation it names, or on none;
-//   - while an iterator is registered no entry changes its generation.
+//   - a key is live once, in the chain that its hash says, with its tag;
+//   - the count is the number of live entries;
+//   - every further group that is in use belongs to one chain;
+//   - behind the cursor the new half is empty; without growth the cursor is 0. The one chain that
+//     is being divided may have entries in both halves;
+//   - a registered iterator is in the table's list once and stands on a live entry of the chain it
+//     names, or on none;
+//   - while an iterator is registered no entry moves.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "containers/hash_generation.h"
-#include "containers/hash_node.h"
+#include "containers/hash_array.h"
+#include "containers/hash_group.h"
+#include "containers/hash_segments.h"
+#include "containers/reciprocal.h"
 
 namespace qv {
 
@@ -61,9 +71,20 @@ using CompareFunction = bool (*)(const void* data, uint32_t size, const void* st
 // a signed number.
 uint64_t HashBytes(const void* data, uint32_t size);
 
+// Where an entry stands; without a group nowhere.
+struct HashPlace {
+  HashGroup* group = nullptr;
+  uint32_t slot = 0;
+
+  uint32_t size() const { return group->sizes[slot]; }
+  bool operator==(const HashPlace&) const = default;
+};
+
 class HashTable {
  public:
-  // Entries of up to `inline_size` bytes are kept inside their nodes, larger ones in copies of
+  static constexpr uint32_t kBucketsPerGroup = 6;
+
+  // Entries of up to `inline_size` bytes are kept inside their groups, larger ones in copies of
   // their own. The bucket count is given less 1, so that every value has a meaning; memory for it
   // is first taken by an insert, which fails when the count is beyond reason. `load_limit` is in
   // percent of the bucket count. `context` is passed to both functions.
@@ -92,9 +113,9 @@ class HashTable {
   // False when there was no such entry. Iterators that stood on it go on to the next one.
   bool Remove(const void* key, uint32_t size);
 
-  uint64_t Count() const { return previous_.entries + current_.entries; }
-  // (inline size + 21) * (buckets of both generations) + 128 bytes. Chain nodes and separate copies
-  // are not in it.
+  uint64_t Count() const { return entries_; }
+  // (inline size + 21) * (buckets of both generations) + 128 bytes; what groups and separate copies
+  // really take is not in it.
   uint64_t MemoryEstimate() const;
 
   // Walks everything; for tests.
@@ -105,50 +126,80 @@ class HashTable {
   virtual uint64_t Hash(const void* data, uint32_t size, uint32_t mode) const;
   virtual bool Equal(const void* data, uint32_t size, const void* stored, uint32_t stored_size,
                      uint32_t mode) const;
-  // Moves up to 10 entries, and frees buckets of a source that has none left. False, with every
-  // entry still in its place, while an iterator is registered; false as well when memory ends on
-  // the way.
-  virtual bool Migrate(HashGeneration* source, HashGeneration* destination);
+  // A step of growing. False, with every entry still in its place, while an iterator is registered;
+  // false as well when memory ends on the way.
+  virtual bool Migrate();
 
  private:
   friend class HashIterator;
   friend struct HashTableCheck;
   friend struct HashTableTestAccess;
 
-  // Where an entry stands; `node` is null when it stands nowhere.
-  struct Place {
-    HashNode* node = nullptr;
-    HashNode* before = nullptr;  // in the chain; null for a head
+  // What is used of a hash.
+  struct Parts {
+    uint64_t rest;
+    uint32_t tag;
+  };
+  // What the places of a growing table depend on.
+  struct Growth {
+    uint64_t buckets = 0;  // of the older generation, which is the only one when nothing grows
+    uint64_t groups = 0;   // likewise; the array has twice as many while it grows
+    uint32_t bit = 1;      // the bit of a tag that says which half an entry goes to
+    bool is_growing = false;
+    bool is_dividing = false;  // the chain at the cursor is partly divided
+    uint64_t cursor = 0;       // the next chain to be divided
   };
 
-  Place FindIn(const HashGeneration& generation, uint64_t hash, const void* data, uint32_t size,
-               uint32_t mode) const;
-  const HashNode* FindKey(const void* key, uint32_t size) const;
-  HashNode* FindOrAdd(uint64_t hash, const void* entry, uint32_t size);
-  HashNode* Add(HashGeneration* generation, uint64_t hash);
-  static void PrefetchTargets(const HashGeneration& source, const HashGeneration& destination);
+  Parts PartsOf(uint64_t hash) const {
+    const Reciprocal::Result divided = first_groups_.Divide(hash);
+    return {divided.rest, static_cast<uint32_t>(divided.quotient)};
+  }
+  // The chain where an entry is, or is to be.
+  uint64_t HomeOf(Parts parts) const {
+    const uint64_t index = parts.rest + first_groups_.divisor() * (parts.tag & (growth_.bit - 1));
+    const bool moved_up = index < growth_.cursor && (parts.tag & growth_.bit) != 0;
+    return moved_up ? index + growth_.groups : index;
+  }
+
+  HashPlace FindInGroup(HashGroup* group, uint32_t tag, const void* data, uint32_t size,
+                        uint32_t mode) const;
+  HashPlace Find(Parts parts, const void* data, uint32_t size, uint32_t mode) const;
+  HashPlace FindFurther(HashGroup* group, Parts parts, const void* data, uint32_t size,
+                        uint32_t mode) const;
+  HashPlace FindEntry(Parts parts, const void* entry, uint32_t size) const;
+  HashPlace FindKey(const void* key, uint32_t size) const;
+  HashPlace FindOrAdd(Parts parts, const void* entry, uint32_t size);
+  HashPlace FindFree(uint64_t index);
+  HashPlace FirstInChain(HashGroup* group, uint32_t slot) const;
+  HashPlace FirstFrom(uint64_t* index) const;
   bool CheckGrowth();
+  bool MakeArray();
   void Grow();
-  bool MoveOne(HashGeneration* source, HashNode* head, HashGeneration* destination);
-  void Unlink(HashGeneration* generation, Place place);
-  void MoveIterators(const HashNode* from, HashNode* to);
-  void ReleaseEntries(const HashGeneration& generation);
+  bool DivideChain(HashGroup* head, uint32_t* moved);
+  void CloseGaps(HashGroup* head, uint32_t* moved);
+  void EndGrowth();
+  void MoveIterators(HashPlace from);
+  void ReleaseEntries();
 
   HashFunction hash_;
   CompareFunction compare_;
   uintptr_t context_;
-  NodeShape shape_;
+  GroupShape shape_;
   uint16_t load_limit_;
-  uint64_t initial_buckets_less_1_;
-  HashGeneration current_;
-  HashGeneration previous_;  // exists only while its entries are being moved
+  uint64_t initial_buckets_;
+  Reciprocal first_groups_;
+  Growth growth_;
+  uint64_t entries_ = 0;
   HashIterator* iterators_ = nullptr;
-  NodePool pool_;
+  bool has_copies_ = false;  // an entry has been larger than inline ones are
+  SegmentStore store_;
+  HashArray array_;
+  GroupPool pool_;  // of the groups behind those of the array
 };
 
-// Visits every entry once, the previous generation's first. While one is registered, between Begin
-// and End, the table may be changed in every way; entries that are added meanwhile may be visited
-// or not. The table grows only once and moves nothing then, so End soon.
+// Visits every entry once. While one is registered, between Begin and End, the table may be changed
+// in every way; entries that are added meanwhile may be visited or not. The table grows only once
+// and moves nothing then, so End soon.
 class HashIterator {
  public:
   HashIterator() = default;
@@ -175,7 +226,7 @@ class HashIterator {
   friend struct HashTableCheck;
   friend struct HashTableTestAccess;
 
-  HashNode* TakeNode();
+  HashPlace Take();
   void Advance();
   void GoToLive();
 
@@ -183,9 +234,8 @@ class HashIterator {
   HashIterator* next_ = nullptr;
   HashIterator* previous_ = nullptr;
   bool done_ = true;
-  bool in_previous_ = false;  // walks the previous generation
-  HashNode* node_ = nullptr;  // the entry that is next; null: the first one from bucket_ on
-  uint64_t bucket_ = 0;
+  HashPlace place_;     // of the entry that is next; nowhere: the first from index_ on
+  uint64_t index_ = 0;  // of the chain
 };
 
 }  // namespace qv

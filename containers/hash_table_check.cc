@@ -1,5 +1,5 @@
 // The invariants of a hash table, each as a function.
-#include <initializer_list>
+#include <bit>
 
 #include "containers/hash_table.h"
 
@@ -7,53 +7,61 @@ namespace qv {
 
 struct HashTableCheck {
   const HashTable& table;
-  uint64_t chain_nodes = 0;
+  uint64_t live = 0, further_groups = 0;
 
-  bool NodeIsGood(const HashGeneration& generation, const HashNode* node, uint64_t bucket) const {
-    return node->flags == HashNode::kLive && generation.BucketOf(node->hash) == bucket;
+  // Whether an entry with these parts of its hash may stand in a chain.
+  bool BelongsTo(uint64_t index, HashTable::Parts parts) const {
+    const HashTable::Growth& growth = table.growth_;
+    const uint64_t home = table.HomeOf(parts);
+    if (index == home) return true;
+    return growth.is_dividing && home == growth.cursor && (parts.tag & growth.bit) != 0 &&
+           index == home + growth.groups;
   }
 
-  // One equal entry in all: the node itself.
-  bool IsOnlyOne(const HashNode* node) const {
-    const void* entry = table.shape_.Entry(node);
-    for (const HashGeneration* generation : {&table.previous_, &table.current_}) {
-      const HashNode* found =
-          table.FindIn(*generation, node->hash, entry, node->size, kHashInsert).node;
-      if (found != nullptr && found != node) return false;
-    }
-    return true;
+  // In its chain, with its tag, and the only one of its kind.
+  bool EntryIsGood(uint64_t index, const HashPlace& place) const {
+    const void* entry = table.shape_.Entry(place.group, place.slot);
+    const HashTable::Parts parts = table.PartsOf(table.Hash(entry, place.size(), kHashInsert));
+    return place.group->tags[place.slot] == parts.tag && BelongsTo(index, parts) &&
+           table.FindEntry(parts, entry, place.size()) == place;
   }
 
-  bool ChainIsGood(const HashGeneration& generation, uint64_t bucket, uint64_t* live) {
-    const HashNode* head = generation.Head(bucket);
-    if (head == nullptr) return true;
-    if (!head->IsLive()) return head->flags == 0 && head->next == nullptr;
-    for (const HashNode* node = head; node != nullptr; node = node->next) {
-      if (!NodeIsGood(generation, node, bucket) || !IsOnlyOne(node)) return false;
-      if (node != head) ++chain_nodes;
-      if (++*live > generation.entries) return false;  // also ends a chain that runs in a circle
+  bool ChainIsGood(uint64_t index) {
+    HashGroup* head = table.array_.Group(index);
+    for (HashGroup* group = head; group != nullptr; group = table.pool_.Group(group->more)) {
+      if ((group->live & ~HashGroup::kAllLive) != 0) return false;
+      live += static_cast<uint64_t>(std::popcount(group->live));
+      // The counts also end a chain that runs in a circle.
+      if (group != head && ++further_groups > table.pool_.in_use()) return false;
+      for (uint32_t slot = 0; slot < HashGroup::kSlots; ++slot) {
+        if (group->IsLive(slot) && !EntryIsGood(index, {group, slot})) return false;
+      }
     }
-    return true;
+    return live <= table.entries_;
   }
 
-  bool GenerationIsGood(const HashGeneration& generation) {
-    if (!generation.exists()) return generation.entries == 0;
-    uint64_t live = 0;
-    for (uint64_t bucket = 0; bucket < generation.buckets; ++bucket) {
-      if (!ChainIsGood(generation, bucket, &live)) return false;
-      if (bucket < generation.cursor && live > 0) return false;
+  bool ChainsAreGood() {
+    for (uint64_t index = 0; index < table.array_.size(); ++index) {
+      if (!ChainIsGood(index)) return false;
     }
-    return live == generation.entries;
+    return live == table.entries_ && further_groups == table.pool_.in_use();
+  }
+
+  bool GrowthIsGood() const {
+    const HashTable::Growth& growth = table.growth_;
+    if (table.array_.size() != growth.groups * (growth.is_growing ? 2 : 1)) return false;
+    return growth.is_growing ? growth.cursor < growth.groups
+                             : growth.cursor == 0 && !growth.is_dividing;
   }
 
   bool IteratorIsGood(const HashIterator* iterator) const {
     if (iterator->table_ != &table) return false;
-    if (iterator->done_) return iterator->node_ == nullptr;
-    if (iterator->node_ == nullptr) return true;
-    const HashGeneration& generation = iterator->in_previous_ ? table.previous_ : table.current_;
-    const HashNode* node = generation.Head(iterator->bucket_);
-    while (node != nullptr && node != iterator->node_) node = node->next;
-    return node != nullptr && node->IsLive();
+    const HashPlace& place = iterator->place_;
+    if (place.group == nullptr) return true;
+    if (iterator->done_ || !place.group->IsLive(place.slot)) return false;
+    HashGroup* group = table.array_.Group(iterator->index_);
+    while (group != nullptr && group != place.group) group = table.pool_.Group(group->more);
+    return group != nullptr;
   }
 
   bool IteratorsAreGood() const {
@@ -64,15 +72,11 @@ struct HashTableCheck {
     }
     return true;
   }
-
-  bool AllIsGood() {
-    if (table.previous_.exists() && !table.current_.exists()) return false;
-    return table.current_.cursor == 0 && GenerationIsGood(table.previous_) &&
-           GenerationIsGood(table.current_) && table.pool_.in_use() == chain_nodes &&
-           IteratorsAreGood();
-  }
 };
 
-bool HashTable::CheckInvariants() const { return HashTableCheck{*this}.AllIsGood(); }
+bool HashTable::CheckInvariants() const {
+  HashTableCheck check{*this};
+  return check.GrowthIsGood() && check.ChainsAreGood() && check.IteratorsAreGood();
+}
 
 }  // namespace qv

@@ -1,0 +1,79 @@
+// The memory of a hash table's groups: segments of about 8 KB, cut from blocks that grow with the
+// table and go with it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "containers/hash_group.h"
+
+namespace qv {
+
+class SegmentStore {
+ public:
+  explicit SegmentStore(size_t group_size);
+  ~SegmentStore();
+  SegmentStore(const SegmentStore&) = delete;
+  SegmentStore& operator=(const SegmentStore&) = delete;
+
+  size_t group_size() const { return group_size_; }
+  // A segment has 1 << shift() groups.
+  uint32_t shift() const { return shift_; }
+  size_t segment_size() const { return group_size_ << shift_; }
+  HashGroup* InSegment(HashGroup* segment, uint64_t index) const {
+    const auto number = static_cast<size_t>(index & ((uint64_t{1} << shift_) - 1));
+    return reinterpret_cast<HashGroup*>(reinterpret_cast<char*>(segment) + number * group_size_);
+  }
+
+  // Empty groups, on a boundary of 64 bytes. Null when there is no memory.
+  HashGroup* Take();
+
+ private:
+  struct Block {
+    Block* next;
+  };
+  bool AddBlock();
+
+  size_t group_size_;
+  uint32_t shift_;
+  Block* blocks_ = nullptr;
+  char* fresh_ = nullptr;  // segments of the newest block that were never used
+  size_t fresh_count_ = 0;
+  size_t total_ = 0;  // segments of all blocks
+};
+
+// The groups that a table has besides its arrays, by numbers: half of what an address takes on a
+// 64-bit machine.
+class GroupPool {
+ public:
+  explicit GroupPool(SegmentStore& store) : store_(store) {}
+  ~GroupPool();
+  GroupPool(const GroupPool&) = delete;
+  GroupPool& operator=(const GroupPool&) = delete;
+
+  // Null for kNoGroup.
+  HashGroup* Group(GroupNumber number) const {
+    if (number == kNoGroup) return nullptr;
+    return store_.InSegment(segments_[(number - 1) >> store_.shift()], number - 1);
+  }
+
+  // An empty group. kNoGroup when there is no memory.
+  GroupNumber Take();
+  void Put(GroupNumber number);
+  // Groups that were taken and are not back.
+  uint64_t in_use() const { return in_use_; }
+
+ private:
+  bool AddSegment();
+  bool MakeRoom();
+
+  SegmentStore& store_;
+  HashGroup** segments_ = nullptr;
+  uint32_t segment_count_ = 0;
+  uint32_t segment_room_ = 0;
+  GroupNumber free_ = kNoGroup;  // the first of those that came back, chained through `more`
+  GroupNumber used_ = 0;         // the numbers from 1 to here were used
+  uint64_t in_use_ = 0;
+};
+
+}  // namespace qv

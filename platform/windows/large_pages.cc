@@ -1,0 +1,7 @@
+#include "platform/large_pages.h"
+
+namespace platform {
+
+void PreferLargePages(void*, size_t) {}
+
+}  // namespace platform
