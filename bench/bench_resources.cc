@@ -31,9 +31,10 @@ void Stop(ZRError error) {
 }
 
 CDiskFile* NewFile() {
+  static const std::string& path = *new std::string(test::TempFolder() + "\\many.rez");
   auto* file = new CDiskFile;
   file->UseWorker(false);
-  Stop(file->SetPath((test::TempFolder() + "\\many.rez").c_str()));
+  Stop(file->SetPath(path.c_str()));
   return file;
 }
 

@@ -185,6 +185,7 @@ class ResourceMap {
   uint32_t NamesSize() const;
   bool TypesAreApart() const;
   bool NamesAreInside() const;
+  bool NamesAreInOrder() const;
   bool NamesArePacked() const;
   uint32_t SumOfNames() const;
   uint32_t NameSize(uint32_t name_offset) const;

@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <span>
+#include <string>
 #include <vector>
 
 #include "platform/host/control.h"
@@ -125,28 +127,56 @@ std::u16string FullPath(std::u16string_view path, DWORD* error) {
   return full;
 }
 
-FoundName FindNative(std::u16string_view path) {
-  FoundName name;
-  std::u16string full = FullPath(path, &name.error);
-  if (full.empty()) return name;
-  char16_t drive = UpperCase(full)[0];
-  if (drive != u'C' && drive != u'Z') return {"", ERROR_PATH_NOT_FOUND};
-  if (drive == u'C') name.path = DriveFolder();
-  std::vector<std::u16string_view> parts = Parts(std::u16string_view(full).substr(2));
-  for (size_t i = 0; i < parts.size(); ++i) {
+namespace {
+
+// The names of a full path below its drive. False when one could not be a name.
+bool NativeParts(std::u16string_view full, std::vector<std::string>* names) {
+  for (std::u16string_view part : Parts(full.substr(2))) {
     bool malformed = false;
-    std::string part = Utf8FromWide(parts[i], &malformed);
-    if (malformed || !MayBeName(parts[i])) return {"", ERROR_INVALID_NAME};
+    names->push_back(Utf8FromWide(part, &malformed));
+    if (malformed || !MayBeName(part)) return false;
+  }
+  return true;
+}
+
+std::string Joined(const std::string& drive, std::span<const std::string> names) {
+  std::string path = drive;
+  for (const std::string& name : names) (path += '/') += name;
+  return path;
+}
+
+// The path name by name, each as the folder has it.
+FoundName FindByParts(const std::string& drive, std::span<const std::string> names) {
+  FoundName name{drive};
+  for (size_t i = 0; i < names.size(); ++i) {
+    std::string part = names[i];
     if (!NativeExists(name.path + "/" + part)) {
       std::string other = FindIgnoringCase(name.path, part);
       if (other.empty()) other = FindByShortName(name.path, part);
       if (!other.empty()) part = other;
     }
     name.path += "/" + part;
-    if (i + 1 < parts.size() && !IsFolder(name.path)) return {"", ERROR_PATH_NOT_FOUND};
+    if (i + 1 < names.size() && !IsFolder(name.path)) return {"", ERROR_PATH_NOT_FOUND};
   }
-  if (name.path.empty()) name.path = "/";
   return name;
+}
+
+}  // namespace
+
+FoundName FindNative(std::u16string_view path) {
+  FoundName name;
+  std::u16string full = FullPath(path, &name.error);
+  if (full.empty()) return name;
+  char16_t drive = UpperCase(full)[0];
+  if (drive != u'C' && drive != u'Z') return {"", ERROR_PATH_NOT_FOUND};
+  const std::string root = drive == u'C' ? DriveFolder() : "";
+  std::vector<std::string> names;
+  if (!NativeParts(full, &names)) return {"", ERROR_INVALID_NAME};
+  if (names.empty()) return {root.empty() ? "/" : root};
+  // Most paths are spelled as the folders have them: one look instead of two at each folder.
+  const std::string as_spelled = Joined(root, names);
+  if (NativeExists(as_spelled)) return {as_spelled};
+  return FindByParts(root, names);
 }
 
 FoundName FindWithStream(std::u16string_view path) {
