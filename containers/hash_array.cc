@@ -10,7 +10,7 @@ HashArray::~HashArray() { GlobalHooks().release(segments_); }
 
 bool HashArray::ExtendTo(uint64_t groups) {
   const auto segments_for = [this](uint64_t size) {
-    return size == 0 ? 0 : ((size - 1) >> shift_) + 1;
+    return size == 0 ? 0 : layout_.SegmentOf(size - 1) + 1;
   };
   const uint64_t count = segments_for(groups);
   if (count > SIZE_MAX / sizeof(HashGroup*)) return false;

@@ -15,8 +15,7 @@ namespace qv {
 class HashArray {
  public:
   // The store must live longer.
-  explicit HashArray(SegmentStore& store)
-      : store_(store), group_size_(store.group_size()), shift_(store.shift()) {}
+  explicit HashArray(SegmentStore& store) : store_(store), layout_(store.layout()) {}
   ~HashArray();
   HashArray(const HashArray&) = delete;
   HashArray& operator=(const HashArray&) = delete;
@@ -27,27 +26,23 @@ class HashArray {
 
   // Null when the group's segment is not there.
   HashGroup* Group(uint64_t index) const {
-    HashGroup* segment = segments_[index >> shift_];
-    return segment == nullptr ? nullptr : InSegment(segment, index);
+    HashGroup* segment = segments_[layout_.SegmentOf(index)];
+    return segment == nullptr ? nullptr : layout_.InSegment(segment, index);
   }
   // Takes the segment when it is not there; null when there is no memory.
   HashGroup* MakeGroup(uint64_t index) {
-    HashGroup*& segment = segments_[index >> shift_];
+    HashGroup*& segment = segments_[layout_.SegmentOf(index)];
     if (segment == nullptr) segment = store_.Take();
-    return segment == nullptr ? nullptr : InSegment(segment, index);
+    return segment == nullptr ? nullptr : layout_.InSegment(segment, index);
   }
   // Where the next segment begins.
-  uint64_t SegmentBehind(uint64_t index) const { return ((index >> shift_) + 1) << shift_; }
-
- private:
-  HashGroup* InSegment(HashGroup* segment, uint64_t index) const {
-    const auto number = static_cast<size_t>(index & ((uint64_t{1} << shift_) - 1));
-    return reinterpret_cast<HashGroup*>(reinterpret_cast<char*>(segment) + number * group_size_);
+  uint64_t SegmentBehind(uint64_t index) const {
+    return (layout_.SegmentOf(index) + 1) << layout_.shift;
   }
 
+ private:
   SegmentStore& store_;
-  size_t group_size_;
-  uint32_t shift_;  // a segment has 1 << shift_ groups
+  SegmentLayout layout_;
   HashGroup** segments_ = nullptr;
   uint64_t size_ = 0;
 };

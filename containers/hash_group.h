@@ -6,13 +6,11 @@
 // a place that is left is filled by a later one. What does not fit goes into a further group.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 namespace qv {
 
@@ -37,8 +35,9 @@ struct HashGroup {
 };
 static_assert(sizeof(HashGroup) == 64, "one line of the cache");
 
+// All at once, by instructions that every processor has which we build for. The eighth word is
+// `live`; its bit is none of a place.
 inline uint32_t HashGroup::Matches(uint32_t tag) const {
-#ifdef __SSE2__
   static_assert(kSlots == 7 && offsetof(HashGroup, sizes) == 32, "two loads of four words");
   const __m128i wanted = _mm_set1_epi32(static_cast<int>(tag));
   const auto* words = reinterpret_cast<const __m128i*>(this);
@@ -46,13 +45,6 @@ inline uint32_t HashGroup::Matches(uint32_t tag) const {
   const __m128i high = _mm_cmpeq_epi32(_mm_loadu_si128(words + 1), wanted);
   const __m128i bytes = _mm_packs_epi16(_mm_packs_epi32(low, high), _mm_setzero_si128());
   return static_cast<uint32_t>(_mm_movemask_epi8(bytes)) & live;
-#else
-  uint32_t matches = 0;
-  for (uint32_t slot = 0; slot < kSlots; ++slot) {
-    matches |= static_cast<uint32_t>(tags[slot] == tag) << slot;
-  }
-  return matches & live;
-#endif
 }
 
 // The sizes that all groups of one table share, and the access to what they hold.

@@ -25,8 +25,7 @@ uint32_t ShiftFor(size_t group_size) {
 
 }  // namespace
 
-SegmentStore::SegmentStore(size_t group_size)
-    : group_size_(group_size), shift_(ShiftFor(group_size)) {}
+SegmentStore::SegmentStore(size_t group_size) : layout_{group_size, ShiftFor(group_size)} {}
 
 SegmentStore::~SegmentStore() {
   while (blocks_ != nullptr) {
@@ -37,11 +36,12 @@ SegmentStore::~SegmentStore() {
 }
 
 bool SegmentStore::AddBlock() {
-  if (group_size_ == 0) return false;
-  const size_t most = std::max<size_t>(kMostBlockBytes / segment_size(), 1);
+  if (layout_.group_size == 0) return false;
+  const size_t segment_size = layout_.segment_size();
+  const size_t most = std::max<size_t>(kMostBlockBytes / segment_size, 1);
   const size_t count = std::clamp<size_t>(total_ / kBlockGrowth, 1, most);
-  if (count > (SIZE_MAX - 2 * kAlignment) / segment_size()) return false;
-  const size_t bytes = count * segment_size() + 2 * kAlignment;
+  if (count > (SIZE_MAX - 2 * kAlignment) / segment_size) return false;
+  const size_t bytes = count * segment_size + 2 * kAlignment;
   void* memory = GlobalHooks().allocate(bytes);
   if (memory == nullptr) return false;
   if (bytes >= kLargePage) platform::PreferLargePages(memory, bytes);
@@ -58,10 +58,10 @@ bool SegmentStore::AddBlock() {
 HashGroup* SegmentStore::Take() {
   if (fresh_count_ == 0 && !AddBlock()) return nullptr;
   char* segment = fresh_;
-  for (uint32_t i = 0; i < 1u << shift_; ++i) {
-    std::memset(segment + i * group_size_, 0, sizeof(HashGroup));
+  for (uint32_t i = 0; i < 1u << layout_.shift; ++i) {
+    std::memset(segment + i * layout_.group_size, 0, sizeof(HashGroup));
   }
-  fresh_ += segment_size();
+  fresh_ += layout_.segment_size();
   --fresh_count_;
   return reinterpret_cast<HashGroup*>(segment);
 }
@@ -83,7 +83,7 @@ bool GroupPool::MakeRoom() {
 }
 
 bool GroupPool::AddSegment() {
-  if (used_ > UINT32_MAX - (GroupNumber{1} << store_.shift()) || !MakeRoom()) return false;
+  if (used_ > UINT32_MAX - (GroupNumber{1} << layout_.shift) || !MakeRoom()) return false;
   HashGroup* segment = store_.Take();
   if (segment == nullptr) return false;
   segments_[segment_count_++] = segment;
@@ -97,7 +97,7 @@ GroupNumber GroupPool::Take() {
     free_ = group->more;
     group->more = kNoGroup;
   } else {
-    if (used_ >> store_.shift() == segment_count_ && !AddSegment()) return kNoGroup;
+    if (layout_.SegmentOf(used_) == segment_count_ && !AddSegment()) return kNoGroup;
     number = ++used_;
   }
   ++in_use_;

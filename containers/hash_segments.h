@@ -9,6 +9,19 @@
 
 namespace qv {
 
+// How the groups of one table lie in segments. Copied by who looks them up: it is on every way.
+struct SegmentLayout {
+  size_t group_size;  // bytes
+  uint32_t shift;     // a segment has 1 << shift groups
+
+  size_t segment_size() const { return group_size << shift; }
+  uint64_t SegmentOf(uint64_t index) const { return index >> shift; }
+  HashGroup* InSegment(HashGroup* segment, uint64_t index) const {
+    const auto number = static_cast<size_t>(index & ((uint64_t{1} << shift) - 1));
+    return reinterpret_cast<HashGroup*>(reinterpret_cast<char*>(segment) + number * group_size);
+  }
+};
+
 class SegmentStore {
  public:
   explicit SegmentStore(size_t group_size);
@@ -16,14 +29,7 @@ class SegmentStore {
   SegmentStore(const SegmentStore&) = delete;
   SegmentStore& operator=(const SegmentStore&) = delete;
 
-  size_t group_size() const { return group_size_; }
-  // A segment has 1 << shift() groups.
-  uint32_t shift() const { return shift_; }
-  size_t segment_size() const { return group_size_ << shift_; }
-  HashGroup* InSegment(HashGroup* segment, uint64_t index) const {
-    const auto number = static_cast<size_t>(index & ((uint64_t{1} << shift_) - 1));
-    return reinterpret_cast<HashGroup*>(reinterpret_cast<char*>(segment) + number * group_size_);
-  }
+  const SegmentLayout& layout() const { return layout_; }
 
   // Empty groups, on a boundary of 64 bytes. Null when there is no memory.
   HashGroup* Take();
@@ -34,19 +40,19 @@ class SegmentStore {
   };
   bool AddBlock();
 
-  size_t group_size_;
-  uint32_t shift_;
+  SegmentLayout layout_;
   Block* blocks_ = nullptr;
   char* fresh_ = nullptr;  // segments of the newest block that were never used
   size_t fresh_count_ = 0;
   size_t total_ = 0;  // segments of all blocks
 };
 
-// The groups that a table has besides its arrays, by numbers: half of what an address takes on a
+// The groups that a table has besides its array, by numbers: half of what an address takes on a
 // 64-bit machine.
 class GroupPool {
  public:
-  explicit GroupPool(SegmentStore& store) : store_(store) {}
+  // The store must live longer.
+  explicit GroupPool(SegmentStore& store) : store_(store), layout_(store.layout()) {}
   ~GroupPool();
   GroupPool(const GroupPool&) = delete;
   GroupPool& operator=(const GroupPool&) = delete;
@@ -54,7 +60,8 @@ class GroupPool {
   // Null for kNoGroup.
   HashGroup* Group(GroupNumber number) const {
     if (number == kNoGroup) return nullptr;
-    return store_.InSegment(segments_[(number - 1) >> store_.shift()], number - 1);
+    const GroupNumber index = number - 1;
+    return layout_.InSegment(segments_[layout_.SegmentOf(index)], index);
   }
 
   // An empty group. kNoGroup when there is no memory.
@@ -68,6 +75,7 @@ class GroupPool {
   bool MakeRoom();
 
   SegmentStore& store_;
+  SegmentLayout layout_;
   HashGroup** segments_ = nullptr;
   uint32_t segment_count_ = 0;
   uint32_t segment_room_ = 0;

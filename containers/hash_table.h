@@ -17,7 +17,7 @@
 // divided by the number of groups that the table began with; the rest and as many low bits of the
 // quotient as there were doublings give the group. The low 32 bits of the quotient are the entry's
 // tag: it tells the entries of a group apart, and where each goes next, without a call of the
-// functions. The whole hash is not kept.
+// functions. The whole hash is not kept; where two agree in all this, the compare function decides.
 //
 // Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and visit
 //   no more than 128 buckets besides their own; the memory that one call clears is bounded too.

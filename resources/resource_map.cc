@@ -38,8 +38,15 @@ void ConvertReference(uint8_t* at) {
   entry->Clear(kChangedAttribute | kRemovedAttribute);
 }
 
-const Reference* ReferencesIn(const LockedHandle& lists, uint32_t types) {
-  return reinterpret_cast<const Reference*>(lists.data() + SizeOfLists(types, 0));
+// Whether `holds` of the name offset of each reference that has a name, in their order.
+template <class Predicate>
+bool AllNames(const LockedHandle& lists, uint32_t types, uint32_t references, Predicate holds) {
+  const auto* reference = reinterpret_cast<const Reference*>(lists.data() + SizeOfLists(types, 0));
+  for (uint32_t i = 0; i < references; ++i, ++reference) {
+    const size_t at = reference->name_offset;
+    if (at != reference_layout::kNoName && !holds(at)) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -157,12 +164,11 @@ uint32_t ResourceMap::SumOfNames() const {
   const LockedHandle names(names_);
   const LockedHandle lists(lists_);
   const Bytes bytes = names.bytes();
-  const Reference* reference = ReferencesIn(lists, type_count());
   uint32_t sum = 0;
-  for (uint32_t i = 0; i < reference_count_; ++i, ++reference) {
-    const uint32_t at = reference->name_offset;
-    if (at != reference_layout::kNoName && at < bytes.size()) sum += bytes[at] + 1u;
-  }
+  AllNames(lists, type_count(), reference_count_, [&](size_t at) {
+    if (at < bytes.size()) sum += bytes[at] + 1u;
+    return true;
+  });
   return sum;
 }
 
@@ -186,20 +192,19 @@ bool ResourceMap::TypesAreApart() const {
   return true;
 }
 
-// The same as NamesArePacked where the names stand in the order of the references, as every file
-// has them that was written in one go: one look at each.
+// NamesArePacked at the price of one look at each name, where they stand in the order of the
+// references, as in every file that was written in one go. False says nothing.
 bool ResourceMap::NamesAreInOrder() const {
   const LockedHandle names(names_);
   const LockedHandle lists(lists_);
   const Bytes bytes = names.bytes();
-  const Reference* reference = ReferencesIn(lists, type_count());
-  size_t at = 0;
-  for (uint32_t i = 0; i < reference_count_; ++i, ++reference) {
-    if (reference->name_offset == reference_layout::kNoName) continue;
-    if (reference->name_offset != at || at >= bytes.size()) return false;
-    at += bytes[at] + size_t{1};
-  }
-  return at == bytes.size();
+  size_t end = 0;
+  const bool in_order = AllNames(lists, type_count(), reference_count_, [&](size_t at) {
+    if (at != end || at >= bytes.size()) return false;
+    end += bytes[at] + size_t{1};
+    return true;
+  });
+  return in_order && end == bytes.size();
 }
 
 // The names fill the list one behind the other, and each belongs to one reference.
@@ -208,27 +213,23 @@ bool ResourceMap::NamesArePacked() const {
   const LockedHandle lists(lists_);
   const Bytes bytes = names.bytes();
   std::bitset<kMostNameStarts> starts;
-  size_t at = 0;
-  for (; at < bytes.size() && at < kMostNameStarts; at += bytes[at] + size_t{1}) starts.set(at);
-  if (at != bytes.size()) return false;
-  const Reference* reference = ReferencesIn(lists, type_count());
-  for (uint32_t i = 0; i < reference_count_; ++i, ++reference) {
-    if (reference->name_offset == reference_layout::kNoName) continue;
-    if (!starts[reference->name_offset]) return false;
-    starts.reset(reference->name_offset);
+  size_t end = 0;
+  for (; end < bytes.size() && end < kMostNameStarts; end += bytes[end] + size_t{1}) {
+    starts.set(end);
   }
-  return starts.none();
+  if (end != bytes.size()) return false;
+  const auto take = [&](size_t at) {
+    const bool is_free = starts[at];
+    starts.reset(at);
+    return is_free;
+  };
+  return AllNames(lists, type_count(), reference_count_, take) && starts.none();
 }
 
 bool ResourceMap::NamesAreInside() const {
   const LockedHandle lists(lists_);
   const uint32_t size = NamesSize();
-  const Reference* reference = ReferencesIn(lists, type_count());
-  for (uint32_t i = 0; i < reference_count_; ++i, ++reference) {
-    const uint32_t at = reference->name_offset;
-    if (at != reference_layout::kNoName && at >= size) return false;
-  }
-  return true;
+  return AllNames(lists, type_count(), reference_count_, [size](size_t at) { return at < size; });
 }
 
 bool ResourceMap::Validate(const ForkHeader& fork) const {
