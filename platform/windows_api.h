@@ -36,6 +36,7 @@
 #include "platform/host/find_files.h"
 #include "platform/host/fonts.h"
 #include "platform/host/locale.h"
+#include "platform/host/menus.h"
 #include "platform/host/messages.h"
 #include "platform/host/modules.h"
 #include "platform/host/process.h"
@@ -47,5 +48,6 @@
 #include "platform/host/thread_storage.h"
 #include "platform/host/threads.h"
 #include "platform/host/types.h"
+#include "platform/host/windows.h"
 
 #endif

@@ -1,10 +1,19 @@
 // The accelerator table: at most 100 keyboard short-cuts, each with its command and the text shown
-// beside it in menus.
+// beside it in menus; and the platform's table, which a message loop asks.
+//
+//   qv::CreatePlatformAccelerators();
+//   if (!TranslateAcceleratorW(window, qv::PlatformAccelerators(), &message)) ...
+//
+// The platform's table is made once, from the entries that there are then; a table that is filled
+// anew afterwards changes the texts only, until ReleasePlatformAccelerators. What the entries are
+// read from: accelerator_descriptions.h.
 //
 // One table per process; touched by the thread that runs the user interface.
 #pragma once
 
 #include <cstdint>
+
+#include "platform/windows_api.h"
 
 namespace qv {
 
@@ -29,7 +38,17 @@ void InstallAccelerators();
 // The process's table.
 AcceleratorTable& Accelerators();
 
+// Makes the platform's table when there is none yet. False when there are no entries, or when the
+// platform refuses; the application is without short-cuts then.
+bool CreatePlatformAccelerators();
+// Null when there is none.
+HACCEL PlatformAccelerators();
+void ReleasePlatformAccelerators();
+
 }  // namespace qv
 
 // Releases every display text and empties the table.
 void ClearAccelerators();
+
+// The first entry with that command, null when there is none. It is good until the table changes.
+const qv::Accelerator* FindAccelerator(int32_t command);

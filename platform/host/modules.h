@@ -11,6 +11,9 @@
 #define IS_INTRESOURCE(name) ((reinterpret_cast<ULONG_PTR>(name) >> 16) == 0)
 #define MAKEINTRESOURCEA(number) \
   (reinterpret_cast<LPSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(number))))
+#define MAKEINTRESOURCEW(number) \
+  (reinterpret_cast<LPWSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(number))))
+#define RT_MENU MAKEINTRESOURCEA(4)
 #define RT_STRING MAKEINTRESOURCEA(6)
 
 #define DLL_PROCESS_DETACH 0

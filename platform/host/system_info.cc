@@ -175,10 +175,19 @@ BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status) {
 }
 
 int GetSystemMetrics(int index) {
-  if (Enter(__func__) || index != SM_SERVERR2) return 0;
+  if (Enter(__func__)) return 0;
   host::SystemState& state = host::State();
   std::lock_guard hold(state.mutex);
-  return state.version.server_r2;
+  switch (index) {
+    case SM_CYSCREEN:
+      return 768;  // of a screen that nobody looks at
+    case SM_CYMENU:
+      return 20;
+    case SM_SERVERR2:
+      return state.version.server_r2;
+    default:
+      return 0;
+  }
 }
 
 UINT SetErrorMode(UINT mode) {

@@ -20,6 +20,8 @@
 #define VER_SUITE_PERSONAL 0x200
 #define VER_SUITE_BLADE 0x400
 
+#define SM_CYSCREEN 1
+#define SM_CYMENU 15
 #define SM_SERVERR2 89
 
 struct OSVERSIONINFOA {
@@ -61,5 +63,5 @@ QV_HOST_API void GlobalMemoryStatus(MEMORYSTATUS* status);
 QV_HOST_API BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
 // The mode before. Nothing here shows boxes, so the mode is kept and has no effect.
 QV_HOST_API UINT SetErrorMode(UINT mode);
-// SM_SERVERR2 only; every other number reads 0.
+// The three numbers above; every other one reads 0.
 QV_HOST_API int GetSystemMetrics(int index);

@@ -670,6 +670,35 @@ scenario_application_has_its_texts_from_files() {
   [ "$(application 128:1)" = en ] || fail "the damaged file is in the way"
 }
 
+scenario_application_has_its_menu_from_files() {
+  cp "$bin/resource_application$suffix" . || return 1
+  [ -n "$wine" ] || cp "$bin/libqvsmapi_host.so" . || return 1
+  [ -z "$(application menu)" ] || fail "a menu from nowhere" || return 1
+  tool rez create en.rez && string_list 1S901 5S902 17 9x >list && tool rez add en.rez 'STR#' 900 <list &&
+    string_list 2 3b - w4S903 mac >list && tool rez add en.rez 'STR#' 901 <list &&
+    string_list 6 7 >list && tool rez add en.rez 'STR#' 902 <list &&
+    string_list 8C00FF00 >list && tool rez add en.rez 'STR#' 903 <list &&
+    string_list '2w0B4E"N"' '6m0043w0D70"F1"w0B43' '7w0955' '8w1' >list &&
+    tool rez add en.rez 'STR#' 960 <list &&
+    string_list File '&New' 'Op&en;field 1' Recent '$mBearbeiten$w&Edit' Copy Über a.txt >list &&
+    tool rez add en.rez 'STR#' 800 <list && string_list Help >list && tool rez add en.rez 'STR#' 801 <list ||
+    return 1
+  application menu >ours
+  printf '%s\n' 'Could not parse 4 hex digits 1' \
+    'unrecognized Option in menu parser remainder skipped x char:x' 'Cannot get MenuItem Cmd=9' File '  &New	Ctrl+N = 2' '  Op&en = 3, greyed' \
+    '  -' '  Recent' '    a.txt = 8' '&Edit' '  Copy	Ctrl+Shift+F1 = 6' '  Über	Ctrl+U = 7' 'Help = 17' '  = 9' \
+    '0B 4E 2' '0D 70 6' '0B 43 6' '09 55 7' | diff - ours || return 1
+  # The menu of the country, in the code page that its file names.
+  tool rez create en-US.rez && printf '\004\344' | tool rez add en-US.rez ZRcs 0 &&
+    string_list 1S901 >list && tool rez add en-US.rez 'STR#' 900 <list &&
+    string_list 2 3 >list && tool rez add en-US.rez 'STR#' 901 <list &&
+    string_list 2w0F4E >list && tool rez add en-US.rez 'STR#' 960 <list &&
+    string_list Datei '&Neu' "$(printf '\326')ffnen" >list && tool rez add en-US.rez 'STR#' 800 <list &&
+    string_list Strg+ Alt+ "$(printf 'Gro\337')+" >list && tool rez add en-US.rez 'STR#' 999 <list || return 1
+  application menu >ours
+  printf '%s\n' Datei '  &Neu	Strg+Groß+N = 2' '  Öffnen = 3, greyed' '0F 4E 2' | diff - ours
+}
+
 scenario_tool_says_what_fails() {
   printf 'a\303' >cut
   tool_fails 1 'unknown character set "latin1"' charset latin1 &&

@@ -222,6 +222,15 @@ TypeKey Named(std::string name) {
   return {std::move(name), 0};
 }
 
+// A type by its name, or one of the platform's by its number.
+bool ReadType(Context& context, const Line& line, TypeKey* type) {
+  const std::string& text = line.fields[1].text;
+  *type = Named(text);
+  if (text.find_first_not_of("0123456789") != std::string::npos) return true;
+  *type = {"", 0};
+  return context.Number(line, 1, type->number);
+}
+
 // The hexadecimal bytes from the fourth field on, as a resource of the type in the second.
 bool AddBytes(Context& context, const Line& line, const NameKey& name) {
   ByteVector bytes;
@@ -230,8 +239,9 @@ bool AddBytes(Context& context, const Line& line, const NameKey& name) {
     if (!ParseHex(line.place, line.fields[i].text, 2, value, context.problem)) return false;
     AppendBig(bytes, value, 1);
   }
-  return context.set.Add(line.place, Named(line.fields[1].text), name, std::move(bytes),
-                         context.problem);
+  TypeKey type;
+  return ReadType(context, line, &type) &&
+         context.set.Add(line.place, type, name, std::move(bytes), context.problem);
 }
 
 // bytes TYPE NUMBER HEX ...

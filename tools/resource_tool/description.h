@@ -15,7 +15,8 @@
 //                                        parse, and to hold every zone of the list
 //   joined 131 tz/display_names.txt      a string of the file's lines, parted by ';'
 //   zrcs 1 1252                          a code page
-//   bytes TEST 7 0A FF                   any type; its name is stored in upper case
+//   bytes TEST 7 0A FF                   any type; its name is stored in upper case, one of the
+//                                        platform's is given by its number (4: a menu)
 //   named TEST BANNER 0A FF              the same with a name in place of the number
 //   version 1.0.0.0 ProductName "QVSMAPI" DataVersion "202606"   keys and texts of the string block
 //
