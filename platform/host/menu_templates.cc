@@ -1,13 +1,8 @@
-// Menus of a module's resources, in the layout that resource compilers write: a header of two
-// words, then the items of a level. An item is a word of flags, for all but a submenu a word with
-// the command, and a text of 16-bit units that ends with 0; the items of a submenu follow it.
-// MF_END marks the last item of a level.
-#include <algorithm>
-#include <span>
+#include "platform/host/menu_templates.h"
+
 #include <string>
 
 #include "platform/host/calls.h"
-#include "platform/host/menus.h"
 #include "platform/host/modules.h"
 #include "platform/host/text.h"
 
@@ -15,28 +10,30 @@ namespace host {
 namespace {
 
 constexpr UINT kLastOfLevel = 0x80;  // MF_END
-constexpr UINT kItemFlags = MF_GRAYED | MF_DISABLED | MF_CHECKED | MF_MENUBARBREAK | MF_MENUBREAK;
+constexpr UINT kStates = MF_GRAYED | MF_DISABLED | MF_CHECKED;
+constexpr UINT kBreaks = MF_MENUBARBREAK | MF_MENUBREAK;
 constexpr int kDeepest = 25;
 
 class Reader {
  public:
   explicit Reader(std::span<const BYTE> bytes) : bytes_(bytes) {}
 
+  // Each is false, with ERROR_INVALID_DATA as the last error, where the bytes end before it.
   bool Word(UINT* word) {
-    if (bytes_.size() < 2) return false;
+    if (bytes_.size() < 2) return Fail(ERROR_INVALID_DATA, false);
     *word = static_cast<UINT>(bytes_[0] | bytes_[1] << 8);
     bytes_ = bytes_.subspan(2);
     return true;
   }
   bool Text(std::u16string* text) {
-    for (UINT unit; Word(&unit);) {
+    for (UINT unit = 0; Word(&unit);) {
       if (unit == 0) return true;
       text->push_back(static_cast<char16_t>(unit));
     }
     return false;
   }
   bool Skip(size_t count) {
-    if (count > bytes_.size()) return false;
+    if (count > bytes_.size()) return Fail(ERROR_INVALID_DATA, false);
     bytes_ = bytes_.subspan(count);
     return true;
   }
@@ -55,9 +52,10 @@ bool ReadItem(Reader& reader, HMENU menu, UINT flags, int depth) {
   const bool is_popup = (flags & MF_POPUP) != 0;
   if (!is_popup && !reader.Word(&info.wID)) return false;
   if (!reader.Text(&text)) return false;
-  const bool is_separator = !is_popup && text.empty() && info.wID == 0;
-  info.fType = (flags & (MF_MENUBARBREAK | MF_MENUBREAK)) | (is_separator ? MF_SEPARATOR : 0);
-  info.fState = flags & kItemFlags & ~UINT{MF_MENUBARBREAK | MF_MENUBREAK};
+  const bool is_separator =
+      (flags & MF_SEPARATOR) != 0 || (!is_popup && text.empty() && info.wID == 0);
+  info.fType = (flags & kBreaks) | (is_separator ? MF_SEPARATOR : 0);
+  info.fState = flags & kStates;
   info.dwTypeData = text.data();
   if (is_popup) {
     info.fMask |= MIIM_SUBMENU;
@@ -72,27 +70,28 @@ bool ReadItem(Reader& reader, HMENU menu, UINT flags, int depth) {
 }
 
 bool ReadLevel(Reader& reader, HMENU menu, int depth) {
-  if (depth > kDeepest) return false;
-  for (UINT flags; reader.Word(&flags);) {
+  if (depth > kDeepest) return Fail(ERROR_INVALID_DATA, false);
+  for (UINT flags = 0; reader.Word(&flags);) {
     if (!ReadItem(reader, menu, flags, depth)) return false;
     if ((flags & kLastOfLevel) != 0) return true;
   }
   return false;
 }
 
-HMENU ReadTemplate(std::span<const BYTE> bytes) {
+}  // namespace
+
+HMENU MenuFromTemplate(std::span<const BYTE> bytes) {
   Reader reader(bytes);
-  UINT version, more;
-  HMENU menu = CreateMenu();
-  if (menu != nullptr && reader.Word(&version) && version == 0 && reader.Word(&more) &&
-      reader.Skip(more) && ReadLevel(reader, menu, 0)) {
-    return menu;
+  UINT version = 0, more = 0;
+  if (!reader.Word(&version) || version != 0 || !reader.Word(&more) || !reader.Skip(more)) {
+    return Fail(ERROR_INVALID_DATA, HMENU{});
   }
-  DestroyMenu(menu);
-  return Fail(ERROR_INVALID_DATA, HMENU{});
+  HMENU menu = CreateMenu();
+  if (menu == nullptr || ReadLevel(reader, menu, 0)) return menu;
+  DestroyMenu(menu);  // the last error stays that of the reading
+  return nullptr;
 }
 
-}  // namespace
 }  // namespace host
 
 HMENU LoadMenuW(HINSTANCE module, LPCWSTR name) {
@@ -108,5 +107,5 @@ HMENU LoadMenuW(HINSTANCE module, LPCWSTR name) {
   const DWORD size = SizeofResource(module, resource);
   const auto* bytes = static_cast<const BYTE*>(LockResource(LoadResource(module, resource)));
   if (bytes == nullptr) return nullptr;
-  return host::ReadTemplate({bytes, size});
+  return host::MenuFromTemplate({bytes, size});
 }
