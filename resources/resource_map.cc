@@ -123,10 +123,9 @@ ZRError ResourceMap::Load(const ForkHeader& fork, const MapHeader& header, ZRHan
   header_ = header;
   reference_count_ = ConvertLists();
   // The map may end before the fork does.
-  const uint32_t sum = SumOfNames();
   const int64_t names_of_map = int64_t{fork.map_length} - header.name_list_offset;
-  if (names_of_map == int64_t{sum} && sum < NamesSize() &&
-      ZRSetHandleSize(names_, sum) != ZRErrNone) {
+  if (names_of_map < int64_t{NamesSize()} && names_of_map == int64_t{SumOfNames()} &&
+      ZRSetHandleSize(names_, static_cast<uint32_t>(names_of_map)) != ZRErrNone) {
     Drop();
     return ZRErrResMemory;
   }
@@ -136,7 +135,9 @@ ZRError ResourceMap::Load(const ForkHeader& fork, const MapHeader& header, ZRHan
 void ResourceMap::Drop() {
   if (lists_ != 0) {
     const ListsLock lock(*this);
-    for (uint32_t i = 0; i < reference_count_; ++i) ZRDisposeHandle(&references_[i].handle);
+    for (uint32_t i = 0; i < reference_count_; ++i) {
+      if (references_[i].handle != 0) ZRDisposeHandle(&references_[i].handle);
+    }
   }
   ZRDisposeHandle(&lists_);
   ZRDisposeHandle(&names_);
@@ -170,6 +171,20 @@ uint32_t ResourceMap::SumOfNames() const {
     return true;
   });
   return sum;
+}
+
+// TypesAreApart where each type's references stand behind those of the one before, as in every
+// file that was written in one go. False says nothing.
+bool ResourceMap::TypesAreInOrder() const {
+  const LockedHandle lists(lists_);
+  const auto* type = reinterpret_cast<const TypeEntry*>(lists.data());
+  uint32_t next = type_layout::kCountSize + SizeOfLists(type_count(), 0);
+  const uint32_t end = next + reference_count_ * reference_layout::kSize;
+  for (uint32_t t = 0; t < type_count(); ++t, ++type) {
+    if (type->references_less_1 < 0 || type->first_reference != next) return false;
+    next += (static_cast<uint32_t>(type->references_less_1) + 1) * reference_layout::kSize;
+  }
+  return next <= end;
 }
 
 // Every reference belongs to one type at most, and types begin where references do.
@@ -248,7 +263,7 @@ bool ResourceMap::Validate(const ForkHeader& fork) const {
       check(exists() && ZRGetHandleSize(lists_) == SizeOfLists(type_count(), reference_count_),
             "CRezFmt: Type/Ref list wrong size");
   if (!sized) return false;  // the other checks read the lists
-  check(TypesAreApart(), "CRezFmt: Typelist corrupt");
+  check(TypesAreInOrder() || TypesAreApart(), "CRezFmt: Typelist corrupt");
   if (!NamesAreInOrder()) {
     const bool inside = check(NamesAreInside(), "CRezFmt: Bad name offset");
     check(inside ? NamesArePacked() : SumOfNames() == NamesSize(),

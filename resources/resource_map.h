@@ -183,6 +183,7 @@ class ResourceMap {
   template <class Fits>
   int32_t FindInType(ResourceTypeCode type, Fits fits);
   uint32_t NamesSize() const;
+  bool TypesAreInOrder() const;
   bool TypesAreApart() const;
   bool NamesAreInside() const;
   bool NamesAreInOrder() const;

@@ -44,12 +44,19 @@ DWORD LockOut(int file, const OpenRequest& request) {
   return refused ? ERROR_SHARING_VIOLATION : 0;
 }
 
+// What the file is that the path leads to, through links too. False when there is none.
+bool ReadStatus(const FoundName& name, struct stat* status) {
+  if (!name.status || S_ISLNK(name.status->st_mode)) return stat(name.path.c_str(), status) == 0;
+  *status = *name.status;
+  return true;
+}
+
 // Opens a native file; the descriptor is not open after an error. *exists says whether the file was
 // there before.
-DWORD OpenNative(const std::string& path, const OpenRequest& request, bool* exists,
+DWORD OpenNative(const FoundName& name, const OpenRequest& request, bool* exists,
                  Descriptor* file) {
   struct stat status;
-  *exists = stat(path.c_str(), &status) == 0;
+  *exists = ReadStatus(name, &status);
   if (!*exists && !request.MayCreate()) return ERROR_FILE_NOT_FOUND;
   if (*exists) {
     if (request.disposition == CREATE_NEW) return ERROR_FILE_EXISTS;
@@ -61,11 +68,11 @@ DWORD OpenNative(const std::string& path, const OpenRequest& request, bool* exis
     if (!MayOpen(status, request.access, request.share)) return ERROR_SHARING_VIOLATION;
   }
   mode_t mode = (request.flags & FILE_ATTRIBUTE_READONLY) != 0 ? 0444 : 0666;
-  *file = Descriptor(open(path.c_str(), NativeFlags(request, *exists), mode));
+  *file = Descriptor(open(name.path.c_str(), NativeFlags(request, *exists), mode));
   if (!file->is_open()) return ErrorFromNative(errno);
   if (DWORD error = LockOut(file->number(), request)) return error;
   bool empty_it = *exists && request.disposition == CREATE_ALWAYS;
-  if (empty_it && truncate(path.c_str(), 0) != 0) return ErrorFromNative(errno);
+  if (empty_it && truncate(name.path.c_str(), 0) != 0) return ErrorFromNative(errno);
   return 0;
 }
 
@@ -78,21 +85,21 @@ DWORD OpenStream(const FoundName& name, const OpenRequest& request, bool* exists
   of_file.access = 0;
   Descriptor file;
   bool has_file = false;
-  DWORD error = OpenNative(name.stream_of, of_file, &has_file, &file);
+  DWORD error = OpenNative({name.stream_of}, of_file, &has_file, &file);
   if (error != 0) return error;
   struct stat status;
   const bool refuses = request.Writes() && fstat(file.number(), &status) == 0 &&
                        (AttributesOf(status) & FILE_ATTRIBUTE_READONLY) != 0;
   if (refuses) return ERROR_ACCESS_DENIED;
   if (request.MayCreate()) error = PrepareStream(name.stream_of);
-  if (error == 0) error = OpenNative(name.path, request, exists, stream);
+  if (error == 0) error = OpenNative(name, request, exists, stream);
   if (error != 0) ForgetEmptyStreams(name.stream_of);
   return error;
 }
 
 DWORD OpenPlainFile(const FoundName& name, const OpenRequest& request, bool* exists,
                     Descriptor* file) {
-  const DWORD error = OpenNative(name.path, request, exists, file);
+  const DWORD error = OpenNative(name, request, exists, file);
   // A file that begins anew has no streams.
   const bool is_new = request.MayCreate() && (!*exists || request.disposition == CREATE_ALWAYS);
   if (error == 0 && is_new) DeleteStreams(name.path);

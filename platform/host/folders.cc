@@ -91,6 +91,7 @@ DWORD Rename(const FoundName& from, const FoundName& to, bool replace) {
 
 DWORD Attributes(const FoundName& name) {
   if (name.error != 0) return Fail(name.error, INVALID_FILE_ATTRIBUTES);
+  if (name.status) return AttributesOf(*name.status);
   struct stat status;
   if (lstat(name.path.c_str(), &status) != 0) {
     return Fail(ErrorFromNative(errno), INVALID_FILE_ATTRIBUTES);

@@ -175,7 +175,8 @@ FoundName FindNative(std::u16string_view path) {
   if (names.empty()) return {root.empty() ? "/" : root};
   // Most paths are spelled as the folders have them: one look instead of two at each folder.
   const std::string as_spelled = Joined(root, names);
-  if (NativeExists(as_spelled)) return {as_spelled};
+  struct stat status;
+  if (lstat(as_spelled.c_str(), &status) == 0) return {as_spelled, 0, {}, status};
   return FindByParts(root, names);
 }
 
@@ -192,6 +193,7 @@ FoundName FindWithStream(std::u16string_view path) {
       !MayBeName(path.substr(name)) || found.path.ends_with('/')) {
     return {"", ERROR_INVALID_NAME};
   }
+  found.status.reset();
   found.stream_of = found.path;
   found.path = StreamPath(found.stream_of, stream);
   return found;

@@ -6,6 +6,9 @@
 // and blanks at a path's end do not count.
 #pragma once
 
+#include <sys/stat.h>
+
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +27,8 @@ struct FoundName {
   DWORD error = 0;
   // With a stream: the native path of its file; `path` is where the stream is kept (streams.h).
   std::string stream_of = {};
+  // What lstat says of `path`, where the search has asked for it.
+  std::optional<struct stat> status = {};
 };
 FoundName FindNative(std::u16string_view path);
 FoundName FindNative(LPCSTR ansi_path);
