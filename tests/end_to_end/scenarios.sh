@@ -9,7 +9,8 @@ set -u
 export LC_ALL=C.UTF-8
 bin=$1 work=$2 limit=120
 docs=$(realpath "$(dirname "$0")/../../docs")
-manuals="$docs/text-tools.md $docs/character-sets.md $docs/time-zones.md $docs/resource-files.md"
+manuals="$docs/text-tools.md $docs/character-sets.md $docs/time-zones.md $docs/resource-files.md
+  $docs/menus.md"
 
 if [ -n "${QV_WINE-}" ]; then
   suffix=.exe drive=Z: wine=$QV_WINE
@@ -539,6 +540,7 @@ END
 
 # Every session of the manuals, its commands and what they print.
 scenario_tool_does_what_the_manuals_show() {
+  copy_application || return 1
   grep -h '^    ' $manuals | sed 's/^    //' >sessions
   grep '^\$ ' sessions | sed 's/^\$ //;s/qvtool/tool/' >commands
   [ "$(wc -l <commands)" -gt 15 ] || fail "no sessions" || return 1
@@ -639,6 +641,11 @@ scenario_tool_keeps_resource_files() {
 # What the application beside this folder's resource files says.
 application() { timeout "$limit" $wine "./resource_application$suffix" "$@" | tr -d '\r'; }
 
+# It looks for its files where it lies itself.
+copy_application() {
+  cp "$bin/resource_application$suffix" . && { [ -n "$wine" ] || cp "$bin/libqvsmapi_host.so" .; }
+}
+
 # A list of one or more strings, as "STR#" holds it.
 string_list() {
   byte 0 && byte $#
@@ -647,9 +654,7 @@ string_list() {
 byte() { printf "\\$(printf '%03o' "$1")"; }
 
 scenario_application_has_its_texts_from_files() {
-  # It looks for its files where it lies itself.
-  cp "$bin/resource_application$suffix" . || return 1
-  [ -n "$wine" ] || cp "$bin/libqvsmapi_host.so" . || return 1
+  copy_application || return 1
   [ "$(application 128:1 999:1)" = "$(printf -- '-\nCtrl+')" ] || fail "texts from nowhere" || return 1
   for file in en a b; do
     tool rez create $file.rez && string_list "$file" "&File;$file" "Größe" >list &&
@@ -671,8 +676,7 @@ scenario_application_has_its_texts_from_files() {
 }
 
 scenario_application_has_its_menu_from_files() {
-  cp "$bin/resource_application$suffix" . || return 1
-  [ -n "$wine" ] || cp "$bin/libqvsmapi_host.so" . || return 1
+  copy_application || return 1
   [ -z "$(application menu)" ] || fail "a menu from nowhere" || return 1
   tool rez create en.rez && string_list 1S901 5S902 17 9x >list && tool rez add en.rez 'STR#' 900 <list &&
     string_list 2 3b - w4S903 mac >list && tool rez add en.rez 'STR#' 901 <list &&
