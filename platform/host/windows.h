@@ -1,6 +1,7 @@
 // Windows, as a model in memory: who is whose child, which menu a window shows, and of windows with
 // several documents the children and the items that a maximised one puts into the frame's menu.
-// Nothing is drawn, and a window gets the messages only that are sent to it.
+// Nothing is drawn, and a window gets the messages only that are sent to it. All windows belong to
+// one thread, that of the user interface.
 #pragma once
 
 #include "platform/host/menus.h"

@@ -3,6 +3,7 @@
 #include "app/ui/accelerator_descriptions.h"
 #include "app/ui/menu_builder.h"
 #include "app/ui/menu_descriptions.h"
+#include "resources/module_source.h"
 #include "tests/app/ui/menu_fixture.h"
 #include "tests/resources/memory_source.h"
 
@@ -161,9 +162,44 @@ TEST_F(MenuItemsTest, AreClearedFromOneOn) {
   EXPECT_EQ(Dump(), "again=1");
 }
 
-using MenuBarTest = test::MenuTest;
+class MenuBarTest : public test::MenuTest {
+ protected:
+  ~MenuBarTest() override { ZRInitModuleResources(nullptr); }
+};
+
+TEST_F(MenuBarTest, ComesFromTheModule) {
+  ZRInitModuleResources(GetModuleHandleA(nullptr));
+  SetList(900, {"-"});
+  Menu bar;
+  EXPECT_TRUE(bar.LoadMenuBar());
+  EXPECT_EQ(DumpMenu(bar.handle()), "Old{A=1} B=2");
+  EXPECT_TRUE(bar.LoadMenuBar());
+  EXPECT_TRUE(bar.DisableItem(1));
+  EXPECT_EQ(DumpMenu(bar.handle()), "Old{A=1!} B=2");
+}
+
+TEST_F(MenuBarTest, TakesAWindowMenuInFrontOfItsLastItem) {
+  ZRInitModuleResources(GetModuleHandleA(nullptr));
+  Menu bar;
+  EXPECT_FALSE(bar.InsertWindowMenu(77)) << "into an empty bar";
+  EXPECT_TRUE(bar.LoadMenuBar());
+  for (int32_t none : {78, 79}) EXPECT_FALSE(bar.InsertWindowMenu(none)) << none;
+  EXPECT_EQ(bar.WindowMenuPosition(), 0);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(bar.InsertWindowMenu(77));
+    EXPECT_EQ(DumpMenu(bar.handle()), "Old{A=1} Window{Tile=70 Cascade=71} B=2");
+    EXPECT_EQ(bar.WindowMenuPosition(), 1);
+  }
+  EXPECT_TRUE(bar.RemoveItem(Menu::kWindowMenu));
+  EXPECT_EQ(DumpMenu(bar.handle()), "Old{A=1} B=2");
+  EXPECT_FALSE(bar.RemoveItem(Menu::kWindowMenu));
+  EXPECT_TRUE(bar.InsertWindowMenu(77));
+  EXPECT_TRUE(bar.RemoveItem(1));
+  EXPECT_EQ(bar.WindowMenuPosition(), 0);
+}
 
 TEST_F(MenuBarTest, ComesFromDescriptionsWhereTheModuleHasNone) {
+  ZRInitModuleResources(GetModuleHandleA("kernel32.dll"));
   SetMessage(1, "File");
   SetList(900, {"1S901"});
   Menu bar, popup(Menu::Kind::kPopup);
