@@ -131,15 +131,15 @@ class BoostCompany {
 // --- the switch of stacks ---
 
 struct TwoStacks {
-  platform::StackPointer here = nullptr, there = nullptr;
+  platform::StackContext here, there;
 };
 
 constexpr int kSwitches = 100;
 
 // From one place on both sides, as tasks do: the processor foresees where a switch returns to.
-[[gnu::noinline]] void SwitchAgainAndAgain(platform::StackPointer* left,
-                                           const platform::StackPointer* target) {
-  for (int i = 0; i < kSwitches; ++i) platform::SwitchStack(left, *target);
+[[gnu::noinline]] void SwitchAgainAndAgain(platform::StackContext* left,
+                                           platform::StackContext* target) {
+  for (int i = 0; i < kSwitches; ++i) platform::SwitchStack(left, target);
 }
 
 void SwitchBack(void* argument) {
@@ -155,8 +155,8 @@ void AddSwitch() {
                      [](State& state) {
                        std::vector<char> stack(kMeasuringStack);
                        TwoStacks stacks;
-                       stacks.there =
-                           platform::PrepareStack(stack.data() + stack.size(), SwitchBack, &stacks);
+                       platform::PrepareStack(&stacks.there, stack.data(), stack.size(), SwitchBack,
+                                              &stacks);
                        for (auto _ : state) SwitchAgainAndAgain(&stacks.here, &stacks.there);
                      },
                  .processor_time = true,

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/sanitizer_stacks.h"
+#include "platform/context_switch.h"
 #include "tasks/kernel_state.h"
 #include "tasks/task_list_report.h"
 
@@ -19,11 +19,9 @@ constexpr int kFill = 0xBD;
 struct OwnStackState {
   char* lowest = nullptr;
   uint32_t left = 0;  // bytes from `lowest` that no task has
-  platform::StackPointer mainline = nullptr;
-  platform::StackPointer discarded = nullptr;
-  platform::StackBounds mainline_bounds = {};  // for sanitizers, known once it was left
-  bool leaving_mainline = false;
-  TCB* unchecked = nullptr;  // the task that the switch under way leaves
+  platform::StackContext mainline;
+  platform::StackContext retired;  // of a task that has ended, until another one runs
+  TCB* leaving = nullptr;          // the task that the switch under way leaves
 };
 
 OwnStackState& State() {
@@ -38,30 +36,29 @@ bool IsSound(const TCB* task) {
          std::memcmp(reinterpret_cast<void*>(task->stack_base), kEndMark, sizeof kEndMark) == 0;
 }
 
-// On arrival at a stack: looks at the one that the switch came from.
-void CheckStackLeft() {
-  TCB* task = std::exchange(State().unchecked, nullptr);
-  if (task == nullptr || !TheKernel().settings.check_stacks) return;
+// On arrival at a stack, from the mainline's or another task's: looks at the one that was left.
+void Arrive() {
+  OwnStackState& stacks = State();
+  platform::ForgetStack(&stacks.retired);
+  TCB* task = std::exchange(stacks.leaving, nullptr);
+  if (task == nullptr) return;
+  task->saved_sp = task->own_stack.place;
+  if (!TheKernel().settings.check_stacks) return;
   task->stack_low = std::min(task->stack_low, reinterpret_cast<uintptr_t>(task->saved_sp));
   if (!IsSound(task)) ZRTaskPrint(nullptr, "Stack overflow in QV task.");
 }
 
-// On arrival at a stack, from the mainline's or another task's.
-void Arrive(void* kept) {
-  OwnStackState& stacks = State();
-  const platform::StackBounds left = platform::TellStackEntered(kept);
-  if (std::exchange(stacks.leaving_mainline, false)) stacks.mainline_bounds = left;
-  CheckStackLeft();
-}
-
 void Start(void* argument) {
-  Arrive(nullptr);
+  Arrive();
   RunTaskBody(static_cast<TCB*>(argument));
 }
 
 }  // namespace
 
-void OfferStackArea(char* lowest) { State() = {.lowest = lowest}; }
+void OfferStackArea(char* lowest) {
+  State() = {};
+  State().lowest = lowest;
+}
 
 bool OpenStackArea(uint32_t size) {
   OwnStackState& stacks = State();
@@ -92,22 +89,19 @@ void MarkOwnStack(const TCB* task) {
 
 void SwitchOwnStack(Leaving leaving, TCB* from, TCB* to) {
   OwnStackState& stacks = State();
-  platform::StackPointer* left = &stacks.discarded;
-  if (leaving == Leaving::kMainline) left = &stacks.mainline;
-  if (leaving == Leaving::kTask) left = &from->saved_sp;
-  platform::StackPointer target = stacks.mainline;
-  platform::StackBounds target_bounds = stacks.mainline_bounds;
-  if (to != nullptr) {
-    target_bounds = {reinterpret_cast<void*>(to->stack_base), to->stack_size};
-    const bool is_new = (to->flags & kNotStarted) != 0;
-    target = is_new ? platform::PrepareStack(to->saved_sp, Start, to) : to->saved_sp;
+  platform::StackContext* target = to != nullptr ? &to->own_stack : &stacks.mainline;
+  if (to != nullptr && (to->flags & kNotStarted) != 0) {
+    auto* base = reinterpret_cast<char*>(to->stack_base);
+    platform::PrepareStack(target, base, to->stack_size - kTopReserve, Start, to);
   }
-  stacks.unchecked = leaving == Leaving::kTask ? from : nullptr;
-  stacks.leaving_mainline = leaving == Leaving::kMainline;
-  void* kept = nullptr;
-  platform::TellStackLeft(leaving == Leaving::kForGood ? nullptr : &kept, target_bounds);
-  platform::SwitchStack(left, target);
-  Arrive(kept);
+  stacks.leaving = leaving == Leaving::kTask ? from : nullptr;
+  if (leaving == Leaving::kForGood) return platform::LeaveStack(target);
+  platform::SwitchStack(leaving == Leaving::kTask ? &from->own_stack : &stacks.mainline, target);
+  Arrive();
 }
+
+void RetireOwnStack(TCB* task) { State().retired = std::exchange(task->own_stack, {}); }
+
+void ForgetOwnStack(TCB* task) { platform::ForgetStack(&task->own_stack); }
 
 }  // namespace qv

@@ -32,4 +32,9 @@ void MarkOwnStack(const TCB* task);
 enum class Leaving { kMainline, kTask, kForGood };
 void SwitchOwnStack(Leaving leaving, TCB* from, TCB* to);
 
+// The running task ends: its stack is forgotten by the next one that runs.
+void RetireOwnStack(TCB* task);
+// A task ends that does not run.
+void ForgetOwnStack(TCB* task);
+
 }  // namespace qv

@@ -109,6 +109,7 @@ struct TCB {
   TCB* first_caller = nullptr;
   TCB* last_caller = nullptr;
   qv::TaskCleanup* cleanups = nullptr;  // innermost first (task_cleanup.h)
+  platform::StackContext own_stack;     // without fibers
 
   static constexpr uintptr_t kCookieMask = 0x5AA55AA5;
   bool IsHot() const { return (flags & (qv::kHotOnce | qv::kAlwaysHot)) != 0; }

@@ -116,6 +116,7 @@ TCB* EndTask() {
   TCB* next = qv::ChooseNext();
   if (next == task) next = nullptr;
   ZRFiberRetire(task);
+  qv::RetireOwnStack(task);
   qv::Forget(kernel, task);
   kernel.previous = nullptr;
   kernel.current = next;
@@ -140,5 +141,6 @@ void ZRTaskKill(TaskId id) {
   qv::ReleaseTask(task);
   task->state = qv::TaskState::kDead;
   qv::DeleteFiberOf(task);
+  qv::ForgetOwnStack(task);
   qv::Forget(kernel, task);
 }

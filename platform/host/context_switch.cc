@@ -13,12 +13,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/host/guard_chain.h"
+#include "platform/host/stack_frames.h"
 
-extern "C" {
-[[gnu::visibility("hidden")]] void qv_host_switch_stack(void** left, void* target);
-[[gnu::visibility("hidden")]] void qv_host_start_stack(void);
-}
+extern "C" [[gnu::visibility("hidden")]] void qv_host_start_stack(void);
 
 __asm__(R"(
         .text
@@ -62,7 +59,7 @@ qv_host_start_stack:
         .size   qv_host_start_stack, . - qv_host_start_stack
 )");
 
-namespace platform {
+namespace host {
 namespace {
 
 constexpr uintptr_t kStackAlignment = 16;
@@ -83,7 +80,7 @@ static_assert(sizeof(FirstFrame) == 80 && sizeof(FirstFrame) % kStackAlignment =
 
 }  // namespace
 
-StackPointer PrepareStack(void* top, void (*start)(void*), void* argument) {
+void* LayFirstFrame(void* top, void (*start)(void*), void* argument) {
   const uintptr_t aligned = reinterpret_cast<uintptr_t>(top) & ~(kStackAlignment - 1);
   FirstFrame frame{};
   __asm__ volatile("stmxcsr %0\n\tfnstcw %1" : "=m"(frame.mxcsr), "=m"(frame.x87_control));
@@ -95,13 +92,9 @@ StackPointer PrepareStack(void* top, void (*start)(void*), void* argument) {
   return place;
 }
 
-void SwitchStack(StackPointer* left, StackPointer target) {
-  host::Block* const blocks = host::InnermostBlock();
-  // A new stack starts with no open block; one that goes on puts its own back.
-  host::SetInnermostBlock(nullptr);
-  qv_host_switch_stack(left, target);
-  host::SetInnermostBlock(blocks);
-}
+}  // namespace host
+
+namespace platform {
 
 size_t StackBytesLeft() {
   pthread_attr_t attributes;

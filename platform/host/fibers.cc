@@ -10,15 +10,29 @@
 #include <new>
 #include <vector>
 
-#include "platform/context_switch.h"
 #pragma GCC visibility push(default)
+#include "platform/context_switch.h"
 #include "platform/fiber_prefetch.h"
 #pragma GCC visibility pop
 #include "platform/host/calls.h"
 #include "platform/host/control.h"
 #include "platform/host/process.h"
-#include "platform/sanitizer_stacks.h"
+#include "platform/host/stack_frames.h"
 
+// The one place that tells sanitizers of stacks. Without a word AddressSanitizer takes the frames
+// of the stacks that wait for frames that have returned.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QV_ADDRESS_SANITIZER
+#endif
+#endif
+#ifdef __SANITIZE_ADDRESS__
+#define QV_ADDRESS_SANITIZER
+#endif
+#ifdef QV_ADDRESS_SANITIZER
+#include <sanitizer/asan_interface.h>
+#include <sanitizer/common_interface_defs.h>
+#endif
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
 #endif
@@ -35,14 +49,8 @@ struct Stack {
 };
 
 struct Fiber {
-  platform::StackPointer place = nullptr;  // while it does not run
-  Stack stack;                             // none for a thread's own
-  LPFIBER_START_ROUTINE start = nullptr;
-  LPVOID parameter = nullptr;
-  // What the sanitizers know it by.
-  void* kept = nullptr;
-  platform::StackBounds bounds;
-  void* thread_fiber = nullptr;
+  platform::StackContext context;
+  Stack stack;  // none for a thread's own
 };
 
 // Fibers may outlive the destructors of the process, so the state is never destroyed.
@@ -59,42 +67,59 @@ FiberState& State() {
 
 struct ThreadFibers {
   Fiber* running = nullptr;  // null on a thread that was not converted
-  Fiber* left = nullptr;     // the one that the last switch came from
   Fiber own;
 };
 [[gnu::tls_model("initial-exec")]] thread_local ThreadFibers* fibers_of_thread = nullptr;
 
 // --- what the sanitizers are told; nothing without them ---
 
-void TellNew(Fiber* fiber) {
-  fiber->bounds = {fiber->stack.lowest, fiber->stack.size};
-  platform::TellStackRenewed(fiber->bounds);
+using platform::StackContext;
+
+// The memory may hold marks of old frames.
+void TellNew([[maybe_unused]] StackContext* stack) {
+#ifdef QV_ADDRESS_SANITIZER
+  __asan_unpoison_memory_region(stack->lowest, stack->size);
+#endif
 #ifdef __SANITIZE_THREAD__
-  fiber->thread_fiber = __tsan_create_fiber(0);
+  stack->history = __tsan_create_fiber(0);
 #endif
 }
 
-void TellThread([[maybe_unused]] Fiber* own) {
+void TellForgotten([[maybe_unused]] StackContext* stack) {
 #ifdef __SANITIZE_THREAD__
-  own->thread_fiber = __tsan_get_current_fiber();
+  if (stack->history != nullptr) __tsan_destroy_fiber(stack->history);
+  stack->history = nullptr;
 #endif
 }
 
-void TellDeleted([[maybe_unused]] Fiber* fiber) {
+#ifdef QV_ADDRESS_SANITIZER
+thread_local StackContext* stack_left = nullptr;  // by the switch under way; null: for good
+#endif
+
+// Before a switch; null for a stack that is left for good.
+void TellLeaving([[maybe_unused]] StackContext* left, [[maybe_unused]] StackContext* target) {
+#ifdef QV_ADDRESS_SANITIZER
+  stack_left = left;
+  __sanitizer_start_switch_fiber(left != nullptr ? &left->frames : nullptr, target->lowest,
+                                 target->size);
+#endif
 #ifdef __SANITIZE_THREAD__
-  __tsan_destroy_fiber(fiber->thread_fiber);
+  if (left != nullptr && left->history == nullptr) left->history = __tsan_get_current_fiber();
+  __tsan_switch_to_fiber(target->history, 0);
 #endif
 }
 
-void TellLeaving(Fiber* from, Fiber* to) {
-  platform::TellStackLeft(&from->kept, to->bounds);
-#ifdef __SANITIZE_THREAD__
-  __tsan_switch_to_fiber(to->thread_fiber, 0);
+// After it, on the stack that goes on. The bounds of a thread's own are learnt here.
+void TellArrived([[maybe_unused]] StackContext* here) {
+#ifdef QV_ADDRESS_SANITIZER
+  const void* lowest = nullptr;
+  size_t size = 0;
+  __sanitizer_finish_switch_fiber(here->frames, &lowest, &size);
+  if (stack_left != nullptr && stack_left->size == 0) {
+    stack_left->lowest = lowest;
+    stack_left->size = size;
+  }
 #endif
-}
-
-void TellArrived(Fiber* here, Fiber* from) {
-  from->bounds = platform::TellStackEntered(here->kept);
 }
 
 // --- stacks ---
@@ -143,10 +168,10 @@ void ReturnStack(const Stack& stack) {
   UnmapStack(stack);
 }
 
-[[noreturn]] void RunFiber(void* argument) {
-  auto* fiber = static_cast<Fiber*>(argument);
-  TellArrived(fiber, fibers_of_thread->left);
-  fiber->start(fiber->parameter);
+[[noreturn]] void RunStack(void* context) {
+  auto* stack = static_cast<StackContext*>(context);
+  TellArrived(stack);
+  stack->start(stack->argument);
   std::abort();
 }
 
@@ -169,11 +194,7 @@ LPVOID CreateFiber(SIZE_T stack_size, LPFIBER_START_ROUTINE start, LPVOID parame
     delete fiber;
     return Fail(ERROR_NOT_ENOUGH_MEMORY, LPVOID{});
   }
-  fiber->start = start;
-  fiber->parameter = parameter;
-  host::TellNew(fiber);
-  fiber->place =
-      platform::PrepareStack(fiber->stack.lowest + fiber->stack.size, host::RunFiber, fiber);
+  platform::PrepareStack(&fiber->context, fiber->stack.lowest, fiber->stack.size, start, parameter);
   ++host::State().live;
   return fiber;
 }
@@ -182,7 +203,7 @@ void DeleteFiber(LPVOID address) {
   auto* fiber = static_cast<host::Fiber*>(address);
   if (fiber == nullptr) return;
   if (host::fibers_of_thread != nullptr && host::fibers_of_thread->running == fiber) std::abort();
-  host::TellDeleted(fiber);
+  platform::ForgetStack(&fiber->context);
   host::ReturnStack(fiber->stack);
   delete fiber;
   --host::State().live;
@@ -194,7 +215,6 @@ LPVOID ConvertThreadToFiber(LPVOID) {
   auto* fibers = new (std::nothrow) host::ThreadFibers;
   if (fibers == nullptr) return Fail(ERROR_NOT_ENOUGH_MEMORY, LPVOID{});
   fibers->running = &fibers->own;
-  host::TellThread(&fibers->own);
   host::fibers_of_thread = fibers;
   ++host::State().live;
   return fibers->running;
@@ -215,17 +235,36 @@ void SwitchToFiber(LPVOID address) {
   host::ThreadFibers* fibers = host::fibers_of_thread;
   if (fibers == nullptr || to == nullptr || to == fibers->running) return;
   host::Fiber* from = fibers->running;
-  fibers->left = from;
   fibers->running = to;
-  host::TellLeaving(from, to);
-  platform::SwitchStack(&from->place, to->place);
-  host::TellArrived(from, fibers->left);
+  platform::SwitchStack(&from->context, &to->context);
 }
 
 namespace platform {
 
+void PrepareStack(StackContext* stack, void* lowest, size_t size, void (*start)(void*),
+                  void* argument) {
+  *stack = {.start = start, .argument = argument, .lowest = lowest, .size = size};
+  host::TellNew(stack);
+  stack->place = host::LayFirstFrame(static_cast<char*>(lowest) + size, host::RunStack, stack);
+}
+
+void SwitchStack(StackContext* left, StackContext* target) {
+  host::TellLeaving(left, target);
+  host::SwitchFrames(&left->place, target->place);
+  host::TellArrived(left);
+}
+
+void LeaveStack(StackContext* target) {
+  // Not a local: AddressSanitizer takes the memory of these back before the switch.
+  static thread_local StackPointer left;
+  host::TellLeaving(nullptr, target);
+  host::SwitchFrames(&left, target->place);
+}
+
+void ForgetStack(StackContext* stack) { host::TellForgotten(stack); }
+
 void PrefetchFiber(const void* fiber) {
-  PrefetchStack(static_cast<const host::Fiber*>(fiber)->place);
+  PrefetchStack(static_cast<const host::Fiber*>(fiber)->context.place);
 }
 
 }  // namespace platform

@@ -87,20 +87,30 @@ ExceptionRecord* OutermostRecord() {
 
 }  // namespace
 
-StackPointer PrepareStack(void* top, void (*start)(void*), void* argument) {
-  const uintptr_t aligned = reinterpret_cast<uintptr_t>(top) & ~(kStackAlignment - 1);
+void PrepareStack(StackContext* stack, void* lowest, size_t size, void (*start)(void*),
+                  void* argument) {
+  const uintptr_t top = reinterpret_cast<uintptr_t>(lowest) + size;
+  const uintptr_t aligned = top & ~(kStackAlignment - 1);
   FirstFrame frame{};
   __asm__ volatile("stmxcsr %0\n\tfnstcw %1" : "=m"(frame.mxcsr), "=m"(frame.x87_control));
   frame.exceptions = OutermostRecord();
   frame.ebx = start;
   frame.esi = argument;
   frame.return_address = qv_start_stack;
-  auto* place = reinterpret_cast<void*>(aligned - sizeof frame);
-  std::memcpy(place, &frame, sizeof frame);
-  return place;
+  stack->place = reinterpret_cast<void*>(aligned - sizeof frame);
+  std::memcpy(stack->place, &frame, sizeof frame);
 }
 
-void SwitchStack(StackPointer* left, StackPointer target) { qv_switch_stack(left, target); }
+void SwitchStack(StackContext* left, StackContext* target) {
+  qv_switch_stack(&left->place, target->place);
+}
+
+void LeaveStack(StackContext* target) {
+  StackPointer left;
+  qv_switch_stack(&left, target->place);
+}
+
+void ForgetStack(StackContext*) {}
 
 size_t StackBytesLeft() {
   MEMORY_BASIC_INFORMATION region{};

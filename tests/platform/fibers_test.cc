@@ -57,7 +57,7 @@ TEST(FibersTest, EachHasItsOwnProtectedBlocks) {
 // --- the switch by itself, on a stack of our own ---
 
 struct OwnStack {
-  platform::StackPointer here = nullptr, there = nullptr;
+  platform::StackContext here, there;
   uintptr_t misaligned = 1;
   int rounding = -1;
   std::vector<int> values;
@@ -71,19 +71,20 @@ void CountUp(void* argument) {
   for (int i = 0;; ++i) {
     own.values.push_back(i);
     own.rounding = std::fegetround();
-    platform::SwitchStack(&own.there, own.here);
+    platform::SwitchStack(&own.there, &own.here);
   }
 }
 
 TEST(ContextSwitchTest, KeepsLocalsAlignmentAndFloatingPointModes) {
   std::vector<char> memory(1 << 18);
   OwnStack own;
-  own.there = platform::PrepareStack(memory.data() + memory.size() - 5, CountUp, &own);
+  platform::PrepareStack(&own.there, memory.data(), memory.size() - 5, CountUp, &own);
   for (int i = 0; i < 3; ++i) {
-    platform::SwitchStack(&own.here, own.there);
+    platform::SwitchStack(&own.here, &own.there);
     EXPECT_EQ(std::fegetround(), FE_TONEAREST);
     EXPECT_EQ(own.rounding, FE_UPWARD);
   }
+  platform::ForgetStack(&own.there);
   EXPECT_EQ(own.misaligned, 0u);
   EXPECT_EQ(own.values, (std::vector<int>{0, 1, 2}));
 }
