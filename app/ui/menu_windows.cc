@@ -48,7 +48,8 @@ BOOL CALLBACK RedrawIfShown(HWND window, LPARAM menu) {
 bool Menu::AttachTo(HWND window) {
   if (handle_ == nullptr) return false;
   if (GetMenu(window) == handle_) return true;
-  if (!SetMenu(window, handle_)) return false;
+  // Not every system's SetMenu refuses what is no window.
+  if (!SetMenu(window, handle_) || GetMenu(window) != handle_) return false;
   ++use_count_;
   return true;
 }

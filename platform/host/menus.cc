@@ -22,6 +22,7 @@ struct MenuItem {
   HMENU submenu = nullptr;
   ULONG_PTR data = 0;
   std::u16string text;
+  bool has_text = false;
 };
 
 struct MenuObject : Object {
@@ -86,6 +87,7 @@ void Destroy(HMENU handle) {
 }
 
 void SetText(const MENUITEMINFOW& info, MenuItem* item) {
+  item->has_text = info.dwTypeData != nullptr;
   item->text = info.dwTypeData != nullptr ? std::u16string(info.dwTypeData) : std::u16string();
 }
 
@@ -107,6 +109,9 @@ bool Apply(const MENUITEMINFOW& info, MenuItem* item) {
   if ((info.fMask & MIIM_STRING) != 0 || ((info.fMask & MIIM_TYPE) != 0 && is_text)) {
     SetText(info, item);
   }
+  // An item with nothing to show is a separator.
+  const bool shows = item->has_text || item->submenu != nullptr || !is_text;
+  if (!shows) item->type |= MF_SEPARATOR;
   return true;
 }
 

@@ -87,7 +87,8 @@ QV_HOST_API UINT GetMenuState(HMENU menu, UINT item, UINT flags);
 QV_HOST_API BOOL GetMenuItemInfoW(HMENU menu, UINT item, BOOL by_position, MENUITEMINFOW* info);
 QV_HOST_API BOOL SetMenuItemInfoW(HMENU menu, UINT item, BOOL by_position,
                                   const MENUITEMINFOW* info);
-// In front of an item, or at the end when there is no such item.
+// In front of an item, or at the end when there is no such item. An item with neither text, submenu
+// nor a picture of its own is a separator.
 QV_HOST_API BOOL InsertMenuItemW(HMENU menu, UINT item, BOOL by_position,
                                  const MENUITEMINFOW* info);
 // The old state, or -1.

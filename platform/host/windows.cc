@@ -91,7 +91,7 @@ LRESULT CALLBACK ClientProcedure(HWND window, UINT message, WPARAM w, LPARAM l) 
       if (made == nullptr) return 0;
       TakeChildItems(*client);
       client->active = made;
-      if (client->is_maximised) AddChildItems(*client);
+      client->is_maximised = false;
       return reinterpret_cast<LRESULT>(made);
     }
     case WM_MDIMAXIMIZE:

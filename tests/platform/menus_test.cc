@@ -47,7 +47,9 @@ TEST_F(MenusTest, ItemsAreFoundByPlaceOrCommand) {
   EXPECT_TRUE(InsertMenuItemW(menu, 2, FALSE, &info)) << "in front of a command in a submenu";
   info.wID = 5;
   EXPECT_TRUE(InsertMenuItemW(menu, 1000, FALSE, &info)) << "of no command: at the end";
-  EXPECT_EQ(MenuText(menu), "File{Open=1 - =4 Close=2} Help=3 =5");
+  EXPECT_EQ(MenuText(menu), "File{Open=1 - - Close=2} Help=3 -") << "without a text: separators";
+  EXPECT_EQ(GetMenuItemID(file, 2), 4u);
+  EXPECT_EQ(GetMenuItemID(menu, 2), 5u);
   EXPECT_FALSE(GetMenuItemInfoW(menu, 1000, FALSE, &info));
   EXPECT_EQ(LastError(), static_cast<DWORD>(ERROR_MENU_ITEM_NOT_FOUND));
 }
