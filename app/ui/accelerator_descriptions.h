@@ -27,7 +27,8 @@ namespace qv {
 
 constexpr int32_t kAcceleratorList = 960;
 
-// Empties the table and fills it from list 960, read until the list ends or the table is full.
+// Empties the table and fills it from list 960, read until the list ends or the table is full, but
+// no further than to string kMostDescriptions.
 void FillAccelerators();
 
 }  // namespace qv

@@ -7,6 +7,8 @@
 namespace qv {
 namespace {
 
+constexpr BYTE kLastOfTable = 0x80;  // the platform's own mark, which would end its table early
+
 HACCEL& PlatformTable() {
   static constinit HACCEL table = nullptr;
   return table;
@@ -28,7 +30,7 @@ bool CreatePlatformAccelerators() {
   ACCEL entries[kMostAccelerators];
   std::transform(table.entries, table.entries + table.count, entries, [](const Accelerator& from) {
     ACCEL entry = {};
-    entry.fVirt = from.flags;
+    entry.fVirt = from.flags & static_cast<BYTE>(~kLastOfTable);
     entry.key = from.key;
     entry.cmd = from.command;
     return entry;

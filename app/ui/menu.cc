@@ -78,7 +78,7 @@ bool Menu::LoadMenuBar() {
 }
 
 bool Menu::Prepare(bool keep) {
-  if (handle_ == nullptr || GetMenuItemCount(handle_) < 0) {
+  if (!IsMenu(handle_)) {
     handle_ = NewMenu(kind_);
     window_menu_ = nullptr;
     use_count_ = 0;
@@ -88,8 +88,10 @@ bool Menu::Prepare(bool keep) {
 }
 
 bool Menu::DeleteOwnItems() {
+  const int count = GetMenuItemCount(handle_);
+  if (count < 0) return false;
   const ChildItems child = MaximisedChildItems();
-  for (int last = GetMenuItemCount(handle_) - child.back - 1; last >= child.front; --last) {
+  for (int last = count - child.back - 1; last >= child.front; --last) {
     if (!DeletePlatformItem({handle_, last})) return false;
   }
   window_menu_ = nullptr;
@@ -164,9 +166,10 @@ bool Menu::InsertOrReplace(const uint8_t* text, int32_t command, int32_t other, 
 
 bool Menu::EnableRange(int32_t command, Range range) {
   const MenuPlace place = FindPlatformItem(handle_, command);
-  if (!place.found()) return false;
+  const int count = place.found() ? GetMenuItemCount(place.menu) : -1;
+  if (count < 0) return false;
   const int first = range == Range::kFromCommand ? place.position : 0;
-  const int last = range == Range::kUpToCommand ? place.position : GetMenuItemCount(place.menu) - 1;
+  const int last = range == Range::kUpToCommand ? place.position : count - 1;
   bool all = true;
   for (int position = first; position <= last; ++position) {
     all = EnablePlatformItem({place.menu, position}, MF_ENABLED) && all;
@@ -177,8 +180,9 @@ bool Menu::EnableRange(int32_t command, Range range) {
 bool Menu::ClearFrom(int32_t command) {
   constexpr uint8_t kDash[] = {'-'};
   const MenuPlace place = FindPlatformItem(handle_, command);
-  if (!SetPlatformTitle(place, kDash)) return false;
-  int last = GetMenuItemCount(place.menu) - 1;
+  const int count = place.found() ? GetMenuItemCount(place.menu) : -1;
+  if (count < 0 || !SetPlatformTitle(place, kDash)) return false;
+  int last = count - 1;
   if (place.menu == handle_) last -= MaximisedChildItems().back;
   for (; last > place.position; --last) {
     if (GetSubMenu(place.menu, last) == window_menu_) window_menu_ = nullptr;

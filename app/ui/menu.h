@@ -67,7 +67,7 @@ class Menu {
   bool LoadMenuBar();
 
   // Makes sure that there is a menu, a new one when the platform has destroyed it, and deletes its
-  // items unless it keeps them.
+  // items unless it keeps them. False when not all of them could be deleted.
   bool Prepare(bool keep);
 
   // --- items ---
@@ -102,13 +102,14 @@ class Menu {
   bool EnableRange(int32_t command, Range range);
 
   // Makes the command's item the last one of its submenu, with the title "-" (a text like any
-  // other: the item stays what it is) and its old state. Items that the platform keeps stay.
+  // other: the item stays what it is) and its old state. Items that the platform keeps stay. False
+  // when something could not be deleted; what stands behind that is gone all the same.
   bool ClearFrom(int32_t command);
 
   // --- windows (menu_windows.cc) ---
 
-  // Shows the menu in the window. A window that shows it counts once; one that shows another
-  // object's menu is detached from that first, so that the other counts right.
+  // Shows the menu in the window, which counts once however often it is attached. The caller
+  // detaches a window from another object's menu first, so that the other counts right.
   bool AttachTo(HWND window);
   // Takes the menu from a window that shows it.
   bool DetachFrom(HWND window);
@@ -136,7 +137,6 @@ class Menu {
   bool RemoveItem(int position);
 
  private:
-  MenuPlace Find(int32_t command) const;
   bool InsertOrReplace(const uint8_t* title, int32_t command, int32_t other, bool behind);
   bool DeleteOwnItems();
   void Destroy();

@@ -61,10 +61,12 @@ void ForgetAnyMenu() {
 
 int MenuDepth() { return State().depth; }
 
-bool IsMenuBeingBuilt(const Menu& menu) { return State().menu == &menu; }
+bool IsMenuBeingBuilt(const Menu& menu) {
+  return State().menu == &menu && IsMenu(State().levels[0]);
+}
 
 void ForgetMenuBeingBuilt(const Menu& menu) {
-  if (IsMenuBeingBuilt(menu)) ForgetAnyMenu();
+  if (State().menu == &menu) ForgetAnyMenu();
 }
 
 bool DisableAppendedItem() { return EnablePlatformItem(State().last, MF_GRAYED); }
@@ -72,6 +74,8 @@ bool DisableAppendedItem() { return EnablePlatformItem(State().last, MF_GRAYED);
 uint32_t ColourItemData(int32_t command) {
   return IsColourCommand(command) ? State().colours[command - kFirstColourCommand] : 0;
 }
+
+uint32_t ItemColour(int32_t command) { return ColourItemData(command) >> kColourShift; }
 
 }  // namespace qv
 

@@ -39,14 +39,16 @@ constexpr int kMostMenuDepth = 10;
 constexpr int32_t kFirstColourCommand = 451, kLastColourCommand = 459;
 
 int MenuDepth();
+// False too when the platform has destroyed it since.
 bool IsMenuBeingBuilt(const Menu& menu);
 void ForgetMenuBeingBuilt(const Menu& menu);
 
 // Greys the item that was appended last.
 bool DisableAppendedItem();
 
-// The item data that a command from 451 to 459 got last: its colour, shifted left by 8. 0 for one
-// that was never built, and for every other command.
+// What a command from 451 to 459 got last: the item data, and the colour in them. 0 for one that
+// was never built, and for every other command.
 uint32_t ColourItemData(int32_t command);
+uint32_t ItemColour(int32_t command);
 
 }  // namespace qv

@@ -164,14 +164,13 @@ MenuPlace FindExisting(const Menu& menu, int32_t command) {
 // Separators are copied too, submenus are not.
 void CopyItem(const MenuPlace& source) {
   if (GetSubMenu(source.menu, source.position) != nullptr) return;
+  const UINT state = GetMenuState(source.menu, static_cast<UINT>(source.position), MF_BYPOSITION);
+  if (state == static_cast<UINT>(-1)) return Report(false);
+  if ((state & MF_SEPARATOR) != 0) return Report(AppendMenuItem(kSeparatorTitle, 0, 0, 0, 0));
   const auto command = static_cast<int32_t>(GetMenuItemID(source.menu, source.position));
-  if (command <= 0) {
-    Report(AppendMenuItem(kSeparatorTitle, 0, 0, 0, 0));
-    return;
-  }
   Str255 title;
   if (!ApplicationMenuAnswers().command_title(title, command)) UseBlankTitle(title, command);
-  const bool appended = AppendMenuItem(title, 0, 0, 0, command);
+  const bool appended = AppendMenuItem(title, 0, ItemColour(command), 0, command);
   Report(appended);
   if (appended) DisableUnlessEnabled(command);
 }

@@ -6,9 +6,8 @@
 //                | "I" number                   an icon
 //                | "S" list                     a submenu of the items that the list describes
 //                | "D" list                     a submenu with copies of an existing menu's items:
-//                of
-//                                               the one that has the command which the list's first
-//                                               string names
+//                                               of the one that has the command which the list's
+//                                               first string names
 //                | "b" | "i" | "u" | "o" | "s" | "c" | "e"
 //                                               bold, italic, underline, outline, shadow,
 //                                               condensed, extended

@@ -28,7 +28,7 @@ bool InsertPlatformItem(const MenuPlace& place, const PlatformItem& item) {
   const WideText title(item.title);
   if (title.text() == nullptr) return false;
   MENUITEMINFOW info = EmptyInfo(MIIM_FTYPE | FurtherMembers(item));
-  // The platform gives a submenu a number of its own.
+  // No command leads to a submenu.
   if (item.submenu == nullptr) info.fMask |= MIIM_ID;
   info.fType = item.type;
   info.wID = item.command;

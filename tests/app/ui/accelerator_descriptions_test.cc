@@ -93,7 +93,7 @@ TEST_F(AcceleratorDescriptionsTest, TheListIsReadUntilItEndsOrTheTableIsFull) {
 
 TEST_F(AcceleratorDescriptionsTest, ThePlatformTableIsMadeOnce) {
   EXPECT_FALSE(qv::CreatePlatformAccelerators());  // of no entries
-  ParseAccelerator("1001w0B43\"C\"w0D58");
+  ParseAccelerator("1001w0B43\"C\"wFD58");  // with a flag that would end the platform's table
   ParseAccelerator("7w0170");
   EXPECT_EQ(FindAccelerator(1001)->key, 0x43);  // the first one
   EXPECT_EQ(FindAccelerator(1001 + 0x10000), nullptr);
@@ -104,6 +104,7 @@ TEST_F(AcceleratorDescriptionsTest, ThePlatformTableIsMadeOnce) {
   EXPECT_EQ(entries[0].fVirt & 0x1F, 0x0B);
   EXPECT_EQ(entries[0].key, 0x43);
   EXPECT_EQ(entries[0].cmd, 1001);
+  EXPECT_EQ(entries[1].fVirt & 0x80, 0);
   EXPECT_EQ(entries[1].key, 0x58);
   EXPECT_EQ(entries[2].cmd, 7);
   ClearAccelerators();

@@ -153,6 +153,21 @@ TEST_F(MenuDescriptionsTest, ASubmenuIsCopied) {
   EXPECT_EQ(TakeLines(), "Cannot get MenuItem Cmd=3\n");
 }
 
+TEST_F(MenuDescriptionsTest, CopiesKeepColoursAndItemsWithoutACommand) {
+  SetMessage(451, "red");
+  SetList(910, {"451"});
+  Menu menu(Menu::Kind::kPopup);
+  for (const char* text : {"1S911", "451CFF0000", "0", "-"}) ParseMenuItem(menu, text);
+  ParseMenuItem(menu, "1D910");
+  EXPECT_EQ(DumpMenu(menu.handle()), " {} [FF000000=451]  =0 -  {[FF000000=451]  =0 -}");
+  EXPECT_EQ(qv::ColourItemData(451), 0xFF000000u);
+  TakeLines();
+  // A menu that the platform destroyed meanwhile is begun again.
+  DestroyMenu(menu.handle());
+  ParseMenuItem(menu, "-");
+  EXPECT_EQ(DumpMenu(menu.handle()), "-");
+}
+
 // The deepest chain of submenus, and all items.
 struct Extent {
   int depth = 0, items = 0;
