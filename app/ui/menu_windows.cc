@@ -30,10 +30,12 @@ LooseSubmenu TakeFirstSubmenu(int32_t resource) {
   HMENU loaded =
       LoadMenuW(ModuleSource().GetModule(), MAKEINTRESOURCEW(static_cast<WORD>(resource)));
   if (loaded == nullptr) return taken;
-  GetPlatformTitle({loaded, 0}, taken.title, sizeof taken.title);
   HMENU first = GetSubMenu(loaded, 0);
   // What is not taken out goes with the menu.
-  if (first != nullptr && RemoveMenu(loaded, 0, MF_BYPOSITION)) taken.menu = first;
+  if (first != nullptr && GetPlatformTitle({loaded, 0}, taken.title, sizeof taken.title) &&
+      RemoveMenu(loaded, 0, MF_BYPOSITION)) {
+    taken.menu = first;
+  }
   DestroyMenu(loaded);
   return taken;
 }

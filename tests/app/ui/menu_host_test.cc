@@ -77,6 +77,8 @@ TEST_F(MenuHostTest, AnOperationIsDoneOrNot) {
        false},
       {"remove", [](Menu& bar) { return bar.RemoveItem(0); }, "Help=2", false},
       {"begin", [](Menu& bar) { return BeginMenu(bar, 1); }, "File{Open=1 b=5} Help=2", false},
+      {"window menu", [](Menu& bar) { return bar.InsertWindowMenu(77); },
+       "File{Open=1 b=5} Window{Tile=70 Cascade=71} Help=2", false},
       {"begin anew", [](Menu& bar) { return BeginMenu(bar, 0); }, "", true},
       {"enable", [](Menu& bar) { return bar.DisableItem(5) && bar.EnableRange(1, Range::kAll); },
        "File{Open=1 b=5} Help=2", true},
@@ -86,7 +88,8 @@ TEST_F(MenuHostTest, AnOperationIsDoneOrNot) {
   for (const auto& row : kRows) {
     for (const char* function :
          {"CreatePopupMenu", "GetMenuItemCount", "GetSubMenu", "GetMenuItemID", "EnableMenuItem",
-          "CheckMenuItem", "SetMenuItemInfoW", "InsertMenuItemW", "DeleteMenu"}) {
+          "CheckMenuItem", "SetMenuItemInfoW", "InsertMenuItemW", "DeleteMenu", "RemoveMenu",
+          "LoadMenuW", "GetMenuItemInfoW", "CreateMenu"}) {
       SCOPED_TRACE(row.name);
       faults += FailEachCall(function, [&] {
         const bool done = row.operation(*bar_);
