@@ -75,10 +75,10 @@ TEST_F(AcceleratorDescriptionsTest, ATextOfAnyLengthIsKeptWhole) {
 }
 
 TEST_F(AcceleratorDescriptionsTest, TheListIsReadUntilItEndsOrTheTableIsFull) {
-  SetList(qv::kAcceleratorList, {"1w0141", "bad", "2w0142"});
+  SetList(qv::kAcceleratorList, {"1w0141\"A\"", "bad", "2w0142"});
   for (int i = 0; i < 2; ++i) {
     qv::FillAccelerators();
-    EXPECT_EQ(DumpTable(), "1:01+41 2:01+42");
+    EXPECT_EQ(DumpTable(), "1:01+41[A] 2:01+42");
     EXPECT_EQ(TakeLines(), "Could not parse command bad\n");
   }
   std::vector<std::string> strings;
@@ -89,32 +89,6 @@ TEST_F(AcceleratorDescriptionsTest, TheListIsReadUntilItEndsOrTheTableIsFull) {
   EXPECT_EQ(qv::Accelerators().count, 100u);
   EXPECT_EQ(FindAccelerator(100)->key, 0x41);
   EXPECT_EQ(FindAccelerator(101), nullptr);
-}
-
-TEST_F(AcceleratorDescriptionsTest, ThePlatformTableIsMadeOnce) {
-  EXPECT_FALSE(qv::CreatePlatformAccelerators());  // of no entries
-  ParseAccelerator("1001w0B43\"C\"wFD58");  // with a flag that would end the platform's table
-  ParseAccelerator("7w0170");
-  EXPECT_EQ(FindAccelerator(1001)->key, 0x43);  // the first one
-  EXPECT_EQ(FindAccelerator(1001 + 0x10000), nullptr);
-  ASSERT_TRUE(qv::CreatePlatformAccelerators());
-  HACCEL table = qv::PlatformAccelerators();
-  ACCEL entries[4] = {};
-  ASSERT_EQ(CopyAcceleratorTableW(table, entries, 4), 3);
-  EXPECT_EQ(entries[0].fVirt & 0x1F, 0x0B);
-  EXPECT_EQ(entries[0].key, 0x43);
-  EXPECT_EQ(entries[0].cmd, 1001);
-  EXPECT_EQ(entries[1].fVirt & 0x80, 0);
-  EXPECT_EQ(entries[1].key, 0x58);
-  EXPECT_EQ(entries[2].cmd, 7);
-  ClearAccelerators();
-  ParseAccelerator("8w0171");
-  EXPECT_TRUE(qv::CreatePlatformAccelerators());
-  EXPECT_EQ(qv::PlatformAccelerators(), table);
-  qv::ReleasePlatformAccelerators();
-  EXPECT_TRUE(qv::CreatePlatformAccelerators());
-  EXPECT_EQ(CopyAcceleratorTableW(qv::PlatformAccelerators(), entries, 4), 1);
-  EXPECT_EQ(entries[0].cmd, 8);
 }
 
 }  // namespace

@@ -70,21 +70,24 @@ TEST_F(MenuDescriptionsTest, AreRead) {
 }
 
 TEST_F(MenuDescriptionsTest, ItemsHaveTheirTitlesFromMessages) {
-  SetMessage(16, "last of a list");
-  SetMessage(17, "&New;other field");
-  SetMessage(1001, "$mCopy$wKopie &ren\xC3\xBC\xE2\x82\xAC");
-  SetMessage(451, "never shown");
-  SetMessage(18, "$wText w/\xFF");
+  SetMessages({{16, "last of a list"},
+               {17, "&New;other field"},
+               {18, "$wText w/\xFF"},
+               {451, "never shown"},
+               {459, "neither"},
+               {460, "-"},
+               {1001, "$mCopy$wKopie &ren\xC3\xBC\xE2\x82\xAC"}});
   ParseAccelerator("17w0C4E");
   ParseAccelerator("1001w1D70\"F1\"");
   Menu menu(Menu::Kind::kPopup);
-  for (const char* text : {"16", "17", "1001", "-", "451C00FF00", "1002", "mac", "18", "19", "0"}) {
+  for (const char* text : {"16", "17", "1001", "-", "451C00FF00", "459CFFFFFF", "460C123456",
+                           "1002", "mac", "18", "19", "0"}) {
     ParseMenuItem(menu, text);
   }
   EXPECT_EQ(
       DumpMenu(menu.handle()),
       "last of a list=16 &New^Ctrl+Shift+N=17 Kopie &ren\xC3\xBC\xE2\x82\xAC^Ctrl+Alt+Shift+F1"
-      "=1001 - [FF0000=451]  =1002 Text w/\x1A=18  =19  =0");
+      "=1001 - [FF0000=451] [FFFFFF00=459] -  =1002 Text w/\x1A=18  =19  =0");
   EXPECT_EQ(TakeLines(), "Cannot get MenuItem Cmd=19\nCannot get MenuItem Cmd=0\n");
   EXPECT_EQ(qv::ColourItemData(451), 0xFF0000u);
   EXPECT_EQ(qv::ColourItemData(452) + qv::ColourItemData(460) + qv::ColourItemData(-1), 0u);
@@ -92,7 +95,7 @@ TEST_F(MenuDescriptionsTest, ItemsHaveTheirTitlesFromMessages) {
 
 TEST_F(MenuDescriptionsTest, TheApplicationIsAskedForStates) {
   qv::ApplicationMenuAnswers().command_enabled = [](int32_t command) { return command % 2 == 0; };
-  for (int32_t command = 1; command <= 4; ++command) SetMessage(command, std::to_string(command));
+  SetMessages({{1, "1"}, {2, "2"}, {3, "3"}});
   Menu menu(Menu::Kind::kPopup);
   ParseMenuItem(menu, "1");
   menu.SetAsksApplication(true);
@@ -102,9 +105,7 @@ TEST_F(MenuDescriptionsTest, TheApplicationIsAskedForStates) {
 }
 
 TEST_F(MenuDescriptionsTest, ListsBecomeSubmenus) {
-  const std::vector<std::pair<int32_t, const char*>> kMessages = {
-      {1, "File"}, {2, "Open"}, {3, "Recent"}, {4, "a"}, {5, "Edit"}};
-  for (const auto& [number, text] : kMessages) SetMessage(number, text);
+  SetMessages({{1, "File"}, {2, "Open"}, {3, "Recent"}, {4, "a"}, {5, "Edit"}});
   SetList(900, {"1S901", "5S902"});
   SetList(901, {"2", "3S903", "-", "4"});
   SetList(903, {"4"});
@@ -125,10 +126,7 @@ TEST_F(MenuDescriptionsTest, ListsBecomeSubmenus) {
 TEST_F(MenuDescriptionsTest, ASubmenuIsCopied) {
   static Menu* application = nullptr;
   qv::ApplicationMenuAnswers().menu = [] { return application; };
-  for (const auto& [number, text] : std::vector<std::pair<int32_t, const char*>>{
-           {1, "File"}, {2, "Open"}, {3, "Quit"}, {9, "9"}}) {
-    SetMessage(number, text);
-  }
+  SetMessages({{1, "File"}, {2, "Open"}, {3, "Quit"}, {9, "9"}});
   SetList(900, {"1S901"});
   SetList(901, {"2", "1S902", "-", "3"});
   SetList(910, {"3"});
@@ -154,7 +152,7 @@ TEST_F(MenuDescriptionsTest, ASubmenuIsCopied) {
 }
 
 TEST_F(MenuDescriptionsTest, CopiesKeepColoursAndItemsWithoutACommand) {
-  SetMessage(451, "red");
+  SetMessages({{451, "red"}});
   SetList(910, {"451"});
   Menu menu(Menu::Kind::kPopup);
   for (const char* text : {"1S911", "451CFF0000", "0", "-"}) ParseMenuItem(menu, text);
@@ -184,7 +182,7 @@ Extent Measure(HMENU menu) {
 }
 
 TEST_F(MenuDescriptionsTest, ListsThatContainThemselvesEnd) {
-  SetMessage(1, "x");
+  SetMessages({{1, "x"}});
   SetList(900, {"1S900"});
   Menu once;
   EXPECT_EQ(BuildMenu(once, 900), 0);
@@ -204,7 +202,7 @@ TEST_F(MenuDescriptionsTest, ListsThatContainThemselvesEnd) {
   EXPECT_EQ(qv::MenuDepth(), 0);
 
   // The next menu has the whole count again, and copies count too.
-  SetMessage(2, "y");
+  SetMessages({{2, "y"}});
   SetList(901, std::vector<std::string>(3000, "2"));
   SetList(902, {"2"});
   Menu next(Menu::Kind::kPopup);
@@ -219,8 +217,7 @@ TEST_F(MenuDescriptionsTest, ListsThatContainThemselvesEnd) {
 TEST_F(MenuDescriptionsTest, TheApplicationsMenuIsLoaded) {
   static Menu* application = nullptr;
   qv::ApplicationMenuAnswers().menu = [] { return application; };
-  SetMessage(1, "File");
-  SetMessage(2, "&Open");
+  SetMessages({{1, "File"}, {2, "&Open"}});
   SetList(900, {"1S901"});
   SetList(901, {"2"});
   SetList(960, {"2w0B4F"});

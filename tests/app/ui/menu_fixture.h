@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -41,8 +42,8 @@ class MenuTest : public testing::Test {
 
   // Lists of the resource file.
   void SetList(int32_t list, const std::vector<std::string>& strings);
-  // The text of a message, which is the title of that command.
-  void SetMessage(int32_t number, const std::string& text);
+  // Texts of messages, which are the titles of these commands.
+  void SetMessages(const std::map<int32_t, std::string>& texts);
 
   // The debug output since the last call.
   std::string TakeLines();

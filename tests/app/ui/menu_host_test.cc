@@ -121,8 +121,7 @@ TEST_F(MenuHostTest, WithoutMemoryNothingIsInserted) {
 }
 
 TEST_F(MenuHostTest, DescriptionsGoOnBehindAnItemThatCannotBe) {
-  const std::vector<std::pair<int32_t, const char*>> kMessages = {{1, "a"}, {2, "b"}, {3, "c"}};
-  for (const auto& [number, text] : kMessages) SetMessage(number, text);
+  SetMessages({{1, "a"}, {2, "b"}, {3, "c"}});
   SetList(900, {"1S901", "3", "1D902"});
   SetList(901, {"2", "3"});
   SetList(902, {"2"});

@@ -77,23 +77,15 @@ TEST_F(MenuItemsTest, HaveStates) {
 TEST_F(MenuItemsTest, HaveTitles) {
   bar_.CheckItem(5);
   bar_.DisableItem(5);
-  EXPECT_TRUE(bar_.SetItemTitle(5, LText("Gr\xC3\xB6\xC3\x9F"
-                                         "e &\xE2\x82\xAC")));
-  EXPECT_EQ(Dump(),
-            "1=1 a{2=2 3=3 b{4=4 - Gr\xC3\xB6\xC3\x9F"
-            "e &\xE2\x82\xAC=5*!} 6=6}");
+  const std::string kTitle =
+      "Gr\xC3\xB6\xC3\x9F"
+      "e &\xE2\x82\xAC";
+  EXPECT_TRUE(bar_.SetItemTitle(5, LText(kTitle)));
+  EXPECT_EQ(Dump(), "1=1 a{2=2 3=3 b{4=4 - " + kTitle + "=5*!} 6=6}");
   const struct {
     int32_t size;
-    const char* title;
-  } kRows[] = {{256,
-                "Gr\xC3\xB6\xC3\x9F"
-                "e &\xE2\x82\xAC"},
-               {1000,
-                "Gr\xC3\xB6\xC3\x9F"
-                "e &\xE2\x82\xAC"},
-               {6, "Gr\xC3\xB6"},
-               {3, "Gr"},
-               {1, ""}};
+    std::string title;
+  } kRows[] = {{1000, kTitle}, {256, kTitle}, {6, kTitle.substr(0, 4)}, {3, "Gr"}, {1, ""}};
   for (const auto& row : kRows) {
     Str255 title;
     EXPECT_TRUE(bar_.GetItemTitle(5, title, row.size));
@@ -200,7 +192,7 @@ TEST_F(MenuBarTest, TakesAWindowMenuInFrontOfItsLastItem) {
 
 TEST_F(MenuBarTest, ComesFromDescriptionsWhereTheModuleHasNone) {
   ZRInitModuleResources(GetModuleHandleA("kernel32.dll"));
-  SetMessage(1, "File");
+  SetMessages({{1, "File"}});
   SetList(900, {"1S901"});
   Menu bar, popup(Menu::Kind::kPopup);
   EXPECT_TRUE(bar.LoadMenuBar());
