@@ -82,6 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Input input(data, size);
   const std::vector<std::string> menus = Lines(input), keys = Lines(input), titles = Lines(input);
   file.AddList(qv::kMenuBarList, menus);
+  for (int32_t submenu : {1, 2, 3}) file.AddList(submenu, Lines(input));
   file.AddList(qv::kAcceleratorList, keys);
   file.AddList(qv::kFirstMessageList, titles);
   for (const std::string& text : menus) CheckItemDescription(text);

@@ -5,8 +5,9 @@
 //   if (!TranslateAcceleratorW(window, qv::PlatformAccelerators(), &message)) ...
 //
 // The platform's table is made once, from the entries that there are then; a table that is filled
-// anew afterwards changes the texts only, until ReleasePlatformAccelerators. What the entries are
-// read from: accelerator_descriptions.h.
+// anew afterwards changes the texts only, until ReleasePlatformAccelerators. Flag 80, with which
+// the platform marks the end of its own tables, is left out of it. What the entries are read from:
+// accelerator_descriptions.h.
 //
 // One table per process; touched by the thread that runs the user interface.
 #pragma once

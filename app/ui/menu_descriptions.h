@@ -19,7 +19,8 @@
 //   mac only        begins with anything else: ignored
 //
 // "w" marks items of this platform. A command without a message text has a blank for its title. An
-// option that comes twice counts as it stood last, of "S" and "D" likewise the last one.
+// option that comes twice counts as it stood last, of "S" and "D" likewise the last one. Copies
+// keep their colours and have title and state from the application; submenus are not copied.
 //
 // Errors: a line of debug output, in general with the part that was not understood; the item is
 // left out, or built without the rest of its options, and the next string follows. A submenu that

@@ -7,6 +7,7 @@
 //
 // Line ends stay. What is not UTF-8 becomes a replacement character (26), a character that the end
 // cuts is left out, and the platform's text ends at a zero byte.
+// Without the character set tables, which ZROpenResourceFiles loads, every title is empty.
 // Threads: that of the user interface, since accelerators and resources are read.
 #pragma once
 
