@@ -74,19 +74,19 @@ TEST_F(MenuDescriptionsTest, ItemsHaveTheirTitlesFromMessages) {
                {451, "never shown"},
                {459, "neither"},
                {460, "-"},
-               {1001, "$mCopy$wKopie &ren\xC3\xBC\xE2\x82\xAC"}});
+               {1003, "$mCopy$wKopie &ren\xC3\xBC\xE2\x82\xAC"}});
   ParseAccelerator("17w0C4E");
-  ParseAccelerator("1001w1D70\"F1\"");
+  ParseAccelerator("1003w1D70\"F1\"");
   Menu menu(Menu::Kind::kPopup);
-  for (const char* text : {"16", "17", "1001", "-", "451C00FF00", "459CFFFFFF", "460C123456",
-                           "1002", "mac", "18", "19", "0"}) {
+  for (const char* text : {"16", "17", "1003", "-", "451C00FF00", "459CFFFFFF", "460C123456",
+                           "1001", "mac", "18", "1000", "0"}) {
     ParseMenuItem(menu, text);
   }
   EXPECT_EQ(
       DumpMenu(menu.handle()),
       "last of a list=16 &New^Ctrl+Shift+N=17 Kopie &ren\xC3\xBC\xE2\x82\xAC^Ctrl+Alt+Shift+F1"
-      "=1001 - [FF0000=451] [FFFFFF00=459] -  =1002 Text w/\x1A=18  =19  =0");
-  EXPECT_EQ(TakeLines(), "Cannot get MenuItem Cmd=19\nCannot get MenuItem Cmd=0\n");
+      "=1003 - [FF0000=451] [FFFFFF00=459] -  =1001 Text w/\x1A=18  =1000  =0");
+  EXPECT_EQ(TakeLines(), "Cannot get MenuItem Cmd=1000\nCannot get MenuItem Cmd=0\n");
   EXPECT_EQ(qv::ColourItemData(451), 0xFF0000u);
   EXPECT_EQ(qv::ColourItemData(452) + qv::ColourItemData(460) + qv::ColourItemData(-1), 0u);
 }
