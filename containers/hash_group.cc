@@ -18,14 +18,33 @@ uint64_t RoundUp(uint64_t size, uint64_t alignment) {
 
 GroupShape::GroupShape(uint32_t inline_size) : inline_size_(inline_size) {
   const uint64_t entry = RoundUp(std::max<uint64_t>(inline_size, sizeof(void*)), kEntryAlignment);
-  const uint64_t group = RoundUp(sizeof(HashGroup) + HashGroup::kSlots * entry, kGroupAlignment);
+  const uint64_t details = sizeof(HashGroup) + HashGroup::kSlots * entry;
+  const uint64_t group = RoundUp(details + sizeof(GroupDetails), kGroupAlignment);
   entry_size_ = static_cast<size_t>(entry);
+  details_ = static_cast<size_t>(details);
   group_size_ = group > SIZE_MAX / 2 ? 0 : static_cast<size_t>(group);
+}
+
+void GroupShape::SetSize(HashGroup* group, uint32_t slot, uint32_t size) const {
+  const uint32_t bit = 1u << slot;
+  if (size == inline_size_) {
+    group->other_sizes = static_cast<uint8_t>(group->other_sizes & ~bit);
+  } else {
+    group->other_sizes = static_cast<uint8_t>(group->other_sizes | bit);
+    Details(group)->sizes[slot] = size;
+  }
+}
+
+void GroupShape::Occupy(HashGroup* group, uint32_t slot, uint32_t tag) const {
+  group->marks[slot] = MarkOf(tag);
+  Details(group)->tags[slot] = tag;
+  SetSize(group, slot, inline_size_);  // so that there is no copy
+  group->SetLive(slot);
 }
 
 void GroupShape::Store(HashGroup* group, uint32_t slot, const void* entry, uint32_t size,
                        void* copy) const {
-  group->sizes[slot] = size;
+  SetSize(group, slot, size);
   if (!IsInline(size)) {
     std::memcpy(Place(group, slot), &copy, sizeof copy);
   } else if (size > 0) {
@@ -34,15 +53,14 @@ void GroupShape::Store(HashGroup* group, uint32_t slot, const void* entry, uint3
 }
 
 void GroupShape::ReleaseEntry(const HashGroup* group, uint32_t slot) const {
-  if (!IsInline(group->sizes[slot])) GlobalHooks().release(Copy(Place(group, slot)));
+  if (HasCopy(group, slot)) GlobalHooks().release(Copy(Place(group, slot)));
 }
 
 void GroupShape::Move(HashGroup* from, uint32_t slot, HashGroup* to, uint32_t to_slot) const {
-  to->tags[to_slot] = from->tags[slot];
-  to->sizes[to_slot] = from->sizes[slot];
+  Occupy(to, to_slot, Tag(from, slot));
+  SetSize(to, to_slot, Size(from, slot));
   std::memcpy(Place(to, to_slot), Place(from, slot), entry_size_);
-  to->live |= 1u << to_slot;
-  from->live &= ~(1u << slot);
+  from->SetFree(slot);
 }
 
 }  // namespace qv

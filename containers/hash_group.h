@@ -1,9 +1,17 @@
-// A group of entries of the hash table: what a few neighbouring buckets hold, side by side. One or
-// two lines of the processor's cache tell whether an entry is there and what it is.
+// A group of entries of the hash table: what a few neighbouring buckets hold, side by side.
 //
-// Behind the header come the places of the entries: the entry itself, or a pointer to a separate
-// copy when it is larger than the table's inline size. An entry never moves inside its group, and
-// a place that is left is filled by a later one. What does not fit goes into a further group.
+// Where the processor waits for memory, it waits for lines of 64 bytes. So what a look-up needs
+// comes first: the header with a mark of each entry, then the entries themselves, six of which
+// share the first line with the header when they are of 8 bytes. What only growing needs, and sizes
+// that differ from the usual one, come last.
+//
+//   HashGroup      marks, the places that are live, the further group
+//   the places     7 entries, each as it is, or a pointer to a separate copy when it is larger than
+//                  the table's inline size
+//   GroupDetails   tags and sizes
+//
+// An entry never moves inside its group, and a place that is left is filled by a later one. What
+// does not fit goes into a further group.
 #pragma once
 
 #include <emmintrin.h>
@@ -18,34 +26,44 @@ namespace qv {
 using GroupNumber = uint32_t;
 constexpr GroupNumber kNoGroup = 0;
 
+// What a group tells of the hash in a byte. The low bits of a tag are the same for a whole chain
+// once the table has grown: all of them go into it.
+inline uint8_t MarkOf(uint32_t tag) { return static_cast<uint8_t>(tag >> 24); }
+
 struct HashGroup {
   static constexpr uint32_t kSlots = 7;
   static constexpr uint32_t kAllLive = (1u << kSlots) - 1;
 
-  uint32_t tags[kSlots];   // what is known of the hashes, besides the group's own index
-  uint32_t live;           // a bit for each place that holds an entry
-  uint32_t sizes[kSlots];  // of the entries, bytes
-  GroupNumber more;        // the further group
+  uint8_t marks[kSlots];
+  uint8_t live;         // a bit for each place that holds an entry
+  GroupNumber more;     // the further group
+  uint8_t other_sizes;  // a bit for each place whose entry is not as large as inline ones can be
+  uint8_t unused[3];
 
   bool IsLive(uint32_t slot) const { return (live >> slot & 1) != 0; }
   // The places from `slot` on that hold an entry, as bits.
   uint32_t LiveFrom(uint32_t slot) const { return live & (kAllLive << slot); }
-  // The places whose entries have this tag, as bits.
-  uint32_t Matches(uint32_t tag) const;
+  void SetLive(uint32_t slot) { live = static_cast<uint8_t>(live | 1u << slot); }
+  void SetFree(uint32_t slot) { live = static_cast<uint8_t>(live & ~(1u << slot)); }
+  // The places whose entries have this mark, as bits.
+  uint32_t Matches(uint8_t mark) const;
 };
-static_assert(sizeof(HashGroup) == 64, "one line of the cache");
+static_assert(sizeof(HashGroup) == 16);
 
-// All at once, by instructions that every processor has which we build for. The eighth word is
+// All at once, by instructions that every processor has which we build for. The eighth byte is
 // `live`; its bit is none of a place.
-inline uint32_t HashGroup::Matches(uint32_t tag) const {
-  static_assert(kSlots == 7 && offsetof(HashGroup, sizes) == 32, "two loads of four words");
-  const __m128i wanted = _mm_set1_epi32(static_cast<int>(tag));
-  const auto* words = reinterpret_cast<const __m128i*>(this);
-  const __m128i low = _mm_cmpeq_epi32(_mm_loadu_si128(words), wanted);
-  const __m128i high = _mm_cmpeq_epi32(_mm_loadu_si128(words + 1), wanted);
-  const __m128i bytes = _mm_packs_epi16(_mm_packs_epi32(low, high), _mm_setzero_si128());
-  return static_cast<uint32_t>(_mm_movemask_epi8(bytes)) & live;
+inline uint32_t HashGroup::Matches(uint8_t mark) const {
+  static_assert(kSlots == 7 && offsetof(HashGroup, live) == 7, "one load of eight bytes");
+  const __m128i twice = _mm_cvtsi32_si128(mark * 0x101);
+  const __m128i wanted = _mm_shufflelo_epi16(twice, 0);
+  const __m128i found = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(this));
+  return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(found, wanted))) & live;
 }
+
+struct GroupDetails {
+  uint32_t tags[HashGroup::kSlots];   // what is known of the hashes, besides the group's own index
+  uint32_t sizes[HashGroup::kSlots];  // of the entries, bytes; good where `other_sizes` says so
+};
 
 // The sizes that all groups of one table share, and the access to what they hold.
 class GroupShape {
@@ -57,10 +75,20 @@ class GroupShape {
   size_t group_size() const { return group_size_; }
   bool IsInline(uint32_t size) const { return size <= inline_size_; }
 
+  // Of an entry, bytes.
+  uint32_t Size(const HashGroup* group, uint32_t slot) const {
+    if (HasOtherSize(group, slot)) [[unlikely]] return Details(group)->sizes[slot];
+    return inline_size_;
+  }
   const void* Entry(const HashGroup* group, uint32_t slot) const {
     const void* place = Place(group, slot);
-    return IsInline(group->sizes[slot]) ? place : Copy(place);
+    if (HasCopy(group, slot)) [[unlikely]] return Copy(place);
+    return place;
   }
+  uint32_t Tag(const HashGroup* group, uint32_t slot) const { return Details(group)->tags[slot]; }
+
+  // Makes a free place live; Store follows.
+  void Occupy(HashGroup* group, uint32_t slot, uint32_t tag) const;
   // Takes over `copy` for an entry that is not inline; otherwise copies the entry's bytes.
   void Store(HashGroup* group, uint32_t slot, const void* entry, uint32_t size, void* copy) const;
   // Frees the separate copy, if there is one.
@@ -69,11 +97,25 @@ class GroupShape {
   void Move(HashGroup* from, uint32_t slot, HashGroup* to, uint32_t to_slot) const;
 
  private:
+  bool HasOtherSize(const HashGroup* group, uint32_t slot) const {
+    return (group->other_sizes >> slot & 1) != 0;
+  }
+  bool HasCopy(const HashGroup* group, uint32_t slot) const {
+    return HasOtherSize(group, slot) && !IsInline(Details(group)->sizes[slot]);
+  }
+  void SetSize(HashGroup* group, uint32_t slot, uint32_t size) const;
+
   const char* Place(const HashGroup* group, uint32_t slot) const {
     return reinterpret_cast<const char*>(group + 1) + slot * entry_size_;
   }
   char* Place(HashGroup* group, uint32_t slot) const {
     return reinterpret_cast<char*>(group + 1) + slot * entry_size_;
+  }
+  const GroupDetails* Details(const HashGroup* group) const {
+    return reinterpret_cast<const GroupDetails*>(reinterpret_cast<const char*>(group) + details_);
+  }
+  GroupDetails* Details(HashGroup* group) const {
+    return reinterpret_cast<GroupDetails*>(reinterpret_cast<char*>(group) + details_);
   }
   static void* Copy(const void* place) {
     void* copy;
@@ -83,6 +125,7 @@ class GroupShape {
 
   uint32_t inline_size_;
   size_t entry_size_;  // bytes of a place
+  size_t details_;     // where they begin
   size_t group_size_;
 };
 

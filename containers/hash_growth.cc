@@ -1,5 +1,6 @@
 // How a hash table grows.
 #include <bit>
+#include <typeinfo>
 
 #include "containers/hash_table.h"
 
@@ -10,8 +11,8 @@ namespace {
 // unnoticed. Low load limits make for many empty buckets.
 constexpr uint32_t kMostMoved = 10;
 constexpr uint32_t kMostVisited = 128 / HashTable::kBucketsPerGroup;  // groups
-// Far beyond what memory holds, and small enough for the load check's product.
-constexpr uint64_t kMostBuckets = uint64_t{1} << 40;
+// Far beyond what memory holds, and small enough for tags of 32 bits.
+constexpr uint64_t kMostBuckets = uint64_t{1} << 33;
 
 }  // namespace
 
@@ -31,16 +32,17 @@ bool HashTable::MakeArray() {
   if (shape_.group_size() == 0 || initial_buckets_ == 0 || initial_buckets_ > kMostBuckets) {
     return false;
   }
-  if (!array_.ExtendTo(first_groups_.divisor())) return false;
+  const uint64_t groups = std::bit_ceil((initial_buckets_ - 1) / kBucketsPerGroup + 1);
+  if (!array_.ExtendTo(groups)) return false;
   growth_.buckets = initial_buckets_;
-  growth_.groups = first_groups_.divisor();
+  growth_.groups = static_cast<uint32_t>(groups);
+  is_of_bytes_ = hash_ == nullptr && compare_ == nullptr && typeid(*this) == typeid(HashTable);
   return true;
 }
 
-// Not for more doublings than a tag has bits.
 void HashTable::Grow() {
-  const bool is_largest = (growth_.bit << 1) == 0 || growth_.buckets > kMostBuckets / 2;
-  if (!is_largest && array_.ExtendTo(growth_.groups * 2)) growth_.is_growing = true;
+  const bool is_largest = growth_.buckets > kMostBuckets / 2;
+  if (!is_largest && array_.ExtendTo(uint64_t{growth_.groups} * 2)) growth_.is_growing = true;
 }
 
 bool HashTable::Migrate() {
@@ -50,7 +52,7 @@ bool HashTable::Migrate() {
     if (moved >= kMostMoved) return true;
     HashGroup* head = array_.Group(growth_.cursor);
     if (head == nullptr) {
-      growth_.cursor = array_.SegmentBehind(growth_.cursor);
+      growth_.cursor = static_cast<uint32_t>(array_.SegmentBehind(growth_.cursor));
     } else {
       growth_.is_dividing = true;
       if (!DivideChain(head, &moved)) return moved >= kMostMoved;
@@ -68,7 +70,7 @@ bool HashTable::DivideChain(HashGroup* head, uint32_t* moved) {
   for (HashGroup* group = head; group != nullptr; group = pool_.Group(group->more)) {
     for (uint32_t left = group->live; left != 0; left &= left - 1) {
       const auto slot = static_cast<uint32_t>(std::countr_zero(left));
-      if ((group->tags[slot] & growth_.bit) == 0) continue;
+      if ((shape_.Tag(group, slot) & growth_.groups) == 0) continue;
       if (*moved >= kMostMoved) return false;
       const HashPlace target = FindFree(growth_.cursor + growth_.groups);
       if (target.group == nullptr) return false;
@@ -106,7 +108,7 @@ void HashTable::CloseGaps(HashGroup* head, uint32_t* moved) {
 }
 
 void HashTable::EndGrowth() {
-  growth_ = {.buckets = growth_.buckets * 2, .groups = growth_.groups * 2, .bit = growth_.bit << 1};
+  growth_ = {.buckets = growth_.buckets * 2, .groups = growth_.groups * 2};
 }
 
 }  // namespace qv

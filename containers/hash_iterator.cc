@@ -54,7 +54,7 @@ HashPlace HashIterator::Take() {
 
 bool HashIterator::Next(void* out, uint32_t size) {
   const HashPlace place = Take();
-  if (place.group == nullptr || place.size() != size) return false;
+  if (place.group == nullptr || table_->shape_.Size(place.group, place.slot) != size) return false;
   if (out != nullptr && size > 0) {
     std::memcpy(out, table_->shape_.Entry(place.group, place.slot), size);
   }
@@ -63,7 +63,8 @@ bool HashIterator::Next(void* out, uint32_t size) {
 
 const void* HashIterator::Next(uint32_t* size) {
   const HashPlace place = Take();
-  if (size != nullptr) *size = place.group != nullptr ? place.size() : 0;
+  if (size != nullptr)
+    *size = place.group != nullptr ? table_->shape_.Size(place.group, place.slot) : 0;
   return place.group != nullptr ? table_->shape_.Entry(place.group, place.slot) : nullptr;
 }
 

@@ -13,11 +13,12 @@ namespace qv {
 struct SegmentLayout {
   size_t group_size;  // bytes
   uint32_t shift;     // a segment has 1 << shift groups
+  uint32_t mask = (uint32_t{1} << shift) - 1;
 
   size_t segment_size() const { return group_size << shift; }
   uint64_t SegmentOf(uint64_t index) const { return index >> shift; }
   HashGroup* InSegment(HashGroup* segment, uint64_t index) const {
-    const auto number = static_cast<size_t>(index & ((uint64_t{1} << shift) - 1));
+    const size_t number = static_cast<uint32_t>(index) & mask;
     return reinterpret_cast<HashGroup*>(reinterpret_cast<char*>(segment) + number * group_size);
   }
 };

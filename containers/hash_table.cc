@@ -28,11 +28,6 @@ uint64_t WithByte(uint64_t hash, signed char byte) {
   return hash ^ hash >> 6;
 }
 
-uint64_t GroupsFor(uint64_t buckets) {
-  constexpr uint64_t kOfGroup = HashTable::kBucketsPerGroup;
-  return buckets / kOfGroup + (buckets % kOfGroup != 0 ? 1 : 0);
-}
-
 bool IsGiven(const void* data, uint32_t size) { return data != nullptr || size == 0; }
 
 }  // namespace
@@ -60,7 +55,6 @@ HashTable::HashTable(uint32_t inline_size, uint64_t initial_buckets_less_1, uint
       shape_(inline_size),
       load_limit_(load_limit),
       initial_buckets_(initial_buckets_less_1 + 1),
-      first_groups_(std::max<uint64_t>(GroupsFor(initial_buckets_), 1)),
       store_(shape_.group_size()),
       array_(store_),
       pool_(store_) {}
@@ -97,11 +91,33 @@ bool HashTable::Equal(const void* data, uint32_t size, const void* stored, uint3
 
 // --- finding ---
 
-inline HashPlace HashTable::FindInGroup(HashGroup* group, uint32_t tag, const void* data,
-                                        uint32_t size, uint32_t mode) const {
-  for (uint32_t matches = group->Matches(tag); matches != 0; matches &= matches - 1) {
+// What is looked for, in a table whose functions are those above and are not replaced: no call is
+// needed to compare.
+struct HashTable::WantedBytes {
+  const void* data;
+  uint32_t size;
+
+  bool operator==(const StoredEntry& stored) const {
+    return size == stored.size && SameBytes(data, stored.data, size);
+  }
+};
+// In any other.
+struct HashTable::WantedEntry {
+  const HashTable& table;
+  const void* data;
+  uint32_t size, mode;
+
+  bool operator==(const StoredEntry& stored) const {
+    return table.Equal(data, size, stored.data, stored.size, mode);
+  }
+};
+
+template <typename Wanted>
+[[gnu::always_inline]] inline HashPlace HashTable::FindInGroup(HashGroup* group, uint32_t tag,
+                                                               const Wanted& wanted) const {
+  for (uint32_t matches = group->Matches(MarkOf(tag)); matches != 0; matches &= matches - 1) {
     const auto slot = static_cast<uint32_t>(std::countr_zero(matches));
-    if (Equal(data, size, shape_.Entry(group, slot), group->sizes[slot], mode)) {
+    if (wanted == StoredEntry{shape_.Entry(group, slot), shape_.Size(group, slot)}) {
       return {group, slot};
     }
   }
@@ -109,45 +125,57 @@ inline HashPlace HashTable::FindInGroup(HashGroup* group, uint32_t tag, const vo
 }
 
 // Nearly all entries stand in the first group of their chain: only that is looked at here.
-inline HashPlace HashTable::Find(Parts parts, const void* data, uint32_t size,
-                                 uint32_t mode) const {
-  if (entries_ == 0) return {};
-  HashGroup* group = array_.Group(HomeOf(parts));
+template <typename Wanted>
+[[gnu::always_inline]] inline HashPlace HashTable::Find(uint32_t tag, const Wanted& wanted) const {
+  HashGroup* group = array_.Group(HomeOf(tag));
   if (group == nullptr) return {};
-  const HashPlace place = FindInGroup(group, parts.tag, data, size, mode);
+  const HashPlace place = FindInGroup(group, tag, wanted);
   if (place.group != nullptr || (group->more == kNoGroup && !growth_.is_dividing)) return place;
-  return FindFurther(group, parts, data, size, mode);
+  return FindFurther(group, tag, wanted);
 }
 
 // In the chain behind a group, and where a chain that is being divided goes.
-HashPlace HashTable::FindFurther(HashGroup* group, Parts parts, const void* data, uint32_t size,
-                                 uint32_t mode) const {
+template <typename Wanted>
+[[gnu::noinline]] HashPlace HashTable::FindFurther(HashGroup* group, uint32_t tag,
+                                                   Wanted wanted) const {
   const auto find_from = [&](HashGroup* each) -> HashPlace {
     for (; each != nullptr; each = pool_.Group(each->more)) {
-      const HashPlace place = FindInGroup(each, parts.tag, data, size, mode);
+      const HashPlace place = FindInGroup(each, tag, wanted);
       if (place.group != nullptr) return place;
     }
     return {};
   };
   const HashPlace place = find_from(pool_.Group(group->more));
   if (place.group != nullptr || !growth_.is_dividing) return place;
-  const uint64_t index = HomeOf(parts);
-  if (index != growth_.cursor || (parts.tag & growth_.bit) == 0) return {};
-  return find_from(array_.Group(index + growth_.groups));
+  const uint32_t index = HomeOf(tag);
+  if (index != growth_.cursor || (tag & growth_.groups) == 0) return {};
+  return find_from(array_.Group(uint64_t{index} + growth_.groups));
 }
 
-HashPlace HashTable::FindEntry(Parts parts, const void* entry, uint32_t size) const {
-  return Find(parts, entry, size, kHashInsert);
+inline uint32_t HashTable::TagFor(const void* data, uint32_t size, uint32_t mode) const {
+  return TagOf(is_of_bytes_ ? HashBytes(data, size) : Hash(data, size, mode));
 }
 
-HashPlace HashTable::FindKey(const void* key, uint32_t size) const {
+[[gnu::noinline]] HashPlace HashTable::FindEqual(uint32_t tag, const void* data, uint32_t size,
+                                                 uint32_t mode) const {
+  if (is_of_bytes_) return Find(tag, WantedBytes{data, size});
+  return entries_ > 0 ? Find(tag, WantedEntry{*this, data, size, mode}) : HashPlace{};
+}
+
+[[gnu::noinline]] HashPlace HashTable::FindByFunctions(const void* key, uint32_t size) const {
+  return FindEqual(TagOf(Hash(key, size, kHashLookup)), key, size, kHashLookup);
+}
+
+// With all calls out of the way, so that a look-up of bytes has no registers to save.
+inline HashPlace HashTable::FindKey(const void* key, uint32_t size) const {
   if (!IsGiven(key, size)) return {};
-  return Find(PartsOf(Hash(key, size, kHashLookup)), key, size, kHashLookup);
+  if (!is_of_bytes_) return FindByFunctions(key, size);
+  return Find(TagOf(HashBytes(key, size)), WantedBytes{key, size});
 }
 
 bool HashTable::Lookup(const void* key, uint32_t size, void* out, uint32_t out_size) const {
   const HashPlace place = FindKey(key, size);
-  if (place.group == nullptr || place.size() != out_size) return false;
+  if (place.group == nullptr || shape_.Size(place.group, place.slot) != out_size) return false;
   if (out != nullptr && out_size > 0) {
     std::memcpy(out, shape_.Entry(place.group, place.slot), out_size);
   }
@@ -158,7 +186,7 @@ bool HashTable::Lookup(const void* key, uint32_t size, void* out, uint32_t* out_
   const HashPlace place = FindKey(key, size);
   const bool found = place.group != nullptr;
   const uint32_t room = out_size != nullptr ? *out_size : 0;
-  const uint32_t needed = found ? place.size() : 0;
+  const uint32_t needed = found ? shape_.Size(place.group, place.slot) : 0;
   if (out_size != nullptr) *out_size = needed;
   if (!found || out == nullptr) return found;
   if (room < needed) return false;
@@ -194,9 +222,9 @@ HashPlace HashTable::FirstFrom(uint64_t* index) const {
 
 bool HashTable::Insert(const void* entry, uint32_t size) {
   if (!IsGiven(entry, size)) return false;
-  const Parts parts = PartsOf(Hash(entry, size, kHashInsert));
+  const uint32_t tag = TagFor(entry, size, kHashInsert);
   // In a large table each group is a wait for memory; it begins before the other work.
-  if (growth_.is_growing) __builtin_prefetch(array_.Group(HomeOf(parts)));
+  if (growth_.is_growing) __builtin_prefetch(array_.Group(HomeOf(tag)));
   if (!CheckGrowth()) return false;
   void* copy = nullptr;
   if (!shape_.IsInline(size)) {
@@ -205,7 +233,7 @@ bool HashTable::Insert(const void* entry, uint32_t size) {
     std::memcpy(copy, entry, size);
     has_copies_ = true;
   }
-  const HashPlace place = FindOrAdd(parts, entry, size);
+  const HashPlace place = FindOrAdd(tag, entry, size);
   if (place.group == nullptr) {
     GlobalHooks().release(copy);
     return false;
@@ -216,14 +244,12 @@ bool HashTable::Insert(const void* entry, uint32_t size) {
 }
 
 // A new entry is empty as yet. Nowhere without memory.
-HashPlace HashTable::FindOrAdd(Parts parts, const void* entry, uint32_t size) {
-  HashPlace place = FindEntry(parts, entry, size);
+HashPlace HashTable::FindOrAdd(uint32_t tag, const void* entry, uint32_t size) {
+  HashPlace place = FindEqual(tag, entry, size, kHashInsert);
   if (place.group != nullptr) return place;
-  place = FindFree(HomeOf(parts));
+  place = FindFree(HomeOf(tag));
   if (place.group == nullptr) return {};
-  place.group->tags[place.slot] = parts.tag;
-  place.group->sizes[place.slot] = 0;
-  place.group->live |= 1u << place.slot;
+  shape_.Occupy(place.group, place.slot, tag);
   ++entries_;
   return place;
 }
@@ -244,10 +270,10 @@ HashPlace HashTable::FindFree(uint64_t index) {
 bool HashTable::Remove(const void* key, uint32_t size) {
   if (!IsGiven(key, size)) return false;
   if (growth_.is_growing) Migrate();
-  const HashPlace place = Find(PartsOf(Hash(key, size, kHashLookup)), key, size, kHashRemove);
+  const HashPlace place = FindEqual(TagFor(key, size, kHashLookup), key, size, kHashRemove);
   if (place.group == nullptr) return false;
   shape_.ReleaseEntry(place.group, place.slot);
-  place.group->live &= ~(1u << place.slot);
+  place.group->SetFree(place.slot);
   --entries_;
   MoveIterators(place);
   return true;

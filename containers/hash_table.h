@@ -13,11 +13,11 @@
 // for all of them. So a growing table has two generations, the buckets that were not looked at yet
 // and those that were; the cursor is where the one ends and the other begins.
 //
-// Six buckets are kept as one group (hash_group.h), with room for a seventh entry. A hash is
-// divided by the number of groups that the table began with; the rest and as many low bits of the
-// quotient as there were doublings give the group. The low 32 bits of the quotient are the entry's
-// tag: it tells the entries of a group apart, and where each goes next, without a call of the
-// functions. The whole hash is not kept; where two agree in all this, the compare function decides.
+// Up to seven buckets are kept as one group (hash_group.h), which has room for seven entries; the
+// number of groups is a power of two. From a hash comes a tag of 32 bits, mixed so that all its bits
+// count; the low bits of the tag give the group, the high byte is the entry's mark in it. The tag
+// tells where each entry goes when the table doubles, without a call of the functions. The whole
+// hash is not kept; where two entries agree in group and mark, the compare function decides.
 //
 // Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and visit
 //   no more than 128 buckets besides their own; the memory that one call clears is bounded too.
@@ -46,7 +46,6 @@
 #include "containers/hash_array.h"
 #include "containers/hash_group.h"
 #include "containers/hash_segments.h"
-#include "containers/reciprocal.h"
 
 namespace qv {
 
@@ -76,13 +75,12 @@ struct HashPlace {
   HashGroup* group = nullptr;
   uint32_t slot = 0;
 
-  uint32_t size() const { return group->sizes[slot]; }
   bool operator==(const HashPlace&) const = default;
 };
 
 class HashTable {
  public:
-  static constexpr uint32_t kBucketsPerGroup = 6;
+  static constexpr uint32_t kBucketsPerGroup = 7;  // at most
 
   // Entries of up to `inline_size` bytes are kept inside their groups, larger ones in copies of
   // their own. The bucket count is given less 1, so that every value has a meaning; memory for it
@@ -135,40 +133,43 @@ class HashTable {
   friend struct HashTableCheck;
   friend struct HashTableTestAccess;
 
-  // What is used of a hash.
-  struct Parts {
-    uint64_t rest;
-    uint32_t tag;
-  };
   // What the places of a growing table depend on.
   struct Growth {
     uint64_t buckets = 0;  // of the older generation, which is the only one when nothing grows
-    uint64_t groups = 0;   // likewise; the array has twice as many while it grows
-    uint32_t bit = 1;      // the bit of a tag that says which half an entry goes to
+    uint32_t groups = 0;   // likewise, a power of two; the array has twice as many while it grows
     bool is_growing = false;
     bool is_dividing = false;  // the chain at the cursor is partly divided
-    uint64_t cursor = 0;       // the next chain to be divided
+    uint32_t cursor = 0;       // the next chain to be divided
   };
 
-  Parts PartsOf(uint64_t hash) const {
-    const Reciprocal::Result divided = first_groups_.Divide(hash);
-    return {divided.rest, static_cast<uint32_t>(divided.quotient)};
+  // What is used of a hash: its halves together, multiplied by an odd number that spreads them over
+  // the product's upper half. So every bit of the hash counts, also where few of them differ.
+  static uint32_t TagOf(uint64_t hash) {
+    return static_cast<uint32_t>((hash ^ hash >> 32) * 0x9E3779B97F4A7C15u >> 32);
   }
   // The chain where an entry is, or is to be.
-  uint64_t HomeOf(Parts parts) const {
-    const uint64_t index = parts.rest + first_groups_.divisor() * (parts.tag & (growth_.bit - 1));
-    const bool moved_up = index < growth_.cursor && (parts.tag & growth_.bit) != 0;
-    return moved_up ? index + growth_.groups : index;
+  uint32_t HomeOf(uint32_t tag) const {
+    const uint32_t index = tag & (growth_.groups - 1);
+    return index < growth_.cursor ? tag & (growth_.groups * 2 - 1) : index;
   }
 
-  HashPlace FindInGroup(HashGroup* group, uint32_t tag, const void* data, uint32_t size,
-                        uint32_t mode) const;
-  HashPlace Find(Parts parts, const void* data, uint32_t size, uint32_t mode) const;
-  HashPlace FindFurther(HashGroup* group, Parts parts, const void* data, uint32_t size,
-                        uint32_t mode) const;
-  HashPlace FindEntry(Parts parts, const void* entry, uint32_t size) const;
+  struct StoredEntry {
+    const void* data;
+    uint32_t size;
+  };
+  struct WantedBytes;
+  struct WantedEntry;
+  template <typename Wanted>
+  HashPlace FindInGroup(HashGroup* group, uint32_t tag, const Wanted& wanted) const;
+  template <typename Wanted>
+  HashPlace Find(uint32_t tag, const Wanted& wanted) const;
+  template <typename Wanted>
+  HashPlace FindFurther(HashGroup* group, uint32_t tag, Wanted wanted) const;
+  uint32_t TagFor(const void* data, uint32_t size, uint32_t mode) const;
+  HashPlace FindEqual(uint32_t tag, const void* data, uint32_t size, uint32_t mode) const;
+  HashPlace FindByFunctions(const void* key, uint32_t size) const;
   HashPlace FindKey(const void* key, uint32_t size) const;
-  HashPlace FindOrAdd(Parts parts, const void* entry, uint32_t size);
+  HashPlace FindOrAdd(uint32_t tag, const void* entry, uint32_t size);
   HashPlace FindFree(uint64_t index);
   HashPlace FirstInChain(HashGroup* group, uint32_t slot) const;
   HashPlace FirstFrom(uint64_t* index) const;
@@ -187,11 +188,12 @@ class HashTable {
   GroupShape shape_;
   uint16_t load_limit_;
   uint64_t initial_buckets_;
-  Reciprocal first_groups_;
   Growth growth_;
   uint64_t entries_ = 0;
   HashIterator* iterators_ = nullptr;
   bool has_copies_ = false;  // an entry has been larger than inline ones are
+  bool is_of_bytes_ =
+      false;  // there is an array, and nothing replaces HashBytes and its comparison
   SegmentStore store_;
   HashArray array_;
   GroupPool pool_;  // of the groups behind those of the array

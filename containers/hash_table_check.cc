@@ -9,21 +9,22 @@ struct HashTableCheck {
   const HashTable& table;
   uint64_t live = 0, further_groups = 0;
 
-  // Whether an entry with these parts of its hash may stand in a chain.
-  bool BelongsTo(uint64_t index, HashTable::Parts parts) const {
+  // Whether an entry with these tag of its hash may stand in a chain.
+  bool BelongsTo(uint64_t index, uint32_t tag) const {
     const HashTable::Growth& growth = table.growth_;
-    const uint64_t home = table.HomeOf(parts);
+    const uint64_t home = table.HomeOf(tag);
     if (index == home) return true;
-    return growth.is_dividing && home == growth.cursor && (parts.tag & growth.bit) != 0 &&
+    return growth.is_dividing && home == growth.cursor && (tag & growth.groups) != 0 &&
            index == home + growth.groups;
   }
 
   // In its chain, with its tag, and the only one of its kind.
   bool EntryIsGood(uint64_t index, const HashPlace& place) const {
     const void* entry = table.shape_.Entry(place.group, place.slot);
-    const HashTable::Parts parts = table.PartsOf(table.Hash(entry, place.size(), kHashInsert));
-    return place.group->tags[place.slot] == parts.tag && BelongsTo(index, parts) &&
-           table.FindEntry(parts, entry, place.size()) == place;
+    const uint32_t size = table.shape_.Size(place.group, place.slot);
+    const uint32_t tag = table.TagOf(table.Hash(entry, size, kHashInsert));
+    return table.shape_.Tag(place.group, place.slot) == tag && BelongsTo(index, tag) &&
+           table.FindEqual(tag, entry, size, kHashInsert) == place;
   }
 
   bool ChainIsGood(uint64_t index) {
@@ -49,7 +50,7 @@ struct HashTableCheck {
 
   bool GrowthIsGood() const {
     const HashTable::Growth& growth = table.growth_;
-    if (table.array_.size() != growth.groups * (growth.is_growing ? 2 : 1)) return false;
+    if (table.array_.size() != growth.groups * (growth.is_growing ? uint64_t{2} : 1)) return false;
     return growth.is_growing ? growth.cursor < growth.groups
                              : growth.cursor == 0 && !growth.is_dividing;
   }

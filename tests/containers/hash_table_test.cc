@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cstring>
 #include <set>
 #include <string>
 #include <vector>
@@ -31,9 +32,10 @@ struct HashTableTestAccess {
     }
     return moved;
   }
+  static uint32_t TagOf(uint64_t hash) { return HashTable::TagOf(hash); }
   static uint64_t FurtherGroups(const HashTable& table) { return table.pool_.in_use(); }
   static void EmptyPlaceUnder(HashIterator& iterator) {
-    iterator.place_.group->live &= ~(1u << iterator.place_.slot);
+    iterator.place_.group->SetFree(iterator.place_.slot);
   }
 };
 
@@ -51,9 +53,11 @@ uint64_t HashToContext(const void*, uint32_t, uintptr_t context, uint32_t) { ret
 uint64_t HashFirst(const void* data, uint32_t, uintptr_t, uint32_t) {
   return *static_cast<const unsigned char*>(data);
 }
-// The quotient by the single bucket is odd for all: they go up together.
-uint64_t HashFirstTwice(const void* data, uint32_t size, uintptr_t context, uint32_t mode) {
-  return HashFirst(data, size, context, mode) * 2 + 1;
+// In a table that began with one group, all of them belong into the new half when it grows first.
+uint64_t HashToUpperHalf(const void* data, uint32_t size, uintptr_t context, uint32_t mode) {
+  uint64_t hash = HashFirst(data, size, context, mode);
+  while ((Access::TagOf(hash) & 1) == 0) hash += 256;
+  return hash;
 }
 bool SameFirst(const void* data, uint32_t, const void* stored, uint32_t, uintptr_t, uint32_t) {
   return *static_cast<const char*>(data) == *static_cast<const char*>(stored);
@@ -106,34 +110,6 @@ TEST(HashTableTest, HashOfBytes) {
   }
 }
 
-TEST(HashTableTest, RemaindersAreThoseOfDivision) {
-  const uint64_t kNumbers[] = {0,
-                               1,
-                               2,
-                               3,
-                               100,
-                               101,
-                               0xFFFFFFFF,
-                               0x100000000,
-                               0x123456789ABCDEF,
-                               (uint64_t{1} << 63) - 1,
-                               uint64_t{1} << 63,
-                               UINT64_MAX - 1,
-                               UINT64_MAX};
-  for (uint64_t divisor : {uint64_t{1}, uint64_t{2}, uint64_t{3}, uint64_t{101}, uint64_t{65536},
-                           uint64_t{1} << 40, (uint64_t{1} << 40) - 87, uint64_t{0xFFFFFFFF}}) {
-    const qv::Reciprocal reciprocal(divisor);
-    for (uint64_t number : kNumbers) {
-      EXPECT_EQ(reciprocal.Divide(number).rest, number % divisor) << number << " by " << divisor;
-      EXPECT_EQ(reciprocal.Divide(number).quotient, number / divisor);
-    }
-    for (uint64_t factor = 1; factor < 1000; ++factor) {
-      EXPECT_EQ(reciprocal.Divide(divisor * factor).rest, 0u);
-      EXPECT_EQ(reciprocal.Divide(divisor * factor - 1).rest, divisor - 1);
-    }
-  }
-}
-
 TEST(HashTableTest, EntriesOfAllSizes) {
   test::CountedMemory memory;
   {
@@ -163,6 +139,54 @@ TEST(HashTableTest, WithoutFunctionsTheKeyIsTheWholeEntry) {
   EXPECT_EQ(Get(table, "thre"), "-");
   EXPECT_TRUE(Take(table, ""));
   EXPECT_EQ(table.Count(), 3u);
+}
+
+// Small letters and capitals are the same.
+class CaseBlindTable : public HashTable {
+ public:
+  CaseBlindTable() : HashTable(4) {}
+
+ protected:
+  uint64_t Hash(const void* data, uint32_t size, uint32_t) const override {
+    const std::string small = Small(data, size);
+    return qv::HashBytes(small.data(), size);
+  }
+  bool Equal(const void* data, uint32_t size, const void* stored, uint32_t stored_size,
+             uint32_t) const override {
+    return Small(data, size) == Small(stored, stored_size);
+  }
+
+ private:
+  static std::string Small(const void* data, uint32_t size) {
+    std::string text(static_cast<const char*>(data), size);
+    for (char& c : text) c = static_cast<char>(c | 0x20);
+    return text;
+  }
+};
+
+TEST(HashTableTest, FunctionsThatAreReplaced) {
+  CaseBlindTable table;
+  EXPECT_EQ(Get(table, "one"), "-");
+  for (const char* entry : {"One", "TWO", "oNE"}) EXPECT_TRUE(Put(table, entry));
+  EXPECT_EQ(table.Count(), 2u);
+  EXPECT_EQ(Get(table, "ONE"), "oNE");
+  EXPECT_TRUE(Take(table, "two"));
+  EXPECT_EQ(Get(table, "TWO"), "-");
+}
+
+// Whichever bits of a hash differ, entries spread over the groups: few need a further one.
+TEST(HashTableTest, HashesThatDifferInFewBits) {
+  for (uint32_t shift : {0, 1, 8, 20, 32, 40, 52}) {
+    const auto hash = [](const void* data, uint32_t, uintptr_t context, uint32_t) {
+      uint16_t number;
+      std::memcpy(&number, data, sizeof number);
+      return uint64_t{number} << context;
+    };
+    HashTable table(4, 100, 50, hash, nullptr, shift);
+    for (uint16_t number = 0; number < 4000; ++number) table.Insert(&number, sizeof number);
+    EXPECT_LT(Access::FurtherGroups(table), 10u) << shift;
+    EXPECT_TRUE(table.CheckInvariants());
+  }
 }
 
 TEST(HashTableTest, LookupForms) {
@@ -258,7 +282,7 @@ TEST(HashTableTest, GrowsInStepsAndEstimatesItsMemory) {
 // One chain of forty entries, all of which belong into the new half: it takes four steps, and in
 // between an entry may be in either half.
 TEST(HashTableTest, AChainIsDividedInSteps) {
-  HashTable table(8, 0, 3899, HashFirstTwice, SameFirst, 0);
+  HashTable table(8, 0, 3899, HashToUpperHalf, SameFirst, 0);
   for (char key = 'A'; key < 'A' + 40; ++key) Put(table, std::string(1, key) + "1");
   ASSERT_TRUE(Access::IsGrowing(table)) << "with the last one";
   EXPECT_EQ(Access::Moved(table), 0u);
@@ -293,7 +317,7 @@ TEST(HashTableTest, WorkOfACallIsBounded) {
     uint64_t first_buckets;
     uint16_t load;
   } kRows[] = {{"full", 2, 100}, {"crowded", 2, 400}, {"sparse", 500, 1}};
-  constexpr uint64_t kMostGroups = 128 / 6, kGroupsOfSegment = 64;
+  constexpr uint64_t kMostGroups = 128 / HashTable::kBucketsPerGroup, kGroupsOfSegment = 64;
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     test::CountedMemory memory;
@@ -340,7 +364,7 @@ TEST(HashIteratorTest, EmptyAndUnregistered) {
 }
 
 TEST(HashIteratorTest, FormsOfNext) {
-  HashTable table(4, HashFirst, SameFirst);
+  HashTable table(4, 0, 1000, HashFirst, SameFirst, 0);  // one bucket: in order
   for (const char* entry : {"a1", "b23456", "c3"}) Put(table, entry);
   HashIterator each;
   each.Begin(table);
@@ -435,7 +459,7 @@ TEST(HashIteratorTest, ReportsAnEntryThatWasEmptiedUnderIt) {
   static std::string debug_text;
   debug_text.clear();
   qv::GlobalHooks().write_debug_text = [](const char* text) { debug_text += text; };
-  HashTable table(8, HashFirst, SameFirst);
+  HashTable table(8, 0, 1000, HashFirst, SameFirst, 0);
   for (const char* entry : {"a", "b", "c"}) Put(table, entry);
   HashIterator each;
   each.Begin(table);
