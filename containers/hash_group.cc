@@ -25,23 +25,6 @@ GroupShape::GroupShape(uint32_t inline_size) : inline_size_(inline_size) {
   group_size_ = group > SIZE_MAX / 2 ? 0 : static_cast<size_t>(group);
 }
 
-void GroupShape::SetSize(HashGroup* group, uint32_t slot, uint32_t size) const {
-  const uint32_t bit = 1u << slot;
-  if (size == inline_size_) {
-    group->other_sizes = static_cast<uint8_t>(group->other_sizes & ~bit);
-  } else {
-    group->other_sizes = static_cast<uint8_t>(group->other_sizes | bit);
-    Details(group)->sizes[slot] = size;
-  }
-}
-
-void GroupShape::Occupy(HashGroup* group, uint32_t slot, uint32_t tag) const {
-  group->marks[slot] = MarkOf(tag);
-  Details(group)->tags[slot] = tag;
-  SetSize(group, slot, inline_size_);  // so that there is no copy
-  group->SetLive(slot);
-}
-
 void GroupShape::Store(HashGroup* group, uint32_t slot, const void* entry, uint32_t size,
                        void* copy) const {
   SetSize(group, slot, size);

@@ -45,6 +45,10 @@ struct HashGroup {
   uint32_t LiveFrom(uint32_t slot) const { return live & (kAllLive << slot); }
   void SetLive(uint32_t slot) { live = static_cast<uint8_t>(live | 1u << slot); }
   void SetFree(uint32_t slot) { live = static_cast<uint8_t>(live & ~(1u << slot)); }
+  void SetUsualSize(uint32_t slot) {
+    other_sizes = static_cast<uint8_t>(other_sizes & ~(1u << slot));
+  }
+  void SetOtherSize(uint32_t slot) { other_sizes = static_cast<uint8_t>(other_sizes | 1u << slot); }
   // The places whose entries have this mark, as bits.
   uint32_t Matches(uint8_t mark) const;
 };
@@ -77,18 +81,30 @@ class GroupShape {
 
   // Of an entry, bytes.
   uint32_t Size(const HashGroup* group, uint32_t slot) const {
-    if (HasOtherSize(group, slot)) [[unlikely]] return Details(group)->sizes[slot];
+    if (HasOtherSize(group, slot)) [[unlikely]]
+      return Details(group)->sizes[slot];
     return inline_size_;
   }
   const void* Entry(const HashGroup* group, uint32_t slot) const {
     const void* place = Place(group, slot);
-    if (HasCopy(group, slot)) [[unlikely]] return Copy(place);
+    if (HasCopy(group, slot)) [[unlikely]]
+      return Copy(place);
     return place;
   }
   uint32_t Tag(const HashGroup* group, uint32_t slot) const { return Details(group)->tags[slot]; }
 
-  // Makes a free place live; Store follows.
-  void Occupy(HashGroup* group, uint32_t slot, uint32_t tag) const;
+  // Begins to load what an insert changes.
+  void Prefetch(const HashGroup* group) const {
+    __builtin_prefetch(group, 1);
+    __builtin_prefetch(Details(group), 1);
+  }
+  // Makes a free place live, without a copy as yet; Store follows.
+  void Occupy(HashGroup* group, uint32_t slot, uint32_t tag) const {
+    group->marks[slot] = MarkOf(tag);
+    group->SetUsualSize(slot);
+    group->SetLive(slot);
+    Details(group)->tags[slot] = tag;
+  }
   // Takes over `copy` for an entry that is not inline; otherwise copies the entry's bytes.
   void Store(HashGroup* group, uint32_t slot, const void* entry, uint32_t size, void* copy) const;
   // Frees the separate copy, if there is one.
@@ -103,8 +119,11 @@ class GroupShape {
   bool HasCopy(const HashGroup* group, uint32_t slot) const {
     return HasOtherSize(group, slot) && !IsInline(Details(group)->sizes[slot]);
   }
-  void SetSize(HashGroup* group, uint32_t slot, uint32_t size) const;
-
+  void SetSize(HashGroup* group, uint32_t slot, uint32_t size) const {
+    if (size == inline_size_) return group->SetUsualSize(slot);
+    group->SetOtherSize(slot);
+    Details(group)->sizes[slot] = size;
+  }
   const char* Place(const HashGroup* group, uint32_t slot) const {
     return reinterpret_cast<const char*>(group + 1) + slot * entry_size_;
   }

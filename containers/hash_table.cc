@@ -156,20 +156,23 @@ inline uint32_t HashTable::TagFor(const void* data, uint32_t size, uint32_t mode
   return TagOf(is_of_bytes_ ? HashBytes(data, size) : Hash(data, size, mode));
 }
 
-[[gnu::noinline]] HashPlace HashTable::FindEqual(uint32_t tag, const void* data, uint32_t size,
-                                                 uint32_t mode) const {
-  if (is_of_bytes_) return Find(tag, WantedBytes{data, size});
+[[gnu::noinline]] HashPlace HashTable::FindByFunctions(uint32_t tag, const void* data,
+                                                       uint32_t size, uint32_t mode) const {
   return entries_ > 0 ? Find(tag, WantedEntry{*this, data, size, mode}) : HashPlace{};
 }
 
-[[gnu::noinline]] HashPlace HashTable::FindByFunctions(const void* key, uint32_t size) const {
-  return FindEqual(TagOf(Hash(key, size, kHashLookup)), key, size, kHashLookup);
+HashPlace HashTable::FindEqual(uint32_t tag, const void* data, uint32_t size, uint32_t mode) const {
+  return is_of_bytes_ ? Find(tag, WantedBytes{data, size}) : FindByFunctions(tag, data, size, mode);
+}
+
+[[gnu::noinline]] HashPlace HashTable::FindKeyByFunctions(const void* key, uint32_t size) const {
+  return FindByFunctions(TagOf(Hash(key, size, kHashLookup)), key, size, kHashLookup);
 }
 
 // With all calls out of the way, so that a look-up of bytes has no registers to save.
 inline HashPlace HashTable::FindKey(const void* key, uint32_t size) const {
   if (!IsGiven(key, size)) return {};
-  if (!is_of_bytes_) return FindByFunctions(key, size);
+  if (!is_of_bytes_) return FindKeyByFunctions(key, size);
   return Find(TagOf(HashBytes(key, size)), WantedBytes{key, size});
 }
 
@@ -223,8 +226,10 @@ HashPlace HashTable::FirstFrom(uint64_t* index) const {
 bool HashTable::Insert(const void* entry, uint32_t size) {
   if (!IsGiven(entry, size)) return false;
   const uint32_t tag = TagFor(entry, size, kHashInsert);
-  // In a large table each group is a wait for memory; it begins before the other work.
-  if (growth_.is_growing) __builtin_prefetch(array_.Group(HomeOf(tag)));
+  // In a large table each line of a group is a wait for memory; it begins before the other work.
+  if (growth_.is_growing) {
+    if (const HashGroup* group = array_.Group(HomeOf(tag))) shape_.Prefetch(group);
+  }
   if (!CheckGrowth()) return false;
   void* copy = nullptr;
   if (!shape_.IsInline(size)) {

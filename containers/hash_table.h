@@ -14,10 +14,10 @@
 // and those that were; the cursor is where the one ends and the other begins.
 //
 // Up to seven buckets are kept as one group (hash_group.h), which has room for seven entries; the
-// number of groups is a power of two. From a hash comes a tag of 32 bits, mixed so that all its bits
-// count; the low bits of the tag give the group, the high byte is the entry's mark in it. The tag
-// tells where each entry goes when the table doubles, without a call of the functions. The whole
-// hash is not kept; where two entries agree in group and mark, the compare function decides.
+// number of groups is a power of two. From a hash comes a tag of 32 bits, mixed so that all its
+// bits count; the low bits of the tag give the group, the high byte is the entry's mark in it. The
+// tag tells where each entry goes when the table doubles, without a call of the functions. The
+// whole hash is not kept; where two entries agree in group and mark, the compare function decides.
 //
 // Cost: a constant number of steps on average. Insert and Remove move at most 10 entries and visit
 //   no more than 128 buckets besides their own; the memory that one call clears is bounded too.
@@ -167,7 +167,8 @@ class HashTable {
   HashPlace FindFurther(HashGroup* group, uint32_t tag, Wanted wanted) const;
   uint32_t TagFor(const void* data, uint32_t size, uint32_t mode) const;
   HashPlace FindEqual(uint32_t tag, const void* data, uint32_t size, uint32_t mode) const;
-  HashPlace FindByFunctions(const void* key, uint32_t size) const;
+  HashPlace FindByFunctions(uint32_t tag, const void* data, uint32_t size, uint32_t mode) const;
+  HashPlace FindKeyByFunctions(const void* key, uint32_t size) const;
   HashPlace FindKey(const void* key, uint32_t size) const;
   HashPlace FindOrAdd(uint32_t tag, const void* entry, uint32_t size);
   HashPlace FindFree(uint64_t index);
