@@ -104,21 +104,28 @@ void Publish(KernelState& kernel, TCB* to) {
   }
 }
 
+void PrefetchStackOf(const TCB* task) {
+  if (task->fiber != nullptr) {
+    platform::PrefetchFiber(task->fiber);
+  } else if (task->saved_sp != nullptr) {
+    platform::PrefetchStack(task->saved_sp);
+  }
+}
+
 // Where many tasks run in turn, blocks and stacks are cold. While this one runs those of the next
-// ones come in, each a switch after what leads to it. Those of few tasks stay in the caches.
+// ones come in: a block, then the fiber that it names, then that one's stack, each some switches
+// after what leads to it, since a run is shorter than a wait for memory. Those of few tasks stay in
+// the caches.
 void PrefetchFollowers(const TCB* to) {
   constexpr uint32_t kMany = 200;
-  const TCB* first = to != nullptr && TheKernel().task_count > kMany ? to->next : nullptr;
-  if (first == nullptr) return;
-  if (first->fiber != nullptr) {
-    platform::PrefetchFiber(first->fiber);
-  } else if (first->saved_sp != nullptr) {
-    platform::PrefetchStack(first->saved_sp);
+  constexpr int kStackAhead = 2, kFiberAhead = 3, kBlockAhead = 5;  // runs
+  if (to == nullptr || TheKernel().task_count <= kMany) return;
+  const TCB* each = to->next;
+  for (int ahead = 1; each != nullptr; each = each->next, ++ahead) {
+    if (ahead == kStackAhead) PrefetchStackOf(each);
+    if (ahead == kFiberAhead) __builtin_prefetch(each->fiber);
+    if (ahead == kBlockAhead) return PrefetchBlock(each);
   }
-  const TCB* second = first->next;
-  if (second == nullptr) return;
-  __builtin_prefetch(second->fiber);
-  if (second->next != nullptr) PrefetchBlock(second->next);
 }
 
 void Leave(Leaving leaving, TCB* from, TCB* to) {
