@@ -462,26 +462,25 @@ void MeasureWakes(State& state, const int64_t& wakes, Wait wait_a_while) {
   }
 }
 
+// The parameter is the count of its wakes.
+void SleepAgainAndAgain(TCB* task) {
+  for (;; ++*reinterpret_cast<int64_t*>(task->parameter)) {
+    ZRTaskYieldMicros(kSleepMicros, false);
+  }
+}
+
+void MeasureOurWakes(State& state) {
+  int64_t wakes = 0;
+  Company company(state, kSleepers, SleepAgainAndAgain, &wakes);
+  MeasureWakes(state, wakes, [] { ZRTaskYieldMicros(kSleepMicros * kSleepRounds, false); });
+}
+
 // An idle kernel sleeps a millisecond at a time; the second row has the sleeps that the peer needs.
 void AddWakes(const char* name, const char* setting, double target) {
   bench::Job job{.name = name,
                  .peer = "Boost.Fiber",
                  .target = target,
-                 .ours = WithSetting(setting, InKernel([](State& state) {
-                                       int64_t wakes = 0;
-                                       Company company(
-                                           state, kSleepers,
-                                           [](TCB* task) {
-                                             for (;;
-                                                  ++*reinterpret_cast<int64_t*>(task->parameter)) {
-                                               ZRTaskYieldMicros(kSleepMicros, false);
-                                             }
-                                           },
-                                           &wakes);
-                                       MeasureWakes(state, wakes, [] {
-                                         ZRTaskYieldMicros(kSleepMicros * kSleepRounds, false);
-                                       });
-                                     })),
+                 .ours = WithSetting(setting, InKernel(MeasureOurWakes)),
                  .own_time = true,
                  .iterations = 2};
 #ifdef QV_HAVE_BOOST_FIBER

@@ -15,19 +15,10 @@
 #include "app/ui/menu_titles.h"
 #include "fuzz/fuzz_support.h"
 #include "resources/string_resources.h"
+#include "tests/app/ui/menu_extent.h"
 #include "tests/resources/opened_files.h"
 
 namespace {
-
-// The tables loaded, and one file in the chain.
-test::MemorySource& MainFile() {
-  static test::MemorySource& file = []() -> test::MemorySource& {
-    test::OpenedFiles().Provide(".rez");  // under whatever name the language gives it
-    FUZZ_CHECK(ZROpenResourceFiles(GetModuleHandleA(nullptr)) == ZRErrNone);
-    return *test::OpenedFiles().source(".rez");
-  }();
-  return file;
-}
 
 void CheckItemDescription(const std::string& text) {
   qv::MenuItemDescription item;
@@ -51,22 +42,13 @@ void CheckAccelerators(const std::string& text) {
   }
 }
 
-struct Extent {
-  int depth = 0, items = 0;
-};
-
-Extent MeasureMenu(HMENU menu) {
-  Extent all = {0, GetMenuItemCount(menu)};
+void CheckTitles(HMENU menu) {
   for (int i = 0; i < GetMenuItemCount(menu); ++i) {
     fuzz::GuardedBuffer title(256);
     FUZZ_CHECK(qv::GetPlatformTitle({menu, i}, reinterpret_cast<uint8_t*>(title.data()), 256));
     FUZZ_CHECK(title.Intact());
-    if (HMENU submenu = GetSubMenu(menu, i)) {
-      const Extent inner = MeasureMenu(submenu);
-      all = {std::max(all.depth, inner.depth + 1), all.items + inner.items};
-    }
+    if (HMENU submenu = GetSubMenu(menu, i)) CheckTitles(submenu);
   }
-  return all;
 }
 
 std::vector<std::string> Lines(fuzz::Input& input) {
@@ -78,7 +60,9 @@ std::vector<std::string> Lines(fuzz::Input& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  test::MemorySource& file = MainFile();
+  static test::MemorySource* const main_file = test::OpenMainFile();
+  FUZZ_CHECK(main_file != nullptr);
+  test::MemorySource& file = *main_file;
   fuzz::Input input(data, size);
   const std::vector<std::string> menus = Lines(input), keys = Lines(input), titles = Lines(input);
   file.AddList(qv::kMenuBarList, menus);
@@ -91,7 +75,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     qv::Menu bar;
     bar.SetAsksApplication(true);
     FUZZ_CHECK(qv::LoadMenusAndAcceleratorsInto(bar) == !menus.empty());
-    const Extent extent = MeasureMenu(bar.handle());
+    CheckTitles(bar.handle());
+    const test::MenuExtent extent = test::Measure(bar.handle());
     FUZZ_CHECK(extent.depth <= qv::kMostMenuDepth && extent.items <= qv::kMostDescriptions);
     FUZZ_CHECK(qv::MenuDepth() == 0 && qv::IsMenuBeingBuilt(bar));
   }

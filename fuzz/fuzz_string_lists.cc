@@ -15,16 +15,6 @@ namespace {
 constexpr CodePage kPages[] = {kUtf8, 1252, 1200, 437, 65000, qv::kNoConversion, 932, 4711};
 constexpr int32_t kNumber = 5;
 
-// The tables loaded, and one file in the chain.
-test::MemorySource& MainFile() {
-  static test::MemorySource& file = []() -> test::MemorySource& {
-    test::OpenedFiles().Provide(".rez");  // under whatever name the language gives it
-    FUZZ_CHECK(ZROpenResourceFiles(GetModuleHandleA(nullptr)) == ZRErrNone);
-    return *test::OpenedFiles().source(".rez");
-  }();
-  return file;
-}
-
 void CheckStrings(const std::string& list) {
   const qv::Bytes bytes(reinterpret_cast<const uint8_t*>(list.data()), list.size());
   const int32_t count = qv::CountOfList(bytes);
@@ -75,7 +65,9 @@ void CheckReaders(test::MemorySource& source, const std::string& list, int32_t m
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  test::MemorySource& file = MainFile();
+  static test::MemorySource* const main_file = test::OpenMainFile();
+  FUZZ_CHECK(main_file != nullptr);
+  test::MemorySource& file = *main_file;
   fuzz::Input input(data, size);
   const CodePage from = kPages[input.Byte() % std::size(kPages)];
   const CodePage to = kPages[input.Byte() % std::size(kPages)];

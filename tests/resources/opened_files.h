@@ -47,4 +47,13 @@ inline void OpenedFilesState::Install() {
   qv::SetResourceFileOpener([](const char* path) { return OpenedFiles().Open(path); });
 }
 
+// Opens the program's own file in the chain, under whatever name the user's language gives it. Null
+// when the chain has not taken it.
+inline MemorySource* OpenMainFile() {
+  constexpr char kAnyLanguage[] = ".rez";
+  OpenedFiles().Provide(kAnyLanguage);
+  const bool is_open = ZROpenResourceFiles(GetModuleHandleA(nullptr)) == ZRErrNone;
+  return is_open ? OpenedFiles().source(kAnyLanguage) : nullptr;
+}
+
 }  // namespace test

@@ -4,6 +4,7 @@
 #include "app/ui/accelerators.h"
 #include "app/ui/menu_answers.h"
 #include "app/ui/menu_builder.h"
+#include "tests/app/ui/menu_extent.h"
 #include "tests/app/ui/menu_fixture.h"
 
 namespace {
@@ -164,33 +165,18 @@ TEST_F(MenuDescriptionsTest, CopiesKeepColoursAndItemsWithoutACommand) {
   EXPECT_EQ(DumpMenu(menu.handle()), "-");
 }
 
-// The deepest chain of submenus, and all items.
-struct Extent {
-  int depth = 0, items = 0;
-};
-Extent Measure(HMENU menu) {
-  Extent all = {0, GetMenuItemCount(menu)};
-  for (int i = 0; i < GetMenuItemCount(menu); ++i) {
-    HMENU submenu = GetSubMenu(menu, i);
-    if (submenu == nullptr) continue;
-    const Extent inner = Measure(submenu);
-    all = {std::max(all.depth, inner.depth + 1), all.items + inner.items};
-  }
-  return all;
-}
-
 TEST_F(MenuDescriptionsTest, ListsThatContainThemselvesEnd) {
   SetMessages({{1, "x"}});
   SetList(900, {"1S900"});
   Menu once;
   EXPECT_EQ(BuildMenu(once, 900), 0);
-  EXPECT_EQ(Measure(once.handle()).depth, 10);
+  EXPECT_EQ(test::Measure(once.handle()).depth, 10);
   EXPECT_EQ(TakeLines(), "BuildAppendNewItem Fails\n");
 
   SetList(900, std::vector<std::string>(100, "1S900"));
   Menu many;
   EXPECT_EQ(BuildMenu(many, 900), 0);
-  const Extent extent = Measure(many.handle());
+  const test::MenuExtent extent = test::Measure(many.handle());
   EXPECT_EQ(extent.depth, 10);
   EXPECT_LE(extent.items, 4096);
   const std::string lines = TakeLines();
@@ -208,7 +194,7 @@ TEST_F(MenuDescriptionsTest, ListsThatContainThemselvesEnd) {
   SetList(903, {"1D902", "1D902", "2"});
   BuildMenu(next, 903);
   // The first copy looks at its own submenu too, and leaves it out.
-  EXPECT_EQ(Measure(next.handle()).items, 3000 + 4096 - 1);
+  EXPECT_EQ(test::Measure(next.handle()).items, 3000 + 4096 - 1);
   EXPECT_EQ(TakeLines(), kEnd);
 }
 

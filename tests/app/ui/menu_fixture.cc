@@ -15,8 +15,6 @@
 namespace test {
 namespace {
 
-// The name of the file depends on the user's language.
-constexpr const char* kFile = ".rez";
 constexpr int32_t kMessagesOfList = 16;
 
 std::string& Lines() {
@@ -73,8 +71,8 @@ MenuTest::MenuTest() {
   Lines().clear();
   Messages().clear();
   qv::ResetResourceChainForTest();
-  OpenedFiles().Provide(kFile);
-  EXPECT_EQ(ZROpenResourceFiles(GetModuleHandleA(nullptr)), ZRErrNone);
+  file_ = OpenMainFile();
+  EXPECT_NE(file_, nullptr);
   qv::SetDebugFlag(1);
   qv::GlobalHooks().show_in_console = [](const char* text) {
     Lines() += text;
@@ -94,7 +92,7 @@ MenuTest::~MenuTest() {
 }
 
 void MenuTest::SetList(int32_t list, const std::vector<std::string>& strings) {
-  OpenedFiles().source(kFile)->AddList(list, strings);
+  file_->AddList(list, strings);
 }
 
 void MenuTest::SetMessages(const std::map<int32_t, std::string>& texts) {

@@ -35,6 +35,8 @@ class LText {
   Str255 text_;
 };
 
+class MemorySource;
+
 class MenuTest : public testing::Test {
  protected:
   MenuTest();
@@ -47,6 +49,9 @@ class MenuTest : public testing::Test {
 
   // The debug output since the last call.
   std::string TakeLines();
+
+ private:
+  MemorySource* file_ = nullptr;  // the chain's
 };
 
 }  // namespace test
