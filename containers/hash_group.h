@@ -26,8 +26,8 @@ namespace qv {
 using GroupNumber = uint32_t;
 constexpr GroupNumber kNoGroup = 0;
 
-// What a group tells of the hash in a byte. The low bits of a tag are the same for a whole chain
-// once the table has grown: all of them go into it.
+// What a group tells of the hash in a byte: the upper end of the tag, since the lower end is what
+// the entries of a group have in common.
 inline uint8_t MarkOf(uint32_t tag) { return static_cast<uint8_t>(tag >> 24); }
 
 struct HashGroup {
@@ -144,7 +144,7 @@ class GroupShape {
 
   uint32_t inline_size_;
   size_t entry_size_;  // bytes of a place
-  size_t details_;     // where they begin
+  size_t details_;     // bytes from a group's beginning to its GroupDetails
   size_t group_size_;
 };
 

@@ -193,8 +193,9 @@ class HashTable {
   uint64_t entries_ = 0;
   HashIterator* iterators_ = nullptr;
   bool has_copies_ = false;  // an entry has been larger than inline ones are
-  bool is_of_bytes_ =
-      false;  // there is an array, and nothing replaces HashBytes and its comparison
+  // There is an array, and neither a function nor a derived class replaces HashBytes and the
+  // comparison of bytes.
+  bool is_of_bytes_ = false;
   SegmentStore store_;
   HashArray array_;
   GroupPool pool_;  // of the groups behind those of the array

@@ -9,7 +9,7 @@ struct HashTableCheck {
   const HashTable& table;
   uint64_t live = 0, further_groups = 0;
 
-  // Whether an entry with these tag of its hash may stand in a chain.
+  // Whether an entry with this tag may stand in a chain.
   bool BelongsTo(uint64_t index, uint32_t tag) const {
     const HashTable::Growth& growth = table.growth_;
     const uint64_t home = table.HomeOf(tag);
