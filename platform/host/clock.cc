@@ -6,10 +6,13 @@
 #include <chrono>
 #include <mutex>
 #include <thread>
+#include <type_traits>
 
 #include "platform/host/calls.h"
 #include "platform/host/control.h"
+#include "platform/host/counter_clock.h"
 #include "platform/host/process.h"
+#include "platform/host/processor_counter.h"
 #include "platform/host/synchronization.h"
 #include "platform/host/thread_object.h"
 
@@ -25,13 +28,14 @@ struct Clock {
   SYSTEMTIME wall{};
 };
 
-constexpr uint64_t kMicrosPerTick = 1000;
+constexpr uint64_t kMicrosPerTick = 1000, kNanosPerMicro = 1000;
 constexpr uint64_t kCountsPerMicro = 10;  // performance counter and interrupt time
 
-Clock& State() {
-  static auto& state = *new Clock;
-  return state;
-}
+// Threads read the clock until they end: it is nothing that is destroyed.
+static_assert(std::is_trivially_destructible_v<Clock>);
+constinit Clock state;
+
+Clock& State() { return state; }
 
 // Moves a frozen clock on. False when it runs.
 bool Advance(uint64_t micros) {
@@ -53,21 +57,19 @@ SYSTEMTIME RealLocalTime() {
           word(local.tm_sec),         word(static_cast<int>(now.tv_nsec / 1000000))};
 }
 
-// Each switch of tasks reads it: no call more than is needed.
-uint64_t RealMicroseconds() {
-  constexpr uint64_t kMicrosPerSecond = 1000000, kNanosPerMicro = 1000;
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<uint64_t>(now.tv_sec) * kMicrosPerSecond +
-         static_cast<uint64_t>(now.tv_nsec) / kNanosPerMicro;
-}
+uint64_t RealMicroseconds() { return ProcessorCounter::Nanoseconds() / kNanosPerMicro; }
+
+constinit CounterClock<ProcessorCounter> counter_clock;
+
+// The same by the counter: each switch of tasks reads it.
+uint64_t CountedMicroseconds() { return counter_clock.Nanoseconds() / kNanosPerMicro; }
 
 // One reading of the clock, frozen or not.
-uint64_t ReadMicroseconds() {
+uint64_t ReadMicroseconds(uint64_t (*real)()) {
   Clock& clock = State();
-  if (!clock.frozen.load(std::memory_order_acquire)) return RealMicroseconds();
+  if (!clock.frozen.load(std::memory_order_acquire)) return real();
   std::lock_guard hold(clock.mutex);
-  if (!clock.frozen) return RealMicroseconds();
+  if (!clock.frozen) return real();
   const uint64_t now = clock.micros;
   clock.micros += clock.step;
   return now;
@@ -95,7 +97,7 @@ void PassTime(DWORD milliseconds) {
 
 uint64_t RealMilliseconds() { return RealMicroseconds() / kMicrosPerTick; }
 
-uint64_t InterruptTime() { return ReadMicroseconds() * kCountsPerMicro; }
+uint64_t InterruptTime() { return ReadMicroseconds(CountedMicroseconds) * kCountsPerMicro; }
 
 void FreezeMicroseconds(uint64_t micros, uint64_t step) {
   Clock& clock = State();
@@ -130,7 +132,7 @@ void FreezeLocalTime(const SYSTEMTIME& time) {
 
 DWORD GetTickCount(void) {
   host::Enter(__func__);
-  return static_cast<DWORD>(host::ReadMicroseconds() / host::kMicrosPerTick);
+  return static_cast<DWORD>(host::ReadMicroseconds(host::RealMicroseconds) / host::kMicrosPerTick);
 }
 
 void GetLocalTime(SYSTEMTIME* time) {
@@ -153,7 +155,7 @@ BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency) {
 
 BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
   if (DWORD fault = host::Enter(__func__)) return host::Fail(fault, FALSE);
-  count->QuadPart = static_cast<int64_t>(host::ReadMicroseconds() * host::kCountsPerMicro);
+  count->QuadPart = static_cast<int64_t>(host::InterruptTime());
   return TRUE;
 }
 
