@@ -9,11 +9,12 @@ namespace platform {
 // The fiber exists and does not run. Nothing on Windows, where only the system knows its stack.
 void PrefetchFiber(const void* fiber);
 
-// The lines of a stack that does not run, from where it stands upwards: what the frames of a switch
-// and of the wait around it take.
+// The lines of a stack that does not run: from where it stands upwards what the frames of a switch
+// and of the wait around it take, downwards those of the task's next calls, such as that of the
+// clock.
 inline void PrefetchStack(const void* place) {
-  constexpr int kLine = 64, kLines = 6;
-  for (int line = 0; line < kLines; ++line) {
+  constexpr int kLine = 64, kBelow = 5, kAbove = 6;
+  for (int line = -kBelow; line < kAbove; ++line) {
     __builtin_prefetch(static_cast<const char*>(place) + line * kLine);
   }
 }

@@ -34,6 +34,7 @@ struct KernelState {
   TCB* idle = nullptr;
   bool adopted = false;   // the first yield has taken a task as the current one
   bool switched = false;  // the mainline has been left; from here on `current` is who really runs
+  int switches_to_prefetch = 0;  // until the stacks of the next tasks are asked for
   uint32_t task_count = 0;
   uint32_t end_nesting = 0;
 

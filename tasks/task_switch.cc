@@ -112,25 +112,33 @@ void PrefetchStackOf(const TCB* task) {
   }
 }
 
-// Where many tasks run in turn, blocks and stacks are cold. While this one runs those of the next
-// ones come in: a block, then the fiber that it names, then that one's stack, each some switches
-// after what leads to it, since a run is shorter than a wait for memory. Those of few tasks stay in
-// the caches.
-void PrefetchFollowers(const TCB* to) {
+// Where many tasks run in turn, blocks and stacks are cold. While these run those of the next ones
+// come in: a block, then the fiber that it names, then that one's stack, each some switches after
+// what leads to it. A stack is in a page of its own whose translation is cold too, and the
+// processor waits for that even when it only prefetches; so several are asked for at once, and
+// their translations are looked up side by side. Those of few tasks stay in the caches.
+void PrefetchFollowers(KernelState& kernel, const TCB* to) {
   constexpr uint32_t kMany = 200;
-  constexpr int kStackAhead = 2, kFiberAhead = 3, kBlockAhead = 5;  // runs
-  if (to == nullptr || TheKernel().task_count <= kMany) return;
+  constexpr int kBatch = 4;  // tasks
+  if (to == nullptr || kernel.task_count <= kMany) return;
+  if (--kernel.switches_to_prefetch > 0) return;
+  kernel.switches_to_prefetch = kBatch;
   const TCB* each = to->next;
-  for (int ahead = 1; each != nullptr; each = each->next, ++ahead) {
-    if (ahead == kStackAhead) PrefetchStackOf(each);
-    if (ahead == kFiberAhead) __builtin_prefetch(each->fiber);
-    if (ahead == kBlockAhead) return PrefetchBlock(each);
+  for (int ahead = 0; each != nullptr && ahead < 3 * kBatch; each = each->next, ++ahead) {
+    if (ahead < kBatch) {
+      PrefetchStackOf(each);
+    } else if (ahead < 2 * kBatch) {
+      __builtin_prefetch(each->fiber);
+    } else {
+      PrefetchBlock(each);
+    }
   }
 }
 
 void Leave(Leaving leaving, TCB* from, TCB* to) {
-  PrefetchFollowers(to);
-  Publish(TheKernel(), to);
+  KernelState& kernel = TheKernel();
+  PrefetchFollowers(kernel, to);
+  Publish(kernel, to);
   if (!ZRFiberSwitch(from, to)) SwitchOwnStack(leaving, from, to);
 }
 
