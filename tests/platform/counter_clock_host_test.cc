@@ -155,7 +155,7 @@ TEST_F(CounterClockTest, NobodyWaitsForAThreadThatStandsStillInIt) {
 
 // The processor's own.
 TEST(InterruptTimeHostTest, IsTheSystemsTimeAndNeverGoesBack) {
-  constexpr uint64_t kUnit = 100, kLag = 5 * kMicrosecond;  // nanoseconds
+  constexpr uint64_t kUnit = 100, kApart = 5 * kMicrosecond;  // nanoseconds
   constexpr int kThreads = 3, kReadings = 200000;
   auto system = [] {
     timespec now;
@@ -173,8 +173,8 @@ TEST(InterruptTimeHostTest, IsTheSystemsTimeAndNeverGoesBack) {
         const uint64_t now = platform::InterruptTime() * kUnit;
         const uint64_t after = system();
         if (now < last) ++back;
-        if (now + kLag < before) ++early;
-        if (now > after) ++late;
+        if (now + kApart < before) ++early;
+        if (now > after + kApart) ++late;
         last = now;
       }
     });
