@@ -64,7 +64,7 @@ constinit CounterClock<ProcessorCounter> counter_clock;
 // The same by the counter: each switch of tasks reads it.
 uint64_t CountedMicroseconds() { return counter_clock.Nanoseconds() / kNanosPerMicro; }
 
-// One reading of the clock, frozen or not.
+// One reading of the clock: the frozen one, or what `real` gives.
 uint64_t ReadMicroseconds(uint64_t (*real)()) {
   Clock& clock = State();
   if (!clock.frozen.load(std::memory_order_acquire)) return real();
