@@ -33,8 +33,12 @@ system_wine() {
   [ -d /usr/lib/i386-linux-gnu/wine ] || [ -d /usr/lib/wine/i386-windows ]
 }
 
+# "tzdata" is what tests of time zones compare with.
+packages=wine32,wine,tzdata
+
 make_root() {
-  [ -f "$root/.complete" ] && return 0
+  # The mark names what the root holds, so that an older one is made again.
+  [ "$(cat "$root/.complete" 2>/dev/null)" = "$packages" ] && return 0
   command -v mmdebstrap >/dev/null 2>&1 && command -v arch-test >/dev/null 2>&1 || {
     say "installing mmdebstrap and arch-test"
     as_root apt-get install -y -q --no-install-recommends mmdebstrap arch-test >/dev/null 2>&1 ||
@@ -47,11 +51,11 @@ make_root() {
   uri=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME) $(COMPONENT)' \
     'Created-By: Packages' | awk '$2 == "bookworm" && $3 == "main" { print $1; exit }')
   [ -n "$uri" ] || fail "this machine's package sources do not name bookworm main"
-  mmdebstrap --quiet --architectures=i386 --variant=essential --include=wine32,wine \
+  mmdebstrap --quiet --architectures=i386 --variant=essential --include="$packages" \
     --aptopt='APT::Install-Recommends "false"' bookworm "$root" \
     "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $uri bookworm main" \
     >"$cache/wine-root.log" 2>&1 || fail "the root could not be made; see $cache/wine-root.log"
-  touch "$root/.complete"
+  echo "$packages" >"$root/.complete"
 }
 
 # First boot of the prefix; no display is needed afterwards.
