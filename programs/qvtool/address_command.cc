@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <vector>
 
 #include "net/addresses.h"
@@ -32,6 +31,6 @@ Trouble CleanAll(Streams& streams) {
 
 }  // namespace
 
-Work DescribeAddress(CLI::App&) { return CleanAll; }
+Work DescribeAddress(const CommandPart&) { return CleanAll; }
 
 }  // namespace qvtool

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
 #include <vector>
@@ -37,14 +36,14 @@ Trouble Encode(const std::string& separator, Streams& streams) {
 
 }  // namespace
 
-Work DescribeBase64(CLI::App& command) {
+Work DescribeBase64(const CommandPart& command) {
   auto separator = std::make_shared<std::string>("crlf");
   command
-      .add_option("--separator", *separator,
-                  "What stands between lines of 64 characters: crlf (default), lf or none")
-      ->take_last()
-      ->type_name("SEPARATOR")
-      ->check(CLI::IsMember({"crlf", "lf", "none"}));
+      .Add("--separator", *separator,
+           "What stands between lines of 64 characters: crlf (default), lf or none")
+      .TakeLast()
+      .Type("SEPARATOR")
+      .OneOf({"crlf", "lf", "none"});
   return [separator](Streams& streams) { return Encode(Separators().at(*separator), streams); };
 }
 

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "programs/qvtool/code_page_argument.h"
@@ -26,12 +25,11 @@ Trouble ShowNames(const std::string& argument, Streams& streams) {
 
 }  // namespace
 
-Work DescribeCharset(CLI::App& command) {
+Work DescribeCharset(const CommandPart& command) {
   auto argument = std::make_shared<std::string>();
-  command
-      .add_option("code-page", *argument, "A charset name, a family name, or a code page's number")
-      ->required()
-      ->type_name("NAME-OR-CP");
+  command.Add("code-page", *argument, "A charset name, a family name, or a code page's number")
+      .Required()
+      .Type("NAME-OR-CP");
   return [argument](Streams& streams) { return ShowNames(*argument, streams); };
 }
 

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "programs/qvtool/checksums_by_name.h"
@@ -10,7 +9,7 @@ namespace {
 
 struct Options {
   std::string name, key_digits;
-  CLI::Option* key = nullptr;
+  std::optional<program::Option> key;
 };
 
 std::string WrongName(const std::string& name) {
@@ -23,14 +22,14 @@ std::string WrongKey(const std::string& digits) {
   return BytesOfHex(digits) ? "" : "a key is pairs of hexadecimal digits";
 }
 
-void RefuseKeyWithoutDigest(const Options& options) {
-  if (options.key->empty() || NewChecksum(options.name, "")) return;
-  throw CLI::ValidationError("--hmac", "goes with sha1, md5, md4 or md2, not with " + options.name);
+std::string WrongWithKey(const Options& options) {
+  if (!options.key->IsGiven() || NewChecksum(options.name, "")) return "";
+  return "--hmac: goes with sha1, md5, md4 or md2, not with " + options.name;
 }
 
 Trouble Sum(const Options& options, Streams& streams) {
   std::optional<std::string> key;
-  if (!options.key->empty()) key = BytesOfHex(options.key_digits);
+  if (options.key->IsGiven()) key = BytesOfHex(options.key_digits);
   const auto sum = NewChecksum(options.name, key);
   const bool whole = ForEachPiece(streams.input, "summing", [&](std::string_view piece) {
     sum->Add(piece);
@@ -43,21 +42,21 @@ Trouble Sum(const Options& options, Streams& streams) {
 
 }  // namespace
 
-Work DescribeChecksum(CLI::App& command) {
+Work DescribeChecksum(const CommandPart& command) {
   auto options = std::make_shared<Options>();
   command
-      .add_option("kind", options->name,
-                  "crc16, crc32, crc32raw, crc:WIDTH (1 to 64 bits), sha1, md5, md4 or md2")
-      ->required()
-      ->type_name("KIND")
-      ->check(WrongName);
+      .Add("kind", options->name,
+           "crc16, crc32, crc32raw, crc:WIDTH (1 to 64 bits), sha1, md5, md4 or md2")
+      .Required()
+      .Type("KIND")
+      .Check(WrongName);
   options->key = command
-                     .add_option("--hmac", options->key_digits,
-                                 "HMAC over the digest, with the key of these hexadecimal digits")
-                     ->take_last()
-                     ->type_name("HEXKEY")
-                     ->check(WrongKey);
-  command.parse_complete_callback([options] { RefuseKeyWithoutDigest(*options); });
+                     .Add("--hmac", options->key_digits,
+                          "HMAC over the digest, with the key of these hexadecimal digits")
+                     .TakeLast()
+                     .Type("HEXKEY")
+                     .Check(WrongKey);
+  command.CheckTogether([options] { return WrongWithKey(*options); });
   return [options](Streams& streams) { return Sum(*options, streams); };
 }
 

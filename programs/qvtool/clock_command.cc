@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "programs/common/reporter.h"
@@ -34,20 +33,20 @@ Trouble ReadClock(const Options& options, Streams& streams) {
 
 }  // namespace
 
-Work DescribeClock(CLI::App& command) {
+Work DescribeClock(const CommandPart& command) {
   auto options = std::make_shared<Options>();
-  command.add_option("TEXT", options->text, "A clock time such as 9:30, 9.30p or 21:30")
-      ->required()
-      ->type_name("TEXT");
-  command.add_flag("--24-hour", options->twenty_four,
-                   "A 24-hour clock, whatever the user's settings say");
+  command.Add("TEXT", options->text, "A clock time such as 9:30, 9.30p or 21:30")
+      .Required()
+      .Type("TEXT");
+  command.AddFlag("--24-hour", options->twenty_four,
+                  "A 24-hour clock, whatever the user's settings say");
   command
-      .add_option("--threshold", options->threshold,
-                  "On a 12-hour clock, hours from this one on are in the morning where the text "
-                  "does not say (default: 7)")
-      ->take_last()
-      ->type_name("H")
-      ->check(CLI::Range(0, 12));
+      .Add("--threshold", options->threshold,
+           "On a 12-hour clock, hours from this one on are in the morning where the text "
+           "does not say (default: 7)")
+      .TakeLast()
+      .Type("H")
+      .Range(0, 12);
   return [options](Streams& streams) { return ReadClock(*options, streams); };
 }
 

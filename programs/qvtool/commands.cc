@@ -1,6 +1,6 @@
 #include "programs/qvtool/commands.h"
 
-#include <CLI/CLI.hpp>
+#include <string>
 
 namespace qvtool {
 namespace {
@@ -9,7 +9,7 @@ struct Command {
   const char* name;
   const char* purpose;
   const char* example;
-  Work (*describe)(CLI::App& command);
+  Work (*describe)(const CommandPart& command);
 };
 
 constexpr Command kCommands[] = {
@@ -41,11 +41,11 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-void DescribeCommands(CLI::App& app, Work* work) {
+void DescribeCommands(const CommandPart& program, Work* work) {
   for (const Command& command : kCommands) {
-    CLI::App* part = app.add_subcommand(command.name, command.purpose);
-    part->footer(std::string("Example:\n") + command.example);
-    part->callback([work, run = command.describe(*part)] { *work = run; });
+    const CommandPart part = program.AddCommand(command.name, command.purpose);
+    part.Example(command.example);
+    part.WhenGiven([work, run = command.describe(part)] { *work = run; });
   }
 }
 

@@ -5,15 +5,13 @@
 
 #include <functional>
 
+#include "programs/common/command_line.h"
 #include "programs/common/reporter.h"
 #include "programs/common/standard_streams.h"
 
-namespace CLI {
-class App;
-}
-
 namespace qvtool {
 
+using program::CommandPart;
 using program::Trouble;
 
 struct Streams {
@@ -26,18 +24,18 @@ struct Streams {
 using Work = std::function<Trouble(Streams&)>;
 
 // Adds every command; *work becomes that of the one that the command line names.
-void DescribeCommands(CLI::App& app, Work* work);
+void DescribeCommands(const CommandPart& program, Work* work);
 
-Work DescribeAddress(CLI::App& command);
-Work DescribeBase64(CLI::App& command);
-Work DescribeCharset(CLI::App& command);
-Work DescribeChecksum(CLI::App& command);
-Work DescribeClock(CLI::App& command);
-Work DescribeConvert(CLI::App& command);
-Work DescribeLinks(CLI::App& command);
-Work DescribeNumber(CLI::App& command);
-Work DescribeRez(CLI::App& command);
-Work DescribeURL(CLI::App& command);
-Work DescribeZone(CLI::App& command);
+Work DescribeAddress(const CommandPart& command);
+Work DescribeBase64(const CommandPart& command);
+Work DescribeCharset(const CommandPart& command);
+Work DescribeChecksum(const CommandPart& command);
+Work DescribeClock(const CommandPart& command);
+Work DescribeConvert(const CommandPart& command);
+Work DescribeLinks(const CommandPart& command);
+Work DescribeNumber(const CommandPart& command);
+Work DescribeRez(const CommandPart& command);
+Work DescribeURL(const CommandPart& command);
+Work DescribeZone(const CommandPart& command);
 
 }  // namespace qvtool

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
 
@@ -41,22 +40,22 @@ Trouble Convert(const Options& options, Streams& streams) {
 
 }  // namespace
 
-Work DescribeConvert(CLI::App& command) {
+Work DescribeConvert(const CommandPart& command) {
   auto options = std::make_shared<Options>();
   auto add = [&](const char* name, std::string& value, const char* type, const char* help) {
-    return command.add_option(name, value, help)->take_last()->type_name(type);
+    return command.Add(name, value, help).TakeLast().Type(type);
   };
   constexpr char kCodePage[] = "CP";
   add("--from", options->from, kCodePage,
       "The code page of the input: a number, or a charset or family name")
-      ->required()
-      ->check(WrongCodePage);
+      .Required()
+      .Check(WrongCodePage);
   add("--to", options->to, kCodePage, "The code page of the output")
-      ->required()
-      ->check(WrongCodePage);
+      .Required()
+      .Check(WrongCodePage);
   add("--line-ends", options->line_ends, "KIND",
       "What every line end becomes: keep (default), cr, lf or crlf")
-      ->check(CLI::IsMember({"keep", "cr", "lf", "crlf"}));
+      .OneOf({"keep", "cr", "lf", "crlf"});
   return [options](Streams& streams) { return Convert(*options, streams); };
 }
 

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "programs/qvtool/code_page_argument.h"
@@ -31,17 +30,17 @@ Trouble FindLinks(const Options& options, Streams& streams) {
 
 }  // namespace
 
-Work DescribeLinks(CLI::App& command) {
+Work DescribeLinks(const CommandPart& command) {
   auto options = std::make_shared<Options>();
   command
-      .add_option("--code-page", options->code_page,
-                  "The code page of the text: a number or a charset name (default: UTF-8)")
-      ->take_last()
-      ->type_name("CP")
-      ->check(WrongByteCodePage);
-  command.add_flag("--no-spaces", options->no_spaces, "A blank ends every link and address");
-  command.add_flag("--markup", options->markup,
-                   "Write the text as HTML in which every find is a link");
+      .Add("--code-page", options->code_page,
+           "The code page of the text: a number or a charset name (default: UTF-8)")
+      .TakeLast()
+      .Type("CP")
+      .Check(WrongByteCodePage);
+  command.AddFlag("--no-spaces", options->no_spaces, "A blank ends every link and address");
+  command.AddFlag("--markup", options->markup,
+                  "Write the text as HTML in which every find is a link");
   return [options](Streams& streams) { return FindLinks(*options, streams); };
 }
 

@@ -87,55 +87,59 @@ std::string WrongWholeNumber(const std::string& text) {
 }
 
 template <typename Value>
-CLI::Option* AddOption(CLI::App& form, const char* name, Value& value, const char* help) {
-  CLI::Option* option = form.add_option(name, value, help);
-  if constexpr (std::is_unsigned_v<Value>) option->check(WrongWholeNumber<Value>);
+program::Option AddOption(const CommandPart& form, const char* name, Value& value,
+                          const char* help) {
+  const program::Option option = form.Add(name, value, help);
+  if constexpr (std::is_unsigned_v<Value>) option.Check(WrongWholeNumber<Value>);
   return option;
 }
 
 template <typename Value>
-CLI::Option* AddValue(CLI::App& form, const char* name, Value& value, const char* help) {
-  return AddOption(form, name, value, help)->required()->type_name(name);
+program::Option AddValue(const CommandPart& form, const char* name, Value& value,
+                         const char* help) {
+  return AddOption(form, name, value, help).Required().Type(name);
 }
 
 template <typename Value>
-CLI::Option* AddChoice(CLI::App& form, const char* name, Value& value, const char* help) {
-  return AddOption(form, name, value, help)->take_last()->type_name("NUMBER");
+program::Option AddChoice(const CommandPart& form, const char* name, Value& value,
+                          const char* help) {
+  return AddOption(form, name, value, help).TakeLast().Type("NUMBER");
 }
 
 }  // namespace
 
-Work DescribeNumber(CLI::App& command) {
+Work DescribeNumber(const CommandPart& command) {
   const Forms<Options> forms(command);
   Options& options = forms.options();
 
-  CLI::App& count = forms.Add("count", "A count with a unit letter: 1.5M", SayCount);
+  const CommandPart count = forms.Add("count", "A count with a unit letter: 1.5M", SayCount);
   AddValue(count, "VALUE", options.value, "A whole number");
-  count.add_flag("--thousands", options.in_thousands, "The value counts thousands");
+  count.AddFlag("--thousands", options.in_thousands, "The value counts thousands");
 
-  CLI::App& grouped = forms.Add("grouped", "Groups of three digits: 1,234,567", SayGrouped);
+  const CommandPart grouped = forms.Add("grouped", "Groups of three digits: 1,234,567", SayGrouped);
   AddValue(grouped, "VALUE", options.value, "A whole number");
 
-  CLI::App& scaled = forms.Add("scaled", "A value in the unit that fits it: 2.50M", SayScaled);
-  AddValue(scaled, "VALUE", options.text, "A number up to 10^19")->check(WrongNumber);
+  const CommandPart scaled =
+      forms.Add("scaled", "A value in the unit that fits it: 2.50M", SayScaled);
+  AddValue(scaled, "VALUE", options.text, "A number up to 10^19").Check(WrongNumber);
   AddChoice(scaled, "--style", options.style,
             "3 three digits, 4 the next smaller unit, any other four digits (default: 0)");
   AddChoice(scaled, "--base", options.scale, "What a unit is of the one before it (default: 1000)")
-      ->check(CLI::Range(uint32_t{2}, ~uint32_t{0}));
+      .Range(uint32_t{2}, ~uint32_t{0});
 
-  CLI::App& duration = forms.Add("duration", "A duration in words", SayDuration);
+  const CommandPart duration = forms.Add("duration", "A duration in words", SayDuration);
   AddValue(duration, "SECONDS", options.seconds, "A whole number");
   AddChoice(duration, "--style", options.style,
             "0 short (default), 1 long, 2 days and a clock, 3 a clock")
-      ->check(CLI::Range(0, 3));
+      .Range(0, 3);
   AddChoice(duration, "--fields", options.fields,
             "The sum of 1 weeks, 2 days, 4 hours, 8 minutes, 16 seconds (default: 31)")
-      ->check(CLI::Range(uint32_t{0}, qv::kAllDurationFields));
+      .Range(uint32_t{0}, qv::kAllDurationFields);
 
-  CLI::App& parse = forms.Add("parse", "The integer that a text begins with", SayParsed);
+  const CommandPart parse = forms.Add("parse", "The integer that a text begins with", SayParsed);
   AddValue(parse, "TEXT", options.text, "Digits of the base; one - may come first");
   AddChoice(parse, "--base", options.base, "0 by the prefix, or 2 to 64 (default: 10)")
-      ->check(CLI::Range(0, 64));
+      .Range(0, 64);
   return forms.work();
 }
 

@@ -21,7 +21,7 @@ constexpr size_t kMostBody = 256 << 20;  // bytes
 struct Options {
   std::string file, type, name;
   int32_t number = 0;
-  bool has_name = false;
+  std::optional<program::Option> name_option;  // of "add"
 };
 
 Trouble Failed(const std::string& what, const Options& options, ZRError error) {
@@ -163,11 +163,11 @@ ZRError ReplaceBody(CRezFmt& source, const Options& options, qv::ResourceTypeCod
     ZRError error = source.GetResourceName(type, options.number, old_name);
     if (error == ZRErrNone) error = source.RemoveResource(type, options.number);
     if (error != ZRErrNone) return error;
-    return AddBody(source, options, type, options.has_name ? name : old_name, body);
+    return AddBody(source, options, type, options.name_option->IsGiven() ? name : old_name, body);
   }
   ZRError error = ZRSetHandleBytes(body.data(), handle, static_cast<uint32_t>(body.size()));
   if (error == ZRErrNone) error = source.ChangedResource(type, options.number);
-  if (error != ZRErrNone || !options.has_name) return error;
+  if (error != ZRErrNone || !options.name_option->IsGiven()) return error;
   return source.SetResourceName(type, options.number, name);
 }
 
@@ -200,48 +200,40 @@ Trouble Rename(const Options& options, Streams&) {
 
 // --- the command line ---
 
-void AddFile(CLI::App& form, Options& options) {
-  form.add_option("FILE", options.file, "A resource file")->required()->type_name("FILE");
+void AddFile(const CommandPart& form, Options& options) {
+  form.Add("FILE", options.file, "A resource file").Required().Type("FILE");
 }
 
-void AddResourceOptions(CLI::App& form, Options& options) {
+void AddResourceOptions(const CommandPart& form, Options& options) {
   AddFile(form, options);
-  form.add_option("TYPE", options.type, "Four characters (fewer: blanks follow) or 0xHHHHHHHH")
-      ->required()
-      ->type_name("TYPE")
-      ->check([](const std::string& text) {
+  form.Add("TYPE", options.type, "Four characters (fewer: blanks follow) or 0xHHHHHHHH")
+      .Required()
+      .Type("TYPE")
+      .Check([](const std::string& text) {
         return TypeOf(text) ? "" : "not a type of four characters: " + program::OneLine(text);
       });
-  form.add_option("NUMBER", options.number, "-32768 to 32767")
-      ->required()
-      ->type_name("NUMBER")
-      ->check(CLI::Range(INT16_MIN, INT16_MAX));
+  form.Add("NUMBER", options.number, "-32768 to 32767")
+      .Required()
+      .Type("NUMBER")
+      .Range(INT16_MIN, INT16_MAX);
 }
 
 }  // namespace
 
-Work DescribeRez(CLI::App& command) {
+Work DescribeRez(const CommandPart& command) {
   const Forms<Options> forms(command);
   Options& options = forms.options();
   AddFile(forms.Add("create", "A new file without resources", Create), options);
   AddFile(forms.Add("check", "Whether every resource can be read", Check), options);
   AddFile(forms.Add("list", "Lines of type, number, size, attributes and name", List), options);
   AddResourceOptions(forms.Add("get", "Write a resource to standard output", Get), options);
-  CLI::App& add = forms.Add("add", "Add standard input as a resource, or replace one", Add);
+  const CommandPart add = forms.Add("add", "Add standard input as a resource, or replace one", Add);
   AddResourceOptions(add, options);
-  add.add_option_function<std::string>(
-         "--name",
-         [&options](const std::string& name) {
-           options.name = name;
-           options.has_name = true;
-         },
-         "Its name")
-      ->take_last()
-      ->type_name("NAME");
+  options.name_option = add.Add("--name", options.name, "Its name").TakeLast().Type("NAME");
   AddResourceOptions(forms.Add("remove", "Remove a resource", Remove), options);
-  CLI::App& rename = forms.Add("rename", "Give a resource another name, or none", Rename);
+  const CommandPart rename = forms.Add("rename", "Give a resource another name, or none", Rename);
   AddResourceOptions(rename, options);
-  rename.add_option("NAME", options.name, "The new name")->type_name("NAME");
+  rename.Add("NAME", options.name, "The new name").Type("NAME");
   return forms.work();
 }
 

@@ -75,26 +75,26 @@ Trouble Unescape(const Options& options, Streams& streams) {
 
 }  // namespace
 
-Work DescribeURL(CLI::App& command) {
+Work DescribeURL(const CommandPart& command) {
   const Forms<Options> forms(command);
   Options& options = forms.options();
-  auto add = [&](const char* name, const char* purpose, auto run) -> CLI::App& {
-    CLI::App& form = forms.Add(name, purpose, run);
-    form.add_option("--code-page", options.code_page,
-                    "The code page of the text: a number or a charset name (default: UTF-8)")
-        ->take_last()
-        ->type_name("CP")
-        ->check(WrongByteCodePage);
+  auto add = [&](const char* name, const char* purpose, auto run) {
+    const CommandPart form = forms.Add(name, purpose, run);
+    form.Add("--code-page", options.code_page,
+             "The code page of the text: a number or a charset name (default: UTF-8)")
+        .TakeLast()
+        .Type("CP")
+        .Check(WrongByteCodePage);
     return form;
   };
   add("escape", "Escape each line for a URL", Escape)
-      .add_option("--set", options.set,
-                  "What is escaped besides blanks, controls and bytes from 80 on: 0 marks and "
-                  "brackets; 1 (default) also # % +; 2 also / ? : &; 3 as 2 without /")
-      ->take_last()
-      ->check(CLI::Range(0, 3));
+      .Add("--set", options.set,
+           "What is escaped besides blanks, controls and bytes from 80 on: 0 marks and "
+           "brackets; 1 (default) also # % +; 2 also / ? : &; 3 as 2 without /")
+      .TakeLast()
+      .Range(0, 3);
   add("unescape", "Take the escapes of each line back", Unescape)
-      .add_flag("--decode-slashes", options.decode_slashes, "%2F becomes a slash too");
+      .AddFlag("--decode-slashes", options.decode_slashes, "%2F becomes a slash too");
   return forms.work();
 }
 

@@ -146,7 +146,7 @@ Trouble ParseRules(const Options&, Streams& streams) {
 
 }  // namespace
 
-Work DescribeZone(CLI::App& command) {
+Work DescribeZone(const CommandPart& command) {
   const Forms<Options> forms(command);
   forms.Add("list", "Every offered zone: its id and its name", SayList);
   forms.Add("offset", "Lines \"ID TIME universal|local\": total, standard and saving seconds, or -",

@@ -1,5 +1,4 @@
 // qvclient: a stand-in for the desktop client that the mail library delivers to.
-#include <CLI/CLI.hpp>
 #include <atomic>
 #include <cstdlib>
 
@@ -38,24 +37,24 @@ struct Options {
   std::string library;
 };
 
-void Describe(CLI::App& app, Options& options) {
-  app.add_option("--folder", options.folder, "Where the messages go")->type_name("DIR");
-  app.add_option("--count", options.count, "End after this many requests")->type_name("N");
-  app.add_flag("--keep-copies", options.keep_copies, "Leave the attachment copies where they are");
-  app.add_option("--acknowledge-after", options.acknowledge_after,
-                 "Wait before each acknowledgement, as a busy client does")
-      ->type_name("MS");
-  app.add_flag("--quiet", options.quiet, "No line for a message that was stored");
-  app.add_flag("--show-request", options.show_request, "Print each request as it came");
-  auto* enter = app.add_flag("--register", options.do_register,
-                             "Let the library start this program when no client runs");
-  auto* leave = app.add_flag("--unregister", options.do_unregister, "Take that back");
-  auto* make = app.add_flag("--make-default", options.do_make_default,
-                            "Make this the user's default mail client");
-  app.add_option("--library", options.library, "The mail library, for --make-default")
-      ->type_name("PATH");
-  enter->excludes(leave)->excludes(make);
-  leave->excludes(make);
+void Describe(const program::CommandPart& line, Options& options) {
+  line.Add("--folder", options.folder, "Where the messages go").Type("DIR");
+  line.Add("--count", options.count, "End after this many requests").Type("N");
+  line.AddFlag("--keep-copies", options.keep_copies, "Leave the attachment copies where they are");
+  line.Add("--acknowledge-after", options.acknowledge_after,
+           "Wait before each acknowledgement, as a busy client does")
+      .Type("MS");
+  line.AddFlag("--quiet", options.quiet, "No line for a message that was stored");
+  line.AddFlag("--show-request", options.show_request, "Print each request as it came");
+  const program::Option enter = line.AddFlag(
+      "--register", options.do_register, "Let the library start this program when no client runs");
+  const program::Option leave =
+      line.AddFlag("--unregister", options.do_unregister, "Take that back");
+  const program::Option make = line.AddFlag("--make-default", options.do_make_default,
+                                            "Make this the user's default mail client");
+  line.Add("--library", options.library, "The mail library, for --make-default").Type("PATH");
+  enter.Excludes(leave).Excludes(make);
+  leave.Excludes(make);
 }
 
 int Failed(const program::Reporter& reporter, const std::string& what) {
@@ -196,12 +195,12 @@ int Serve(const Options& options, const program::Reporter& reporter) {
 
 int Run(const std::vector<std::string>& arguments) {
   program::Reporter reporter("qvclient");
-  CLI::App app("Receives the messages that the mail library delivers and stores them as files.",
-               "qvclient");
+  const program::CommandLine line(
+      "qvclient", "Receives the messages that the mail library delivers and stores them as files.",
+      kExample);
   Options options;
-  Describe(app, options);
-  program::PrepareCommandLine(app, kExample);
-  if (auto end = program::ParseCommandLine(app, arguments, reporter)) return *end;
+  Describe(line.part(), options);
+  if (auto end = line.Parse(arguments, reporter)) return *end;
   if (!program::UseProgramSettings()) reporter.Warn("there is no place for settings");
   if (options.do_register) return Register(options, reporter);
   if (options.do_unregister) return Unregister(reporter);

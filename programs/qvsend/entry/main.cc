@@ -1,5 +1,4 @@
 // qvsend: sends a message through the mail library, as any host application does.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <optional>
@@ -41,33 +40,29 @@ struct Options {
   bool has_body = false, has_body_file = false;
 };
 
-void Describe(CLI::App& app, Options& options) {
-  auto one_or_more = [&](const char* name, std::vector<std::string>& values, const char* help) {
-    return app.add_option(name, values, help)->allow_extra_args(false);
-  };
-  one_or_more("--to", options.to, "A recipient; may be repeated")->type_name("ADDRESS");
-  one_or_more("--cc", options.cc, "A copy recipient; may be repeated")->type_name("ADDRESS");
-  one_or_more("--bcc", options.bcc, "A hidden recipient; may be repeated")->type_name("ADDRESS");
+void Describe(const program::CommandPart& line, Options& options) {
+  line.Add("--to", options.to, "A recipient; may be repeated").Type("ADDRESS");
+  line.Add("--cc", options.cc, "A copy recipient; may be repeated").Type("ADDRESS");
+  line.Add("--bcc", options.bcc, "A hidden recipient; may be repeated").Type("ADDRESS");
   auto one = [&](const char* name, std::string& value, const char* help) {
-    return app.add_option(name, value, help)->take_last();
+    return line.Add(name, value, help).TakeLast();
   };
-  one("--subject", options.subject, "The subject")->type_name("TEXT");
-  auto* text = one("--body", options.body, "The text of the message")->type_name("TEXT");
-  auto* file =
+  one("--subject", options.subject, "The subject").Type("TEXT");
+  const program::Option text = one("--body", options.body, "The text of the message").Type("TEXT");
+  const program::Option file =
       one("--body-file", options.body_file, "A file with that text; - reads standard input")
-          ->type_name("FILE");
-  file->excludes(text);
-  one_or_more("--attach", options.attach,
-              "A file, and the name that it is to carry; may be repeated")
-      ->type_name("FILE[=NAME]");
+          .Type("FILE");
+  file.Excludes(text);
+  line.Add("--attach", options.attach, "A file, and the name that it is to carry; may be repeated")
+      .Type("FILE[=NAME]");
   one("--via", options.via, "The interface of the library: mapi or cmc")
-      ->type_name("INTERFACE")
-      ->check(CLI::IsMember({"mapi", "cmc"}));
+      .Type("INTERFACE")
+      .OneOf({"mapi", "cmc"});
   one("--library", options.library, "The mail library; otherwise the one beside this program")
-      ->type_name("PATH");
-  app.callback([&options, text, file] {
-    options.has_body_file = static_cast<bool>(*file);
-    options.has_body = *text || *file;
+      .Type("PATH");
+  line.WhenGiven([&options, text, file] {
+    options.has_body_file = file.IsGiven();
+    options.has_body = text.IsGiven() || file.IsGiven();
   });
 }
 
@@ -209,11 +204,10 @@ Trouble Deliver(const Options& options, Letter& letter, const program::Reporter&
 
 int Run(const std::vector<std::string>& arguments) {
   program::Reporter reporter("qvsend");
-  CLI::App app("Sends a message through the mail library.", "qvsend");
+  const program::CommandLine line("qvsend", "Sends a message through the mail library.", kExample);
   Options options;
-  Describe(app, options);
-  program::PrepareCommandLine(app, kExample);
-  if (auto end = program::ParseCommandLine(app, arguments, reporter)) return *end;
+  Describe(line.part(), options);
+  if (auto end = line.Parse(arguments, reporter)) return *end;
   program::UseProgramSettings();
   Letter letter;
   Trouble trouble = MakeLetter(options, &letter);

@@ -1,6 +1,4 @@
 // qvtool: the framework's components at the command line.
-#include <CLI/CLI.hpp>
-
 #include "platform/native_files.h"
 #include "programs/common/command_line.h"
 #include "programs/common/program_settings.h"
@@ -15,11 +13,11 @@ constexpr char kExample[] =
 
 int Run(const std::vector<std::string>& arguments) {
   const program::Reporter reporter("qvtool");
-  CLI::App app("The framework's components at the command line.", "qvtool");
-  program::PrepareCommandLine(app, kExample);
+  const program::CommandLine line("qvtool", "The framework's components at the command line.",
+                                  kExample);
   Work work;
-  DescribeCommands(app, &work);
-  if (auto end = program::ParseCommandLine(app, arguments, reporter)) return *end;
+  DescribeCommands(line.part(), &work);
+  if (auto end = line.Parse(arguments, reporter)) return *end;
   if (!work) {
     reporter.Error("no command; see --help");
     return program::kWrongUsage;
