@@ -10,10 +10,9 @@ namespace platform {
 void PrefetchFiber(const void* fiber);
 
 // The lines of a stack that does not run: from where it stands upwards what the frames of a switch
-// and of the wait around it take, downwards those of the task's next calls, such as that of the
-// clock.
+// and of the wait around it take, and one downwards, where the task's next calls may reach.
 inline void PrefetchStack(const void* place) {
-  constexpr int kLine = 64, kBelow = 5, kAbove = 6;
+  constexpr int kLine = 64, kBelow = 1, kAbove = 6;
   for (int line = -kBelow; line < kAbove; ++line) {
     __builtin_prefetch(static_cast<const char*>(place) + line * kLine);
   }
