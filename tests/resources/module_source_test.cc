@@ -296,21 +296,4 @@ TEST(ResourceTypes, OfPlatformNumbers) {
   }
 }
 
-// The strings of the library, through the platform's own call.
-TEST(ModuleStrings, StandInTheirLists) {
-  const struct {
-    UINT list, index;
-    const char* text;
-  } kRows[] = {{1, 1, "^0"},       {1, 3, "OK"},         {2, 4, "Cancel"},    {3, 3, "Yes"},
-               {4, 5, "Cancel"},   {4, 2, "^1"},         {999, 1, "Ctrl+"},   {999, 2, "Alt+"},
-               {999, 3, "Shift+"}, {999, 4, "Command+"}, {999, 5, "Option+"}, {1, 4, ""}};
-  for (const auto& row : kRows) {
-    char buffer[32] = "before";
-    const int length = LoadStringA(GetModuleHandleA(nullptr), row.list * 16 + row.index - 1, buffer,
-                                   sizeof buffer);
-    EXPECT_EQ(length, static_cast<int>(std::string(row.text).size()));
-    EXPECT_STREQ(length > 0 ? buffer : "", row.text);
-  }
-}
-
 }  // namespace
