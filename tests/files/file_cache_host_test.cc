@@ -102,21 +102,6 @@ TEST_F(FileCacheHostTest, WhatIsReadAfterFailuresIsOnTheDisk) {
   }
 }
 
-// A write that fails leaves no block that claims its bytes.
-TEST_F(FileCacheHostTest, AWriteThatFailedIsNotRead) {
-  CDiskFile file;
-  Open(file, 100);
-  ZRError error;
-  EXPECT_EQ(Read(file, 0, 3, &error, false), "ooo");
-  host::FailCall("WriteFile", 1, ERROR_ACCESS_DENIED);
-  EXPECT_NE(file.WriteAt("new", 3, 0), ZRErrNone);
-  host::FailCall("WriteFile", 1, ERROR_DISK_FULL);
-  EXPECT_EQ(file.WriteAt("new", 3, 100), ZRErrDiskFull);
-  host::ClearFaults();
-  EXPECT_EQ(Read(file, 0, 3, &error, false), "ooo");
-  EXPECT_EQ(Read(file, 98, 5, &error, false), "oo");
-}
-
 // Drops of many blocks yield every 10 ms, whatever is dropped; a kill there leaves nothing broken,
 // and the file may go on growing meanwhile.
 TEST_F(FileCacheHostTest, DropsYield) {

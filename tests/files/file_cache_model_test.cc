@@ -27,8 +27,11 @@ constexpr uint32_t kItems = 10;            // of the cache
 
 uint64_t FromEnvironment(const char* name, uint64_t otherwise) {
   const char* text = std::getenv(name);
-  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+  const uint64_t value = text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+  std::printf("%s=%llu\n", name, static_cast<unsigned long long>(value));
+  return value;
 }
+uint64_t Seed() { return FromEnvironment("QV_CACHE_SEED", std::random_device{}()); }
 
 struct Write {
   uint32_t offset;
@@ -79,9 +82,9 @@ class CacheModelTest : public test::WorkersTest {
     RemoveDirectoryA(folder_.c_str());
   }
 
-  void Begin(uint64_t seed, int steps) {
+  void Begin(uint64_t seed) {
     random_.seed(seed);
-    steps_left_ = steps;
+    steps_left_ = static_cast<int>(FromEnvironment("QV_CACHE_STEPS", 8000));
     checked_ = kills_ = 0;
     qv::SetFileCacheItemsForTest(kItems);
     for (int i = 0; i < kFiles; ++i) {
@@ -290,9 +293,7 @@ class CacheModelTest : public test::WorkersTest {
 
 // The delays come from the seed too.
 TEST_F(CacheModelTest, OnTheKernelsThread) {
-  const uint64_t seed = FromEnvironment("QV_CACHE_SEED", std::random_device{}());
-  const auto steps = static_cast<int>(FromEnvironment("QV_CACHE_STEPS", 8000));
-  std::printf("QV_CACHE_SEED=%llu\n", static_cast<unsigned long long>(seed));
+  const uint64_t seed = Seed();
   static std::mt19937_64 delays;
   delays.seed(seed);
   RunTasks([&] {
@@ -301,7 +302,7 @@ TEST_F(CacheModelTest, OnTheKernelsThread) {
       job(argument);
       for (uint64_t i = delays() % 4; i > 0; --i) ZRTaskYield();
     };
-    Begin(seed, steps);
+    Begin(seed);
   });
   EXPECT_GT(checked(), 1'000'000u);
   EXPECT_GT(kills(), 0);
@@ -309,14 +310,12 @@ TEST_F(CacheModelTest, OnTheKernelsThread) {
 
 // Also where the platform takes no places with its calls.
 TEST_F(CacheModelTest, OnWorkers) {
-  const uint64_t seed = FromEnvironment("QV_CACHE_SEED", std::random_device{}());
-  const auto steps = static_cast<int>(FromEnvironment("QV_CACHE_STEPS", 8000));
-  std::printf("QV_CACHE_SEED=%llu\n", static_cast<unsigned long long>(seed));
+  const uint64_t seed = Seed();
   SetThreads(8, 1);
   for (const bool with_places : {true, false}) {
     SCOPED_TRACE(with_places);
     if (!with_places) qv::RefusePositionsForTest();
-    RunWithWorkers([&] { Begin(seed, steps); });
+    RunWithWorkers([&] { Begin(seed); });
     EXPECT_GT(checked(), 1'000'000u);
     EXPECT_GT(kills(), 0);
   }

@@ -252,34 +252,30 @@ TEST_F(CacheTasksTest, ACloseWaits) {
 // Two changes whose ends come in the other order than they reached the disk, with a read between:
 // what is read afterwards is what the disk has.
 TEST_F(CacheTasksTest, ChangesThatMeet) {
-  using Start = Deed& (CacheTasksTest::*)();
-  struct Starts : CacheTasksTest {
-    Deed& WriteFirst() { return StartWrite(5, "first"); }
-    Deed& WriteSecond() { return StartWrite(7, "second"); }
-    Deed& WriteFar() { return StartWrite(2 * kBlock, "far"); }
-    Deed& CutAll() { return StartCut(0); }
-    Deed& CutSome() { return StartCut(8); }
-    void TestBody() override {}
-  };
-  const auto start = [](auto method) { return static_cast<Start>(method); };
+  using Start = std::function<Deed&()>;
+  const Start write_first = [this]() -> Deed& { return StartWrite(5, "first"); };
+  const Start write_second = [this]() -> Deed& { return StartWrite(7, "second"); };
+  const Start write_far = [this]() -> Deed& { return StartWrite(2 * kBlock, "far"); };
+  const Start cut_all = [this]() -> Deed& { return StartCut(0); };
+  const Start cut_some = [this]() -> Deed& { return StartCut(8); };
   const struct {
     const char* name;
     Start first, second;
   } kRows[] = {
-      {"writes", start(&Starts::WriteFirst), start(&Starts::WriteSecond)},
-      {"a write and a cut", start(&Starts::WriteFirst), start(&Starts::CutAll)},
-      {"a write and a cut inside it", start(&Starts::WriteFirst), start(&Starts::CutSome)},
-      {"a cut and a write", start(&Starts::CutAll), start(&Starts::WriteFirst)},
-      {"a cut and a far write", start(&Starts::CutSome), start(&Starts::WriteFar)},
+      {"writes", write_first, write_second},
+      {"a write and a cut", write_first, cut_all},
+      {"a write and a cut inside it", write_first, cut_some},
+      {"a cut and a write", cut_all, write_first},
+      {"a cut and a far write", cut_some, write_far},
   };
   for (const auto& row : kRows) {
     for (const bool is_killed : {false, true}) {
       SCOPED_TRACE(testing::Message() << row.name << " " << is_killed);
       RunScript([&] {
         Read(0, 10);
-        Deed& first = Held((this->*row.first)(), HeldRequests::kAfter);
+        Deed& first = Held(row.first(), HeldRequests::kAfter);
         Read(0, 10);
-        Finish((this->*row.second)());
+        Finish(row.second());
         Read(0, 10);
         if (is_killed) {
           ZRTaskKill(first.task);

@@ -120,20 +120,6 @@ TEST_F(FileCacheTest, WhatIsReadFromTheDisk) {
   EXPECT_EQ(answer.reads, 1u);
 }
 
-TEST_F(FileCacheTest, ReadsAtTheMarkMoveIt) {
-  CDiskFile file;
-  Open(file, 70000);
-  file.Seek(65000, kSeekStart);
-  std::string bytes(3000, '#');
-  for (uint32_t place : {65000u, 68000u}) {
-    uint32_t count = 3000;
-    EXPECT_EQ(file.Read(bytes.data(), &count), place == 65000 ? ZRErrNone : ZRErrEOF);
-    EXPECT_TRUE(bytes.substr(0, count) == Pattern(place, count));
-  }
-  EXPECT_EQ(file.mark(), 70000u);
-  EXPECT_EQ(file.ReadExact(bytes.data(), 2, 69999), ZRErrRange);
-}
-
 // A block, or two, have been read; then the file is written; then read, from the disk or not.
 TEST_F(FileCacheTest, WhatAWriteDoesToBlocks) {
   const struct {

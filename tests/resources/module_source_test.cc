@@ -200,6 +200,10 @@ TEST_F(ModuleSourceTest, DeliversTheStringsOfItsLists) {
   } kRows[] = {
       {"the first", 999, 1, 255, kUtf8, "Ctrl+"},
       {"the fifth", 999, 5, 255, kUtf8, "Option+"},
+      {"of a question", 2, 3, 255, kUtf8, "OK"},
+      {"another one's", 3, 3, 255, kUtf8, "Yes"},
+      {"the last of three", 4, 5, 255, kUtf8, "Cancel"},
+      {"a place for a text", 4, 2, 255, kUtf8, "^1"},
       {"cut", 999, 5, 3, kUtf8, "Opt"},
       {"a maximum of 0", 999, 5, 0, kUtf8, ""},
       {"behind the last", 999, 6, 255, kUtf8, nullptr},
