@@ -54,15 +54,16 @@ ZRError LiveThrough(const std::string& folder, bool use_worker) {
   note(file.MoveTo(&destination, name));
   note(file.Delete());
   note(file.CreateUnique(false));
-  note(file.Delete());
-  note(file.SetPath((folder + "\\made").c_str()));
-  note(file.CreateFolder());
+  note(destination.SetPath((folder + "\\made").c_str()));
+  note(destination.CreateFolder());
+  CDiskFile parent;
   qv::FolderEntry entry;
-  note(destination.SetPath(folder.c_str()));
-  note(destination.FirstEntry(&entry, 0));
-  const ZRError at_end = destination.NextEntry(&entry);
+  note(parent.SetPath(folder.c_str()));
+  note(parent.FirstEntry(&entry, qv::kListFoldersOnly));
+  const ZRError at_end = parent.NextEntry(&entry);
   note(at_end == ZRErrEOF ? ZRErrNone : at_end);
-  note(file.RemoveFolder());
+  note(destination.RemoveFolder());
+  note(file.Delete());
   return first;
 }
 

@@ -55,6 +55,9 @@ void Use(CDiskFile& file) {
   file.WriteAt("behind the end", 14, 2 * kBlock + 20);
   Read(file, 2 * kBlock, 100, &error, false);
   file.WriteAt("far", 3, 5 * kBlock);
+  Read(file, 0, 6 * kBlock, &error, false);
+  file.WriteAt("inside", 6, 20);
+  file.WriteAt("at the end", 10, 5 * kBlock + 3);
 }
 
 // Each call of the platform, and each allocation, fails in turn, once or for good. Afterwards the
