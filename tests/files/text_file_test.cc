@@ -48,19 +48,4 @@ TEST_F(TextFileTest, WritesAndReadsAtItsMark) {
   EXPECT_EQ(file.SetReadLimit(-1), ZRErrRange);
 }
 
-TEST_F(TextFileTest, APlainFileHasNoLines) {
-  CDiskFile file;
-  Open(file);
-  char line[8];
-  int32_t length = 7;
-  EXPECT_EQ(file.FileKind(), kPlainFileKind);
-  EXPECT_EQ(file.ReadLine(line, &length), ZRErrParam);
-  EXPECT_EQ(file.WriteLine("x", &length), ZRErrParam);
-  EXPECT_EQ(file.PrintText("x"), ZRErrParam);
-  EXPECT_EQ(file.WriteText("x", 1), ZRErrParam);
-  EXPECT_EQ(file.SetReadLimit(1), ZRErrParam);
-  EXPECT_EQ(file.SetLineEnding("\n"), ZRErrParam);
-  EXPECT_EQ(file.Seek(0, kSeekEnd), 0);
-}
-
 }  // namespace
