@@ -15,6 +15,7 @@
 #include "files/disk_file.h"
 #include "files/file_cache.h"
 #include "files/transfer_request.h"
+#include "tests/files/file_bytes.h"
 #include "tests/tasks/workers_fixture.h"
 #include "tests/test_platform.h"
 
@@ -105,8 +106,7 @@ class CacheModelTest : public test::WorkersTest {
 
   static void Open(Subject& subject) {
     subject.object = std::make_unique<CDiskFile>();
-    subject.object->SetPath(subject.path.c_str());
-    EXPECT_EQ(subject.object->OpenExclusive(), ZRErrNone);
+    test::OpenExclusive(*subject.object, subject.path);
   }
 
   void StartTask() {
@@ -258,13 +258,10 @@ class CacheModelTest : public test::WorkersTest {
   }
 
   void CheckAll(Subject& subject) {
-    std::string all(kLongest * 2, '#'), disk = all;
-    auto count = static_cast<uint32_t>(all.size());
-    EXPECT_EQ(subject.object->ReadAt(all.data(), &count, 0), ZRErrEOF);
-    EXPECT_TRUE(all.substr(0, count) == subject.bytes);
-    count = static_cast<uint32_t>(disk.size());
-    subject.object->RawReadAt(disk.data(), &count, 0);
-    EXPECT_TRUE(disk.substr(0, count) == subject.bytes);
+    ZRError error;
+    EXPECT_TRUE(test::ReadBytes(*subject.object, 0, kLongest * 2, &error) == subject.bytes);
+    EXPECT_EQ(error, ZRErrEOF);
+    EXPECT_TRUE(test::DiskBytes(*subject.object, 0, kLongest * 2) == subject.bytes);
   }
 
   // Readers vanish in the middle of it.

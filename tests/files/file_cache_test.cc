@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "files/disk_file.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 
 namespace {
@@ -41,11 +42,8 @@ class FileCacheTest : public test::FilesTest {
   }
 
   // Makes a file of the pattern, and opens it.
-  void Open(CDiskFile& file, size_t length, const char* name = "file") {
-    const std::string path = folder_ + "\\" + name;
-    ASSERT_TRUE(test::WriteWholeFile(path, Pattern(0, length)));
-    ASSERT_EQ(file.SetPath(path.c_str()), ZRErrNone);
-    ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
+  void Open(CDiskFile& file, size_t length) {
+    test::OpenNew(file, folder_ + "\\file", Pattern(0, length));
   }
 
   struct Answer {
@@ -54,12 +52,10 @@ class FileCacheTest : public test::FilesTest {
     uint32_t reads;  // of the platform
   };
   static Answer Read(CDiskFile& file, int64_t offset, uint32_t count, uint32_t mode = kFromStart) {
-    std::string bytes(count, '#');
     const uint32_t jobs = Jobs();
-    const ZRError error = file.ReadAt(bytes.data(), &count, offset, mode);
+    ZRError error;
+    const std::string bytes = test::ReadBytes(file, offset, count, &error, mode);
     EXPECT_TRUE(qv::FileCacheIsConsistent());
-    EXPECT_TRUE(bytes.find_first_not_of('#', count) == std::string::npos) << "more than delivered";
-    bytes.resize(count);
     return {error, bytes, Jobs() - jobs};
   }
   static void ExpectPattern(CDiskFile& file, int64_t offset, uint32_t count, uint32_t reads) {

@@ -15,6 +15,7 @@
 #include "files/level_listing.h"
 #include "platform/host/control.h"
 #include "platform/native_files.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 
 namespace {
@@ -53,11 +54,8 @@ TEST_F(FileFailuresHostTest, NamesThatOnlyOtherSystemsAllow) {
   for (const std::string& name : names) {
     EXPECT_EQ(test::ReadWholeFile(folder_ + "\\" + name), "content") << name;
     CDiskFile file;
-    ASSERT_EQ(file.SetPath((folder_ + "\\" + name).c_str()), ZRErrNone);
-    char content[7];
-    EXPECT_EQ(file.Open(kFileRead, kShareRead), ZRErrNone) << name;
-    EXPECT_EQ(file.ReadExact(content, sizeof content, 0), ZRErrNone);
-    EXPECT_EQ(std::string(content, sizeof content), "content");
+    test::OpenExclusive(file, folder_ + "\\" + name);
+    EXPECT_EQ(test::ReadBytes(file, 0, 9), "content");
     EXPECT_EQ(file.Close(), ZRErrNone);
     EXPECT_EQ(file.Delete(), ZRErrNone) << name;
   }

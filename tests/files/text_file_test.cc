@@ -2,17 +2,13 @@
 
 #include <string>
 
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 
 namespace {
 
 class TextFileTest : public test::FilesTest {
  protected:
-  void Open(CDiskFile& file) {
-    ASSERT_EQ(file.SetPath((folder_ + "\\text").c_str()), ZRErrNone);
-    EXPECT_TRUE(file.Exists() || file.Create() == ZRErrNone);
-    ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
-  }
   static std::string Line(CTextFile& file, ZRError expected = ZRErrNone) {
     char line[64];
     int32_t length = 63;
@@ -23,7 +19,7 @@ class TextFileTest : public test::FilesTest {
 
 TEST_F(TextFileTest, WritesAndReadsAtItsMark) {
   CTextFile file;
-  Open(file);
+  test::OpenNew(file, folder_ + "\\text", "");
   EXPECT_EQ(file.FileKind(), kTextFileKind);
   EXPECT_EQ(file.WriteText("x\ny", 3), ZRErrNone);
   int32_t length = 1;

@@ -45,9 +45,8 @@ TEST_F(Zones, Offsets) {
     uint32_t zone;
     const char* offsets;
   } kRows[] = {
-      {"Paris in winter", At(2026, 1, 1, 0), TimeKind::kLocal, kParis, "3600 3600 0"},
-      {"Paris in summer", At(2026, 7, 1, 0), TimeKind::kLocal, kParis, "7200 3600 3600"},
-      {"before its summer", At(2026, 3, 29, 1) - 1, TimeKind::kUniversal, kParis, "3600 3600 0"},
+      {"before the summer of Paris", At(2026, 3, 29, 1) - 1, TimeKind::kUniversal, kParis,
+       "3600 3600 0"},
       {"its summer begins", At(2026, 3, 29, 1), TimeKind::kUniversal, kParis, "7200 3600 3600"},
       {"the same on a clock", At(2026, 3, 29, 2), TimeKind::kLocal, kParis, "7200 3600 3600"},
       {"the hour that comes twice", At(2026, 10, 25, 2), TimeKind::kLocal, kParis, "3600 3600 0"},
