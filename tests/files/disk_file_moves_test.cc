@@ -37,6 +37,13 @@ class MovesTest : public test::FilesTest {
     EXPECT_EQ(file.GetNativePath(path, sizeof path), ZRErrNone);
     return std::string(path).substr(folder_.size());
   }
+  void ExpectMoved(const CDiskFile& file, const char* from, const char* to, const char* call) {
+    EXPECT_EQ(Place(file), to);
+    EXPECT_TRUE(Has(to));
+    EXPECT_FALSE(Has(from));
+    EXPECT_EQ(test::TraceCapture::Take(), std::string("ZRFile: ") + call + "(\"" + folder_ + from +
+                                              "\" to \"" + folder_ + to + "\") -- OK\n");
+  }
 };
 
 TEST_F(MovesTest, Moves) {
@@ -56,11 +63,7 @@ TEST_F(MovesTest, Moves) {
     Go(source, row.source);
     Go(destination, row.destination);
     EXPECT_EQ(source.MoveTo(&destination, nullptr), ZRErrNone);
-    EXPECT_EQ(Place(source), row.place);
-    EXPECT_TRUE(Has(row.place));
-    EXPECT_FALSE(Has(row.source));
-    EXPECT_EQ(trace.Take(), "ZRFile: MOVEFILE(\"" + folder_ + row.source + "\" to \"" + folder_ +
-                                row.place + "\") -- OK\n");
+    ExpectMoved(source, row.source, row.place, "MOVEFILE");
   }
   EXPECT_TRUE(Has("\\moved\\file"));
 }
@@ -153,11 +156,7 @@ TEST_F(MovesTest, Renames) {
     CDiskFile file;
     Go(file, row.source);
     EXPECT_EQ(file.Rename(row.name.c_str()), ZRErrNone);
-    EXPECT_EQ(Place(file), row.place);
-    EXPECT_TRUE(Has(row.place));
-    EXPECT_FALSE(Has(row.source));
-    EXPECT_EQ(trace.Take(), "ZRFile: RENAME(\"" + folder_ + row.source + "\" to \"" + folder_ +
-                                row.place + "\") -- OK\n");
+    ExpectMoved(file, row.source, row.place, "RENAME");
   }
   CDiskFile file;
   Go(file, "\\from\\file");

@@ -3,6 +3,7 @@
 
 #include "files/disk_file.h"
 #include "files/file_options.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 #include "tests/files/trace_capture.h"
 
@@ -107,8 +108,7 @@ TEST_F(OpenTest, AnObjectThatGoesClosesItsFile) {
   {
     CDiskFile other;
     EXPECT_EQ(ZRCountLiveObjects(), before + 1);
-    EXPECT_EQ(other.SetPath((folder_ + "\\file").c_str()), ZRErrNone);
-    EXPECT_EQ(other.OpenExclusive(), ZRErrNone);
+    test::OpenExclusive(other, folder_ + "\\file");
     EXPECT_EQ(file_.Open(kFileRead, kShareAll), ZRErrAccess);
   }
   EXPECT_EQ(ZRCountLiveObjects(), before);
@@ -166,9 +166,7 @@ TEST_F(OpenTest, AUsersOwnCopy) {
     EXPECT_EQ(file_.Close(), ZRErrNone);
     EXPECT_EQ(file_.OpenExclusive(), ZRErrNone);
     EXPECT_EQ(file_.level(), 3u);
-    char bytes[7] = {};
-    EXPECT_EQ(file_.ReadExact(bytes, 6, 0), ZRErrNone);
-    EXPECT_STREQ(bytes, before) << "the second time the copy is there";
+    EXPECT_EQ(test::ReadBytes(file_, 0, 9), before) << "the second time the copy is there";
     EXPECT_EQ(file_.WriteAt("S", 1, 0), ZRErrNone);
     EXPECT_EQ(file_.Close(), ZRErrNone);
   }

@@ -6,6 +6,7 @@
 
 #include "files/disk_file.h"
 #include "files/file_options.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 #include "tests/files/trace_capture.h"
 
@@ -15,9 +16,7 @@ class TransferTest : public test::FilesTest {
  protected:
   void Open(CDiskFile& file, bool use_worker) {
     file.UseWorker(use_worker);
-    ASSERT_EQ(file.SetPath((folder_ + "\\file").c_str()), ZRErrNone);
-    EXPECT_TRUE(file.Exists() || file.Create() == ZRErrNone);
-    ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
+    test::OpenNew(file, folder_ + "\\file", "");
   }
 };
 
@@ -61,11 +60,10 @@ class Walk {
     }
   }
   void CheckContents() {
-    std::string all(model_.bytes.size() + 1, '#');
-    auto count = static_cast<uint32_t>(all.size());
-    EXPECT_EQ(file_.ReadAt(all.data(), &count, 0), ZRErrEOF);
-    all.resize(count);
-    EXPECT_EQ(all, model_.bytes);
+    const auto length = static_cast<uint32_t>(model_.bytes.size());
+    ZRError error;
+    EXPECT_EQ(test::ReadBytes(file_, 0, length + 1, &error), model_.bytes);
+    EXPECT_EQ(error, ZRErrEOF);
   }
 
  private:
@@ -249,9 +247,7 @@ TEST_F(TransferTest, LargeFiles) {
     Open(file, use_worker);
     if (file.WriteAt("far", 3, kFarPlace, kFromStartKeepMark) == ZRErrDiskFull) GTEST_SKIP();
     EXPECT_EQ(file.Seek(0, kSeekEnd), kFarPlace + 3);
-    char bytes[3];
-    EXPECT_EQ(file.ReadExact(bytes, 3, kFarPlace), ZRErrNone);
-    EXPECT_EQ(std::string(bytes, 3), "far");
+    EXPECT_EQ(test::ReadBytes(file, kFarPlace, 3), "far");
     qv::FolderEntry entry;
     EXPECT_EQ(file.GetInfo(&entry), ZRErrNone);
     EXPECT_EQ(entry.data_size, static_cast<uint64_t>(kFarPlace) + 3);

@@ -7,6 +7,7 @@
 #include "files/disk_file.h"
 #include "files/file_cache.h"
 #include "platform/host/control.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/held_requests.h"
 #include "tests/tasks/kernel_fixture.h"
 #include "tests/test_platform.h"
@@ -27,34 +28,27 @@ class FileCacheHostTest : public test::KernelTest {
     RunTasks([&] { Spawn("script", body); });
   }
   void Open(CDiskFile& file, size_t length, const char* name = "\\file") {
-    const std::string path = test::TempFolder() + name;
-    ASSERT_TRUE(test::WriteWholeFile(path, std::string(length, 'o')));
-    ASSERT_EQ(file.SetPath(path.c_str()), ZRErrNone);
-    ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
+    test::OpenNew(file, test::TempFolder() + name, std::string(length, 'o'));
   }
 };
 
-std::string Read(CDiskFile& file, int64_t offset, uint32_t count, ZRError* error, bool raw) {
-  std::string bytes(count, '#');
-  *error = raw ? file.RawReadAt(bytes.data(), &count, static_cast<uint64_t>(offset))
-               : file.ReadAt(bytes.data(), &count, offset);
-  bytes.resize(count);
-  return bytes;
-}
+using test::ReadBytes;
 
 // Some of everything, with whatever answers.
 void Use(CDiskFile& file) {
-  ZRError error;
-  Read(file, kBlock - 50, 100, &error, false);
+  ReadBytes(file, kBlock - 50, 100);
   file.WriteAt("first", 5, 10);
-  Read(file, 0, 3 * kBlock, &error, false);
+  ReadBytes(file, 0, 3 * kBlock);
   file.WriteAt("second", 6, kBlock - 3);
   file.WriteAt(std::string(kBlock, 'l').data(), kBlock, kBlock / 2);
-  Read(file, 5, 10, &error, false);
+  ReadBytes(file, 5, 10);
   file.SetEOF(2 * kBlock + 9);
   file.WriteAt("behind the end", 14, 2 * kBlock + 20);
-  Read(file, 2 * kBlock, 100, &error, false);
+  ReadBytes(file, 2 * kBlock, 100);
   file.WriteAt("far", 3, 5 * kBlock);
+  ReadBytes(file, 0, 6 * kBlock);
+  file.WriteAt("inside", 6, 20);
+  file.WriteAt("at the end", 10, 5 * kBlock + 3);
 }
 
 // Each call of the platform, and each allocation, fails in turn, once or for good. Afterwards the
@@ -88,8 +82,9 @@ TEST_F(FileCacheHostTest, WhatIsReadAfterFailuresIsOnTheDisk) {
           EXPECT_TRUE(qv::FileCacheIsConsistent());
           for (const uint32_t offset : {0u, 7u, kBlock - 9, 2 * kBlock + 1, 5 * kBlock}) {
             ZRError error;
-            const std::string raw = Read(file, offset, 6 * kBlock, &error, true);
-            EXPECT_TRUE(Read(file, offset, 6 * kBlock, &error, false) == raw) << offset;
+            EXPECT_TRUE(ReadBytes(file, offset, 6 * kBlock, &error) ==
+                        test::DiskBytes(file, offset, 6 * kBlock))
+                << offset;
             EXPECT_EQ(error, ZRErrEOF);
           }
           file.Close();
@@ -100,21 +95,6 @@ TEST_F(FileCacheHostTest, WhatIsReadAfterFailuresIsOnTheDisk) {
       EXPECT_LT(nth, 100u);
     }
   }
-}
-
-// A write that fails leaves no block that claims its bytes.
-TEST_F(FileCacheHostTest, AWriteThatFailedIsNotRead) {
-  CDiskFile file;
-  Open(file, 100);
-  ZRError error;
-  EXPECT_EQ(Read(file, 0, 3, &error, false), "ooo");
-  host::FailCall("WriteFile", 1, ERROR_ACCESS_DENIED);
-  EXPECT_NE(file.WriteAt("new", 3, 0), ZRErrNone);
-  host::FailCall("WriteFile", 1, ERROR_DISK_FULL);
-  EXPECT_EQ(file.WriteAt("new", 3, 100), ZRErrDiskFull);
-  host::ClearFaults();
-  EXPECT_EQ(Read(file, 0, 3, &error, false), "ooo");
-  EXPECT_EQ(Read(file, 98, 5, &error, false), "oo");
 }
 
 // Drops of many blocks yield every 10 ms, whatever is dropped; a kill there leaves nothing broken,
@@ -196,8 +176,7 @@ TEST_F(FileCacheHostTest, AFileOnTheStackOfAKilledTask) {
         const TaskId victim = Spawn("victim", [&] {
           CDiskFile file;
           Open(file, 2 * kBlock, mode);  // the handle stays open
-          ZRError error;
-          Read(file, 0, 2 * kBlock, &error, false);
+          ReadBytes(file, 0, 2 * kBlock);
           for (;;) ZRTaskYield();
         });
         for (uint64_t size = 0; size < 2 * 65584; ZRTaskYield())
@@ -205,9 +184,7 @@ TEST_F(FileCacheHostTest, AFileOnTheStackOfAKilledTask) {
         ZRTaskKill(victim);
         EXPECT_TRUE(qv::FileCacheIsConsistent());
         CDiskFile other;
-        other.SetPath((test::TempFolder() + "\\other").c_str());
-        EXPECT_EQ(other.Create(), ZRErrNone);
-        EXPECT_EQ(other.OpenExclusive(), ZRErrNone);
+        test::OpenNew(other, test::TempFolder() + "\\other", "");
         EXPECT_EQ(other.SetEOF(20 * kBlock), ZRErrNone);
         char byte;
         for (uint32_t block = 0; block < 20; ++block) other.ReadExact(&byte, 1, block * kBlock);

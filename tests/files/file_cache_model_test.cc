@@ -15,6 +15,7 @@
 #include "files/disk_file.h"
 #include "files/file_cache.h"
 #include "files/transfer_request.h"
+#include "tests/files/file_bytes.h"
 #include "tests/tasks/workers_fixture.h"
 #include "tests/test_platform.h"
 
@@ -27,8 +28,11 @@ constexpr uint32_t kItems = 10;            // of the cache
 
 uint64_t FromEnvironment(const char* name, uint64_t otherwise) {
   const char* text = std::getenv(name);
-  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+  const uint64_t value = text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+  std::printf("%s=%llu\n", name, static_cast<unsigned long long>(value));
+  return value;
 }
+uint64_t Seed() { return FromEnvironment("QV_CACHE_SEED", std::random_device{}()); }
 
 struct Write {
   uint32_t offset;
@@ -79,9 +83,9 @@ class CacheModelTest : public test::WorkersTest {
     RemoveDirectoryA(folder_.c_str());
   }
 
-  void Begin(uint64_t seed, int steps) {
+  void Begin(uint64_t seed) {
     random_.seed(seed);
-    steps_left_ = steps;
+    steps_left_ = static_cast<int>(FromEnvironment("QV_CACHE_STEPS", 8000));
     checked_ = kills_ = 0;
     qv::SetFileCacheItemsForTest(kItems);
     for (int i = 0; i < kFiles; ++i) {
@@ -102,8 +106,7 @@ class CacheModelTest : public test::WorkersTest {
 
   static void Open(Subject& subject) {
     subject.object = std::make_unique<CDiskFile>();
-    subject.object->SetPath(subject.path.c_str());
-    EXPECT_EQ(subject.object->OpenExclusive(), ZRErrNone);
+    test::OpenExclusive(*subject.object, subject.path);
   }
 
   void StartTask() {
@@ -255,13 +258,10 @@ class CacheModelTest : public test::WorkersTest {
   }
 
   void CheckAll(Subject& subject) {
-    std::string all(kLongest * 2, '#'), disk = all;
-    auto count = static_cast<uint32_t>(all.size());
-    EXPECT_EQ(subject.object->ReadAt(all.data(), &count, 0), ZRErrEOF);
-    EXPECT_TRUE(all.substr(0, count) == subject.bytes);
-    count = static_cast<uint32_t>(disk.size());
-    subject.object->RawReadAt(disk.data(), &count, 0);
-    EXPECT_TRUE(disk.substr(0, count) == subject.bytes);
+    ZRError error;
+    EXPECT_TRUE(test::ReadBytes(*subject.object, 0, kLongest * 2, &error) == subject.bytes);
+    EXPECT_EQ(error, ZRErrEOF);
+    EXPECT_TRUE(test::DiskBytes(*subject.object, 0, kLongest * 2) == subject.bytes);
   }
 
   // Readers vanish in the middle of it.
@@ -290,9 +290,7 @@ class CacheModelTest : public test::WorkersTest {
 
 // The delays come from the seed too.
 TEST_F(CacheModelTest, OnTheKernelsThread) {
-  const uint64_t seed = FromEnvironment("QV_CACHE_SEED", std::random_device{}());
-  const auto steps = static_cast<int>(FromEnvironment("QV_CACHE_STEPS", 8000));
-  std::printf("QV_CACHE_SEED=%llu\n", static_cast<unsigned long long>(seed));
+  const uint64_t seed = Seed();
   static std::mt19937_64 delays;
   delays.seed(seed);
   RunTasks([&] {
@@ -301,7 +299,7 @@ TEST_F(CacheModelTest, OnTheKernelsThread) {
       job(argument);
       for (uint64_t i = delays() % 4; i > 0; --i) ZRTaskYield();
     };
-    Begin(seed, steps);
+    Begin(seed);
   });
   EXPECT_GT(checked(), 1'000'000u);
   EXPECT_GT(kills(), 0);
@@ -309,14 +307,12 @@ TEST_F(CacheModelTest, OnTheKernelsThread) {
 
 // Also where the platform takes no places with its calls.
 TEST_F(CacheModelTest, OnWorkers) {
-  const uint64_t seed = FromEnvironment("QV_CACHE_SEED", std::random_device{}());
-  const auto steps = static_cast<int>(FromEnvironment("QV_CACHE_STEPS", 8000));
-  std::printf("QV_CACHE_SEED=%llu\n", static_cast<unsigned long long>(seed));
+  const uint64_t seed = Seed();
   SetThreads(8, 1);
   for (const bool with_places : {true, false}) {
     SCOPED_TRACE(with_places);
     if (!with_places) qv::RefusePositionsForTest();
-    RunWithWorkers([&] { Begin(seed, steps); });
+    RunWithWorkers([&] { Begin(seed); });
     EXPECT_GT(checked(), 1'000'000u);
     EXPECT_GT(kills(), 0);
   }

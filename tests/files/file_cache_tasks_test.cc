@@ -5,6 +5,7 @@
 
 #include "files/disk_file.h"
 #include "files/file_cache.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/held_requests.h"
 #include "tests/tasks/kernel_fixture.h"
 #include "tests/test_platform.h"
@@ -40,13 +41,10 @@ class CacheTasksTest : public test::KernelTest {
   void RunScript(const std::function<void()>& script) {
     RunInBothModes([&] {
       Spawn("script", [&] {
-        const std::string path = folder_ + "\\file";
-        test::WriteWholeFile(path, std::string(kFileLength, 'o'));
         HeldRequests requests;
         held = &requests;
         file = std::make_unique<CDiskFile>();
-        file->SetPath(path.c_str());
-        EXPECT_EQ(file->OpenExclusive(), ZRErrNone);
+        test::OpenNew(*file, folder_ + "\\file", std::string(kFileLength, 'o'));
         requests.requests = 0;
         script();
         EXPECT_TRUE(qv::FileCacheIsConsistent());
@@ -74,7 +72,7 @@ class CacheTasksTest : public test::KernelTest {
   Deed& StartRead(int64_t offset, uint32_t count) {
     return Do([this, offset, count](Deed& deed) {
       uint32_t read = count;
-      deed.bytes.assign(count, '#');
+      deed.bytes.assign(count, '#');  // not on the task's stack: it may be killed
       deed.error = file->ReadAt(deed.bytes.data(), &read, offset);
       deed.bytes.resize(read);
     });
@@ -106,24 +104,16 @@ class CacheTasksTest : public test::KernelTest {
     Finish(deed);
   }
   // What the object reads, and what is on the disk.
-  std::string Read(int64_t offset, uint32_t count) {
-    std::string bytes(count, '#');
-    file->ReadAt(bytes.data(), &count, offset);
-    bytes.resize(count);
-    return bytes;
-  }
+  std::string Read(int64_t offset, uint32_t count) { return test::ReadBytes(*file, offset, count); }
   std::string OnDisk(uint64_t offset, uint32_t count) {
-    std::string bytes(count, '#');
-    file->RawReadAt(bytes.data(), &count, offset);
-    bytes.resize(count);
-    return bytes;
+    return test::DiskBytes(*file, offset, count);
   }
 
+  const std::string folder_ = test::TempFolder() + "_cache";
   HeldRequests* held = nullptr;
   std::unique_ptr<CDiskFile> file;
 
  private:
-  const std::string folder_ = test::TempFolder() + "_cache";
   std::vector<std::unique_ptr<Deed>> deeds_;
 };
 
@@ -252,34 +242,30 @@ TEST_F(CacheTasksTest, ACloseWaits) {
 // Two changes whose ends come in the other order than they reached the disk, with a read between:
 // what is read afterwards is what the disk has.
 TEST_F(CacheTasksTest, ChangesThatMeet) {
-  using Start = Deed& (CacheTasksTest::*)();
-  struct Starts : CacheTasksTest {
-    Deed& WriteFirst() { return StartWrite(5, "first"); }
-    Deed& WriteSecond() { return StartWrite(7, "second"); }
-    Deed& WriteFar() { return StartWrite(2 * kBlock, "far"); }
-    Deed& CutAll() { return StartCut(0); }
-    Deed& CutSome() { return StartCut(8); }
-    void TestBody() override {}
-  };
-  const auto start = [](auto method) { return static_cast<Start>(method); };
+  using Start = std::function<Deed&()>;
+  const Start write_first = [this]() -> Deed& { return StartWrite(5, "first"); };
+  const Start write_second = [this]() -> Deed& { return StartWrite(7, "second"); };
+  const Start write_far = [this]() -> Deed& { return StartWrite(2 * kBlock, "far"); };
+  const Start cut_all = [this]() -> Deed& { return StartCut(0); };
+  const Start cut_some = [this]() -> Deed& { return StartCut(8); };
   const struct {
     const char* name;
     Start first, second;
   } kRows[] = {
-      {"writes", start(&Starts::WriteFirst), start(&Starts::WriteSecond)},
-      {"a write and a cut", start(&Starts::WriteFirst), start(&Starts::CutAll)},
-      {"a write and a cut inside it", start(&Starts::WriteFirst), start(&Starts::CutSome)},
-      {"a cut and a write", start(&Starts::CutAll), start(&Starts::WriteFirst)},
-      {"a cut and a far write", start(&Starts::CutSome), start(&Starts::WriteFar)},
+      {"writes", write_first, write_second},
+      {"a write and a cut", write_first, cut_all},
+      {"a write and a cut inside it", write_first, cut_some},
+      {"a cut and a write", cut_all, write_first},
+      {"a cut and a far write", cut_some, write_far},
   };
   for (const auto& row : kRows) {
     for (const bool is_killed : {false, true}) {
       SCOPED_TRACE(testing::Message() << row.name << " " << is_killed);
       RunScript([&] {
         Read(0, 10);
-        Deed& first = Held((this->*row.first)(), HeldRequests::kAfter);
+        Deed& first = Held(row.first(), HeldRequests::kAfter);
         Read(0, 10);
-        Finish((this->*row.second)());
+        Finish(row.second());
         Read(0, 10);
         if (is_killed) {
           ZRTaskKill(first.task);
@@ -375,9 +361,7 @@ TEST_F(CacheTasksTest, AFileThatIsReadIsNotTrimmed) {
     Deed& reader = Held(StartRead(0, 3 * kBlock), HeldRequests::kBefore);
     for (int block = 1; block < 3; ++block) held->GoToNextRequest(reader.task);
     CDiskFile other;
-    other.SetPath((test::TempFolder() + "_cache\\other").c_str());
-    test::WriteWholeFile(test::TempFolder() + "_cache\\other", "");
-    EXPECT_EQ(other.OpenExclusive(), ZRErrNone);
+    test::OpenNew(other, folder_ + "\\other", "");
     EXPECT_EQ(other.SetEOF(20 * kBlock), ZRErrNone);
     char byte;
     for (uint32_t block = 0; block < 20; ++block) other.ReadExact(&byte, 1, block * kBlock);
@@ -410,8 +394,7 @@ TEST_F(CacheTasksTest, TheEndOfAFileWaits) {
       EXPECT_EQ(reader.error, ZRErrNone);
       EXPECT_EQ(writer.error, ZRErrNone);
       file = std::make_unique<CDiskFile>();
-      file->SetPath((test::TempFolder() + "_cache\\file").c_str());
-      EXPECT_EQ(file->OpenExclusive(), ZRErrNone);
+      test::OpenExclusive(*file, folder_ + "\\file");
     }
     EXPECT_EQ(dumps, std::vector<std::string>{"QVS_cdiskfile_des.dmp"});
   });

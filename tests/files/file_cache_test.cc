@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "files/disk_file.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 
 namespace {
@@ -41,11 +42,8 @@ class FileCacheTest : public test::FilesTest {
   }
 
   // Makes a file of the pattern, and opens it.
-  void Open(CDiskFile& file, size_t length, const char* name = "file") {
-    const std::string path = folder_ + "\\" + name;
-    ASSERT_TRUE(test::WriteWholeFile(path, Pattern(0, length)));
-    ASSERT_EQ(file.SetPath(path.c_str()), ZRErrNone);
-    ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
+  void Open(CDiskFile& file, size_t length) {
+    test::OpenNew(file, folder_ + "\\file", Pattern(0, length));
   }
 
   struct Answer {
@@ -54,12 +52,10 @@ class FileCacheTest : public test::FilesTest {
     uint32_t reads;  // of the platform
   };
   static Answer Read(CDiskFile& file, int64_t offset, uint32_t count, uint32_t mode = kFromStart) {
-    std::string bytes(count, '#');
     const uint32_t jobs = Jobs();
-    const ZRError error = file.ReadAt(bytes.data(), &count, offset, mode);
+    ZRError error;
+    const std::string bytes = test::ReadBytes(file, offset, count, &error, mode);
     EXPECT_TRUE(qv::FileCacheIsConsistent());
-    EXPECT_TRUE(bytes.find_first_not_of('#', count) == std::string::npos) << "more than delivered";
-    bytes.resize(count);
     return {error, bytes, Jobs() - jobs};
   }
   static void ExpectPattern(CDiskFile& file, int64_t offset, uint32_t count, uint32_t reads) {
@@ -118,20 +114,6 @@ TEST_F(FileCacheTest, WhatIsReadFromTheDisk) {
   const Answer answer = Read(file, INT64_MAX - 10, 5);
   EXPECT_TRUE(answer.error == ZRErrEOF || answer.error == ZRErrSeek);
   EXPECT_EQ(answer.reads, 1u);
-}
-
-TEST_F(FileCacheTest, ReadsAtTheMarkMoveIt) {
-  CDiskFile file;
-  Open(file, 70000);
-  file.Seek(65000, kSeekStart);
-  std::string bytes(3000, '#');
-  for (uint32_t place : {65000u, 68000u}) {
-    uint32_t count = 3000;
-    EXPECT_EQ(file.Read(bytes.data(), &count), place == 65000 ? ZRErrNone : ZRErrEOF);
-    EXPECT_TRUE(bytes.substr(0, count) == Pattern(place, count));
-  }
-  EXPECT_EQ(file.mark(), 70000u);
-  EXPECT_EQ(file.ReadExact(bytes.data(), 2, 69999), ZRErrRange);
 }
 
 // A block, or two, have been read; then the file is written; then read, from the disk or not.

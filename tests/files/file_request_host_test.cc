@@ -9,12 +9,22 @@ namespace {
 
 class FileRequestHostTest : public test::FilesTest {
  protected:
+  FileRequestHostTest() { EXPECT_TRUE(test::WriteWholeFile(path_, "0123456789")); }
   ~FileRequestHostTest() override { host::ClearFaults(); }
+  // A request with the file opened.
+  FileRequest Open() {
+    FileRequest request;
+    request.operation = kFileRequestOpen;
+    request.path = path_.c_str();
+    request.access = GENERIC_READ | GENERIC_WRITE;
+    EXPECT_EQ(ZRFileWorkerRun(&request), 0u);
+    return request;
+  }
+  const std::string path_ = folder_ + "\\f";
 };
 
 // Each platform call of each request fails in turn; the request tells the platform's own number.
 TEST_F(FileRequestHostTest, EachRequestFailsWithThePlatformsNumber) {
-  test::WriteWholeFile(folder_ + "\\f", "0123456789");
   const struct {
     uint32_t operation;
     const char* call;
@@ -34,16 +44,12 @@ TEST_F(FileRequestHostTest, EachRequestFailsWithThePlatformsNumber) {
                {kFileRequestRemoveFolder, "RemoveDirectoryA"},
                {kFileRequestSetTimes, "SetFileTime"},
                {kFileRequestDelete, "DeleteFileA"}};
-  const std::string path = folder_ + "\\f";
   WIN32_FIND_DATAA found;
-  HANDLE file = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                            0, nullptr);
+  const FileRequest opened = Open();
   for (const auto& row : kRows) {
     SCOPED_TRACE(testing::Message() << row.operation << " " << row.call);
-    FileRequest request;
+    FileRequest request = opened;
     request.operation = row.operation;
-    request.path = path.c_str();
-    request.file = file;
     request.buffer = &found;
     request.count = 5;
     request.offset = 3;
@@ -55,8 +61,8 @@ TEST_F(FileRequestHostTest, EachRequestFailsWithThePlatformsNumber) {
     EXPECT_EQ(request.count, moves ? 0u : 5u);
     EXPECT_EQ(request.offset, row.operation == kFileRequestSeek ? 0u : 3u);
   }
-  EXPECT_TRUE(CloseHandle(file));
-  EXPECT_EQ(test::ReadWholeFile(path), "0123456789");
+  EXPECT_TRUE(CloseHandle(opened.file));
+  EXPECT_EQ(test::ReadWholeFile(path_), "0123456789");
 }
 
 // A place set before a transfer can fail too, once the platform takes no offsets.
@@ -76,13 +82,8 @@ TEST_F(FileRequestHostTest, PositionedTransfersAreGivenUpPerDirection) {
     for (bool reading : {true, false}) {
       SCOPED_TRACE(testing::Message() << refusal << reading);
       qv::ResetTransfersForTest();
-      ASSERT_TRUE(test::WriteWholeFile(folder_ + "\\f", "0123456789"));
-      const std::string path = folder_ + "\\f";
-      FileRequest request;
-      request.operation = kFileRequestOpen;
-      request.path = path.c_str();
-      request.access = GENERIC_READ | GENERIC_WRITE;
-      ASSERT_EQ(qv::RunFileRequest(request, false), 0u);
+      ASSERT_TRUE(test::WriteWholeFile(path_, "0123456789"));
+      FileRequest request = Open();
       char bytes[] = "ab";
       request.operation = reading ? kFileRequestRead : kFileRequestWrite;
       request.buffer = bytes;
@@ -96,7 +97,7 @@ TEST_F(FileRequestHostTest, PositionedTransfersAreGivenUpPerDirection) {
       EXPECT_EQ(qv::PositionedWrites(), reading);
       CloseHandle(request.file);
       EXPECT_STREQ(bytes, reading ? "45" : "ab");
-      EXPECT_EQ(test::ReadWholeFile(path), reading ? "0123456789" : "0123ab6789");
+      EXPECT_EQ(test::ReadWholeFile(path_), reading ? "0123456789" : "0123ab6789");
       host::ClearFaults();
     }
   }
@@ -104,8 +105,6 @@ TEST_F(FileRequestHostTest, PositionedTransfersAreGivenUpPerDirection) {
 
 // A transfer at a place is waited for, whatever the wait answers; one without cannot be.
 TEST_F(FileRequestHostTest, AnUnfinishedTransfer) {
-  test::WriteWholeFile(folder_ + "\\f", "0123456789");
-  const std::string path = folder_ + "\\f";
   const struct {
     uint32_t flags;
     DWORD wait;  // what the wait answers
@@ -117,11 +116,7 @@ TEST_F(FileRequestHostTest, AnUnfinishedTransfer) {
                {0, 0, ERROR_IO_PENDING, 0}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.wait);
-    FileRequest request;
-    request.operation = kFileRequestOpen;
-    request.path = path.c_str();
-    request.access = GENERIC_READ;
-    ASSERT_EQ(ZRFileWorkerRun(&request), 0u);
+    FileRequest request = Open();
     char bytes[5];
     request.operation = kFileRequestRead;
     request.buffer = bytes;

@@ -18,8 +18,9 @@ class FileRequestTest : public test::FilesTest {
     request_.operation = operation;
     return ZRFileWorkerRun(&request_);
   }
-  void Open() {
+  void Open(uint32_t platform_flags = 0) {
     ASSERT_EQ(Run(kFileRequestCreate), 0u);
+    request_.platform_flags = platform_flags;
     request_.access = GENERIC_READ | GENERIC_WRITE;
     ASSERT_EQ(Run(kFileRequestOpen), 0u);
   }
@@ -100,10 +101,7 @@ TEST_F(FileRequestTest, AFileFromBeginningToEnd) {
 
 // The platform may go on with such a transfer behind the call; the request is over all the same.
 TEST_F(FileRequestTest, AFileForOverlappedTransfers) {
-  ASSERT_EQ(Run(kFileRequestCreate), 0u);
-  request_.access = GENERIC_READ | GENERIC_WRITE;
-  request_.platform_flags = FILE_FLAG_OVERLAPPED;
-  ASSERT_EQ(Run(kFileRequestOpen), 0u);
+  Open(FILE_FLAG_OVERLAPPED);
   std::string written(1 << 20, 'w'), read(1 << 20, 'r');
   EXPECT_EQ(Transfer(kFileRequestWrite, written.data(), 1 << 20, 1 << 20), 0u);
   EXPECT_EQ(request_.count, 1u << 20);

@@ -19,9 +19,14 @@ class FileTasks : public test::WorkersTest {
  protected:
   FileTasks() {
     test::EmptyFolder(folder_);
+    CreateDirectoryA(folder_.c_str(), nullptr);
     qv::ResetFileCacheForTest();
   }
-  ~FileTasks() override { qv::ResetFileOptionsForTest(); }
+  ~FileTasks() override {
+    qv::ResetFileOptionsForTest();
+    test::EmptyFolder(folder_);
+    RemoveDirectoryA(folder_.c_str());
+  }
 
   std::string PathOf(const std::string& name) { return folder_ + "\\" + name; }
 
@@ -66,7 +71,6 @@ class FileTasks : public test::WorkersTest {
 };
 
 TEST_F(FileTasks, ManyAtOnce) {
-  CreateDirectoryA(folder_.c_str(), nullptr);
   uint64_t ticks = 0, longest = 0;
   RunWithWorkers([&] {
     ZRStartFileWorkers(true, true);
@@ -93,7 +97,6 @@ TEST_F(FileTasks, ManyAtOnce) {
 
 // The end waits for what tasks have begun; a file that is used later is used on the caller.
 TEST_F(FileTasks, TheEndOfTheFileLayer) {
-  CreateDirectoryA(folder_.c_str(), nullptr);
   constexpr int kUsers = 10;
   RunWithWorkers([&] {
     ZRStartFileWorkers(true, true);
@@ -109,8 +112,6 @@ TEST_F(FileTasks, TheEndOfTheFileLayer) {
     });
   });
   EXPECT_EQ(done_, kUsers + 1);
-  test::EmptyFolder(folder_);
-  RemoveDirectoryA(folder_.c_str());
 }
 
 }  // namespace

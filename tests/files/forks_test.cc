@@ -5,6 +5,7 @@
 
 #include "files/disk_file.h"
 #include "platform/windows_api.h"
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 
 namespace {
@@ -117,9 +118,7 @@ TEST_F(ForksTest, Streams) {
   EXPECT_EQ(entry.creator, 0x51756F72u);
   file.SetFork(kResourceFork);
   EXPECT_EQ(file.Open(kFileRead, kShareAll), ZRErrNone);
-  char bytes[5];
-  EXPECT_EQ(file.ReadExact(bytes, 5, 0), ZRErrNone);
-  EXPECT_EQ(std::string(bytes, 5), "12345");
+  EXPECT_EQ(test::ReadBytes(file, 0, 9), "12345");
   if (StreamsBelongToFiles()) {
     EXPECT_FALSE(DeleteFileA(path_.c_str())) << "its stream is open";
   }

@@ -2,17 +2,13 @@
 
 #include <string>
 
+#include "tests/files/file_bytes.h"
 #include "tests/files/files_fixture.h"
 
 namespace {
 
 class TextFileTest : public test::FilesTest {
  protected:
-  void Open(CDiskFile& file) {
-    ASSERT_EQ(file.SetPath((folder_ + "\\text").c_str()), ZRErrNone);
-    EXPECT_TRUE(file.Exists() || file.Create() == ZRErrNone);
-    ASSERT_EQ(file.OpenExclusive(), ZRErrNone);
-  }
   static std::string Line(CTextFile& file, ZRError expected = ZRErrNone) {
     char line[64];
     int32_t length = 63;
@@ -23,7 +19,7 @@ class TextFileTest : public test::FilesTest {
 
 TEST_F(TextFileTest, WritesAndReadsAtItsMark) {
   CTextFile file;
-  Open(file);
+  test::OpenNew(file, folder_ + "\\text", "");
   EXPECT_EQ(file.FileKind(), kTextFileKind);
   EXPECT_EQ(file.WriteText("x\ny", 3), ZRErrNone);
   int32_t length = 1;
@@ -46,21 +42,6 @@ TEST_F(TextFileTest, WritesAndReadsAtItsMark) {
   EXPECT_EQ(Line(file), "x");
   EXPECT_EQ(Line(file, ZRErrEOF), "") << "the limit is at 2";
   EXPECT_EQ(file.SetReadLimit(-1), ZRErrRange);
-}
-
-TEST_F(TextFileTest, APlainFileHasNoLines) {
-  CDiskFile file;
-  Open(file);
-  char line[8];
-  int32_t length = 7;
-  EXPECT_EQ(file.FileKind(), kPlainFileKind);
-  EXPECT_EQ(file.ReadLine(line, &length), ZRErrParam);
-  EXPECT_EQ(file.WriteLine("x", &length), ZRErrParam);
-  EXPECT_EQ(file.PrintText("x"), ZRErrParam);
-  EXPECT_EQ(file.WriteText("x", 1), ZRErrParam);
-  EXPECT_EQ(file.SetReadLimit(1), ZRErrParam);
-  EXPECT_EQ(file.SetLineEnding("\n"), ZRErrParam);
-  EXPECT_EQ(file.Seek(0, kSeekEnd), 0);
 }
 
 }  // namespace

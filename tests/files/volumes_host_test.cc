@@ -13,13 +13,24 @@ class VolumesHostTest : public test::FilesTest {
     host::ClearFaults();
     host::RemoveAddedDrives();
   }
+  static uint16_t AddDriveF(const host::TestDrive& drive) {
+    host::AddDrive('F', drive);
+    uint16_t volume;
+    ZRGetVolumeByIndex(0, &volume);
+    EXPECT_EQ(ZRVolumeFromPath("F:\\x", &volume), ZRErrNone);
+    return volume;
+  }
+  // The program's folder, with a volume in it.
+  void MakeLogical() {
+    ZRSetAppFolder(folder_.c_str());
+    CreateDirectoryA((folder_ + "\\Volumes").c_str(), nullptr);
+    CreateDirectoryA((folder_ + "\\Volumes\\One").c_str(), nullptr);
+  }
 };
 
 // A list of volumes is made whatever fails on the way, and is whole at the next look.
 TEST_F(VolumesHostTest, VolumesOutliveEveryFailure) {
-  ZRSetAppFolder(folder_.c_str());
-  CreateDirectoryA((folder_ + "\\Volumes").c_str(), nullptr);
-  CreateDirectoryA((folder_ + "\\Volumes\\One").c_str(), nullptr);
+  MakeLogical();
   for (const char* call :
        {"GetDriveTypeA", "GetFileAttributesA", "FindFirstFileExA", "FindNextFileA",
         "SHGetFolderPathA", "LoadLibraryA", "GetProcAddress", "FindClose"}) {
@@ -86,10 +97,7 @@ TEST_F(VolumesHostTest, LabelsAndNetworkNames) {
                {"a longer name", {DRIVE_REMOTE, "pub", longest + "n", 7}, "", "", ZRErrTooLong}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
-    host::AddDrive('F', row.drive);
-    uint16_t volume;
-    ZRGetVolumeByIndex(0, &volume);
-    ASSERT_EQ(ZRVolumeFromPath("F:\\x", &volume), ZRErrNone);
+    const uint16_t volume = AddDriveF(row.drive);
     VolumeInfo info;
     EXPECT_EQ(ZRGetDriveInfo(volume, false, 0xFFFF, &info), row.error);
     EXPECT_STREQ(info.label, row.label);
@@ -101,10 +109,7 @@ TEST_F(VolumesHostTest, LabelsAndNetworkNames) {
 }
 
 TEST_F(VolumesHostTest, NetworkCodes) {
-  host::AddDrive('F', {DRIVE_REMOTE, "pub", "\\\\srv\\pub", 7});
-  uint16_t volume;
-  ZRGetVolumeByIndex(0, &volume);
-  ASSERT_EQ(ZRVolumeFromPath("F:\\x", &volume), ZRErrNone);
+  const uint16_t volume = AddDriveF({DRIVE_REMOTE, "pub", "\\\\srv\\pub", 7});
   const struct {
     uint32_t nth;
     DWORD native;
@@ -133,10 +138,7 @@ TEST_F(VolumesHostTest, LabelsThatCannotBeRead) {
     const char* network;
   } kRows[] = {{DRIVE_CDROM, "", ""}, {DRIVE_REMOTE, "F:", "\\\\srv\\pub"}};
   for (const auto& row : kRows) {
-    host::AddDrive('F', {row.type, "disk", "\\\\srv\\pub", 7});
-    uint16_t volume;
-    ZRGetVolumeByIndex(0, &volume);
-    ASSERT_EQ(ZRVolumeFromPath("F:\\x", &volume), ZRErrNone);
+    const uint16_t volume = AddDriveF({row.type, "disk", "\\\\srv\\pub", 7});
     host::FailCall("GetVolumeInformationW", 1, 21);
     VolumeInfo info;
     EXPECT_EQ(ZRGetDriveInfo(volume, false, 0xFFFF, &info), ZRErrNone);
@@ -151,9 +153,7 @@ TEST_F(VolumesHostTest, LabelsThatCannotBeRead) {
 
 // While a worker looks at a volume, another task finds new ones.
 TEST_F(VolumesHostTest, TheListMayChangeUnderAQuery) {
-  ZRSetAppFolder(folder_.c_str());
-  CreateDirectoryA((folder_ + "\\Volumes").c_str(), nullptr);
-  CreateDirectoryA((folder_ + "\\Volumes\\One").c_str(), nullptr);
+  MakeLogical();
   uint16_t volume;
   ASSERT_EQ(ZRGetVolumeByIndex(0, &volume), ZRErrNone);
   const auto logical = static_cast<uint16_t>(ZRVolumeCount());

@@ -17,6 +17,13 @@ class VolumesTest : public test::FilesTest {
     CreateDirectoryA((folder_ + "\\Volumes").c_str(), nullptr);
     ASSERT_TRUE(CreateDirectoryA((folder_ + "\\Volumes\\" + name).c_str(), nullptr));
   }
+  // Looks at what is there now; the number of the last volume.
+  static uint16_t Refresh() {
+    uint16_t first;
+    EXPECT_EQ(ZRGetVolumeByIndex(0, &first), ZRErrNone);
+    EXPECT_EQ(first, 1);
+    return static_cast<uint16_t>(ZRVolumeCount());
+  }
   static uint16_t VolumeOf(const std::string& path) {
     uint16_t volume;
     const ZRError error = ZRVolumeFromPath(path.c_str(), &volume);
@@ -32,9 +39,8 @@ class VolumesTest : public test::FilesTest {
 
 TEST_F(VolumesTest, DrivesAndFoldersHaveNumbers) {
   MakeLogical("Archive");
-  uint16_t volume, first;
-  ASSERT_EQ(ZRGetVolumeByIndex(0, &first), ZRErrNone);
-  EXPECT_EQ(first, 1);
+  Refresh();
+  uint16_t volume;
   std::vector<std::string> names;
   uint32_t index = 0;
   while (ZRGetVolumeByIndex(index, &volume) == ZRErrNone) names.push_back(NameOf(volume)), ++index;
@@ -45,8 +51,7 @@ TEST_F(VolumesTest, DrivesAndFoldersHaveNumbers) {
   // A new one gets a new number; a lost one keeps its own.
   MakeLogical("Second");
   RemoveDirectoryA((folder_ + "\\Volumes\\Archive").c_str());
-  ASSERT_EQ(ZRGetVolumeByIndex(0, &volume), ZRErrNone);
-  EXPECT_EQ(ZRVolumeCount(), names.size() + 1);
+  EXPECT_EQ(Refresh(), names.size() + 1);
   const auto archive = static_cast<uint16_t>(names.size());
   EXPECT_EQ(NameOf(archive), "Archive");
   EXPECT_FALSE(ZRIsVolumeOnline(archive));
@@ -59,18 +64,14 @@ TEST_F(VolumesTest, ALongNameStaysWhole) {
   const std::string name(100, 'v');
   MakeLogical(name);
   test::WriteWholeFile(folder_ + "\\Volumes\\file", "no volume");
-  uint16_t first;
-  ASSERT_EQ(ZRGetVolumeByIndex(0, &first), ZRErrNone);
-  const uint16_t volume = VolumeOf(folder_ + "\\Volumes\\" + name + "\\f");
+  const uint16_t last = Refresh(), volume = VolumeOf(folder_ + "\\Volumes\\" + name + "\\f");
   EXPECT_EQ(NameOf(volume), name);
-  EXPECT_EQ(volume, ZRVolumeCount());
+  EXPECT_EQ(volume, last);
 }
 
 TEST_F(VolumesTest, TheLongestRootWins) {
   MakeLogical("Archive");
-  uint16_t first;
-  ASSERT_EQ(ZRGetVolumeByIndex(0, &first), ZRErrNone);
-  const auto logical = static_cast<uint16_t>(ZRVolumeCount());
+  const uint16_t logical = Refresh();
   EXPECT_EQ(VolumeOf(folder_ + "\\Volumes\\Archive"), logical);
   EXPECT_EQ(VolumeOf(folder_ + "\\volumes\\ARCHIVE\\deep\\f"), logical);
   const uint16_t drive = VolumeOf("C:\\");
@@ -85,10 +86,8 @@ TEST_F(VolumesTest, TheLongestRootWins) {
 
 TEST_F(VolumesTest, Information) {
   MakeLogical("Archive");
-  uint16_t first;
-  ASSERT_EQ(ZRGetVolumeByIndex(0, &first), ZRErrNone);
+  const uint16_t logical = Refresh();
   VolumeInfo info;
-  const auto logical = static_cast<uint16_t>(ZRVolumeCount());
   ASSERT_EQ(ZRGetDriveInfo(logical, true, 0xFFFF, &info), ZRErrNone);
   EXPECT_EQ(info.network_name, "[Logical " + std::to_string(logical) + "]");
   EXPECT_STREQ(info.label, "Archive");

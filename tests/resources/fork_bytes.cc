@@ -1,6 +1,7 @@
 #include "tests/resources/fork_bytes.h"
 
 #include <algorithm>
+#include <climits>
 #include <ostream>
 
 namespace test {
@@ -80,50 +81,6 @@ ForkContents ReadFork(const std::string& bytes, bool may_go_on) {
   return contents;
 }
 
-ForkBuilder& ForkBuilder::Add(const std::string& type, int number, const std::string& body,
-                              const std::string& name, int attributes) {
-  entries_.push_back({type, number, name, body});
-  attributes_.push_back(attributes);
-  return *this;
-}
-
-std::string ForkBuilder::Build() const {
-  std::string data, types, references, names;
-  std::vector<std::string> order;
-  for (const ForkEntry& entry : entries_) {
-    if (std::find(order.begin(), order.end(), entry.type) == order.end()) {
-      order.push_back(entry.type);
-    }
-  }
-  std::vector<uint32_t> offsets;
-  for (const ForkEntry& entry : entries_) {
-    offsets.push_back(static_cast<uint32_t>(data.size()));
-    data += Big(static_cast<uint32_t>(entry.body.size()), 4) + entry.body;
-  }
-  uint32_t first = 2 + 8 * static_cast<uint32_t>(order.size());
-  for (const std::string& type : order) {
-    uint32_t count = 0;
-    for (size_t i = 0; i < entries_.size(); ++i) {
-      if (entries_[i].type != type) continue;
-      ++count;
-      const std::string& name = entries_[i].name;
-      references += Big(static_cast<uint16_t>(entries_[i].number), 2) +
-                    Big(name.empty() ? 0xFFFF : static_cast<uint32_t>(names.size()), 2) +
-                    Big(static_cast<uint32_t>(attributes_[i]), 1) + Big(offsets[i], 3) + Big(0, 4);
-      if (!name.empty()) names += static_cast<char>(name.size()) + name;
-    }
-    types += type + Big(count - 1, 2) + Big(first, 2);
-    first += 12 * count;
-  }
-  const auto data_size = static_cast<uint32_t>(data.size());
-  const std::string lists = types + references;
-  const std::string header = Big(256, 4) + Big(256 + data_size, 4) + Big(data_size, 4) +
-                             Big(static_cast<uint32_t>(30 + lists.size() + names.size()), 4);
-  return header + std::string(240, 0) + data + header + std::string(8, 0) + Big(28, 2) +
-         Big(static_cast<uint32_t>(30 + lists.size()), 2) +
-         Big(static_cast<uint32_t>(order.size()) - 1, 2) + lists + names;
-}
-
 std::string WithoutHandles(std::string bytes) {
   const size_t map = Peek(bytes, 4, 4);
   const size_t types = Peek(bytes, map + 28, 2) + 1;
@@ -147,6 +104,14 @@ void ForkModel::Add(const std::string& type, int number, const std::string& body
   if (resources_[type].empty()) types_.push_back(type);
   resources_[type].push_back({number, name, body, -1, true, next_id_++});
   if (!name.empty()) names_.push_back(name);
+}
+
+ForkBuilder& ForkBuilder::Add(const std::string& type, int number, const std::string& body,
+                              const std::string& name) {
+  model_.data_order_.push_back(model_.next_id_);
+  model_.Add(type, number, body, name);
+  model_.Find(type, number).written = INT_MAX;  // so that it keeps its place
+  return *this;
 }
 
 void ForkModel::Change(const std::string& type, int number, const std::string& body) {

@@ -28,18 +28,6 @@ struct ForkContents {
 };
 ForkContents ReadFork(const std::string& bytes, bool may_go_on = false);
 
-// A file made from its parts. The defaults make a right one; tests then break a field.
-class ForkBuilder {
- public:
-  ForkBuilder& Add(const std::string& type, int number, const std::string& body,
-                   const std::string& name = "", int attributes = 0);
-  std::string Build() const;
-
- private:
-  std::vector<ForkEntry> entries_;
-  std::vector<int> attributes_;
-};
-
 std::string Big(uint32_t value, int bytes);
 // Writes a number over the bytes at a place.
 void Poke(std::string& bytes, size_t at, uint32_t value, int width);
@@ -59,6 +47,7 @@ class ForkModel {
   std::vector<ForkEntry> Entries() const;
 
  private:
+  friend class ForkBuilder;
   struct Resource {
     int number;
     std::string name, body;
@@ -72,6 +61,18 @@ class ForkModel {
   std::vector<int> data_order_;  // ids, as the bodies lie
   std::vector<std::string> names_;
   int next_id_ = 1;
+};
+
+// A right file made from its parts, whose bodies lie in the order in which they were added. Names
+// differ from each other. Tests then break a field.
+class ForkBuilder {
+ public:
+  ForkBuilder& Add(const std::string& type, int number, const std::string& body,
+                   const std::string& name = "");
+  std::string Build() const { return ForkModel(model_).Update(); }
+
+ private:
+  ForkModel model_;
 };
 
 }  // namespace test

@@ -63,35 +63,39 @@ int Record(qv::ResourceTypeCode type, int32_t number, void* user_data) {
   return visit.seen.size() == visit.stop_after ? 1 : visit.answer;
 }
 
-TEST_F(ModuleSourceTest, EnumeratesATypeUntilTheCallbackAnswersOne) {
-  const auto test = ResourceType("TEST");
-  Visit all;
-  EXPECT_EQ(qv::ModuleSource().Enumerate(test, Record, &all), 3u);
-  EXPECT_EQ(all.seen, (decltype(all.seen){{test, 7}, {test, 9}, {test, 11}}));
-
-  Visit other_answers{{}, 2};
-  EXPECT_EQ(qv::ModuleSource().Enumerate(ResourceType("test"), Record, &other_answers), 3u);
-
-  Visit stopped{{}, 0, 2};
-  EXPECT_EQ(qv::ModuleSource().Enumerate(test, Record, &stopped), 2u);
-
-  Visit tables;
+TEST_F(ModuleSourceTest, Enumerates) {
+  const auto test = ResourceType("TEST"), version = ResourceType("VERS");
+  const struct {
+    const char* name;
+    qv::ResourceTypeCode type;
+    int answer;
+    size_t stop_after;
+    size_t count;
+    std::pair<qv::ResourceTypeCode, int32_t> first, last;
+  } kRows[] = {
+      {"a type", test, 0, 1000, 3, {test, 7}, {test, 11}},
+      {"in another letter case", ResourceType("test"), 0, 1000, 3, {test, 7}, {test, 11}},
+      {"an answer that does not count", test, 2, 1000, 3, {test, 7}, {test, 11}},
+      {"until the answer is 1", test, 0, 2, 2, {test, 7}, {test, 9}},
+      {"a type of the platform", version, 0, 1000, 1, {version, 1}, {version, 1}},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    Visit visit{{}, row.answer, row.stop_after};
+    EXPECT_EQ(qv::ModuleSource().Enumerate(row.type, Record, &visit), row.count);
+    ASSERT_EQ(visit.seen.size(), row.count);
+    EXPECT_EQ(visit.seen.front(), row.first);
+    EXPECT_EQ(visit.seen.back(), row.last);
+  }
+  Visit tables, short_name, none, everything, first{{}, 0, 1};
   EXPECT_EQ(qv::ModuleSource().Enumerate(ResourceType("CHUC"), Record, &tables), 120u);
   EXPECT_EQ(tables.seen.front().second, 128);
   EXPECT_EQ(tables.seen.back().second, 247);
-  Visit none;
-  EXPECT_EQ(qv::ModuleSource().Enumerate(ResourceType("NONE"), Record, &none), 0u);
-}
-
-TEST_F(ModuleSourceTest, EnumeratesPlatformTypesByTheirNames) {
-  Visit version, short_name, everything;
-  EXPECT_EQ(qv::ModuleSource().Enumerate(ResourceType("VERS"), Record, &version), 1u);
-  EXPECT_EQ(version.seen.at(0), std::make_pair(ResourceType("VERS"), 1));
   EXPECT_EQ(qv::ModuleSource().Enumerate(ResourceType("STR "), Record, &short_name), 1u);
+  EXPECT_EQ(qv::ModuleSource().Enumerate(ResourceType("NONE"), Record, &none), 0u);
   const uint32_t count = qv::ModuleSource().Enumerate(0, Record, &everything);
   EXPECT_GT(count, 120u + 13 + 5);
   EXPECT_EQ(everything.seen.size(), count);
-  Visit first{{}, 0, 1};
   EXPECT_EQ(qv::ModuleSource().Enumerate(0, Record, &first), 1u);  // the stop ends all types
 }
 
@@ -171,25 +175,6 @@ TEST_F(ModuleSourceTest, EnumeratesNamesAndNumbers) {
   EXPECT_EQ(names, (std::vector<std::string>{"0BANNER", "0" + std::string(79, 'N'), "7", "9"}));
 }
 
-TEST_F(ModuleSourceTest, DoesNotOfferWhatFilesDo) {
-  CModuleRes& source = qv::ModuleSource();
-  const auto type = ResourceType("TEST");
-  ZRHandle handle = source.GetResource(type, 7);
-  EXPECT_EQ(source.ReleaseResource(&handle), ZRErrNotSupported);
-  EXPECT_EQ(handle, source.GetResource(type, 7));
-  const ZRError answers[] = {source.Create(nullptr, 0, 0),
-                             source.EnumTypes(nullptr, nullptr),
-                             source.GetResourceName(type, 7, nullptr),
-                             source.GetResourceNumberByName(type, nullptr, nullptr),
-                             source.SetResourceName(type, 7, nullptr),
-                             source.RemoveResource(type, 7),
-                             source.ChangedResource(type, 7),
-                             source.AddResource(handle, type, 70, nullptr),
-                             source.UpdateFile(),
-                             source.ReloadResource(handle)};
-  for (const ZRError answer : answers) EXPECT_EQ(answer, ZRErrNotSupported);
-}
-
 TEST_F(ModuleSourceTest, DeliversTheStringsOfItsLists) {
   ASSERT_EQ(LoadCharsetTables(), ZRErrNone);
   const struct {
@@ -200,6 +185,10 @@ TEST_F(ModuleSourceTest, DeliversTheStringsOfItsLists) {
   } kRows[] = {
       {"the first", 999, 1, 255, kUtf8, "Ctrl+"},
       {"the fifth", 999, 5, 255, kUtf8, "Option+"},
+      {"of a question", 2, 3, 255, kUtf8, "OK"},
+      {"another one's", 3, 3, 255, kUtf8, "Yes"},
+      {"the last of three", 4, 5, 255, kUtf8, "Cancel"},
+      {"a place for a text", 4, 2, 255, kUtf8, "^1"},
       {"cut", 999, 5, 3, kUtf8, "Opt"},
       {"a maximum of 0", 999, 5, 0, kUtf8, ""},
       {"behind the last", 999, 6, 255, kUtf8, nullptr},
@@ -293,23 +282,6 @@ TEST(ResourceTypes, OfPlatformNumbers) {
                {13, "??13"}, {16, "VERS"}, {17, "????"}, {0xFFFFFFFF, "????"}};
   for (const auto& row : kRows) {
     EXPECT_EQ(qv::TypeOfPlatformNumber(row.number), ResourceType(row.type)) << row.number;
-  }
-}
-
-// The strings of the library, through the platform's own call.
-TEST(ModuleStrings, StandInTheirLists) {
-  const struct {
-    UINT list, index;
-    const char* text;
-  } kRows[] = {{1, 1, "^0"},       {1, 3, "OK"},         {2, 4, "Cancel"},    {3, 3, "Yes"},
-               {4, 5, "Cancel"},   {4, 2, "^1"},         {999, 1, "Ctrl+"},   {999, 2, "Alt+"},
-               {999, 3, "Shift+"}, {999, 4, "Command+"}, {999, 5, "Option+"}, {1, 4, ""}};
-  for (const auto& row : kRows) {
-    char buffer[32] = "before";
-    const int length = LoadStringA(GetModuleHandleA(nullptr), row.list * 16 + row.index - 1, buffer,
-                                   sizeof buffer);
-    EXPECT_EQ(length, static_cast<int>(std::string(row.text).size()));
-    EXPECT_STREQ(length > 0 ? buffer : "", row.text);
   }
 }
 

@@ -50,19 +50,21 @@ TEST_F(ResourceChain, AsksInOrder) {
   const auto type = ResourceType("TEST");
   const struct {
     const char* name;
-    std::vector<test::MemorySource*> holders;
+    std::vector<std::string> holders;
     const char *off, *on;  // with the extra files off and on
   } kRows[] = {
-      {"all", {b_, main_, a_}, "main", "b"}, {"not in b", {main_, a_}, "main", "main"},
-      {"only in a", {a_}, "none", "a"},      {"only in b", {b_}, "none", "b"},
+      {"all", {"b", "main", "a"}, "main", "b"}, {"not in b", {"main", "a"}, "main", "main"},
+      {"only in a", {"a"}, "none", "a"},        {"only in b", {"b"}, "none", "b"},
       {"in none", {}, "none", "none"},
   };
   int32_t number = 100;
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     ++number;
-    for (test::MemorySource* holder : row.holders) {
-      const std::string text = holder == main_ ? "main" : holder == a_ ? "a" : "b";
+    const std::map<std::string, test::MemorySource*> files{
+        {"main", main_}, {"a", a_}, {"b", b_}, {"none", nullptr}};
+    for (const std::string& text : row.holders) {
+      test::MemorySource* holder = files.at(text);
       holder->Add(qv::kStringType, number, static_cast<char>(text.size()) + text);
       holder->Add(type, number, text, "name " + std::to_string(number));
       holder->AddList(number, {text});
@@ -73,10 +75,7 @@ TEST_F(ResourceChain, AsksInOrder) {
       ZRUseExtraResourceFiles(extra);
       const std::string expected = extra ? row.on : row.off;
       EXPECT_EQ(First(number), expected);
-      EXPECT_EQ(qv::FindFileWithResource(type, number), expected == "b"      ? b_
-                                                        : expected == "a"    ? a_
-                                                        : expected == "main" ? main_
-                                                                             : nullptr);
+      EXPECT_EQ(qv::FindFileWithResource(type, number), files.at(expected));
       Str255 item;
       EXPECT_EQ(ZRGetIndString(item, number, 1, 255), expected != "none");
       EXPECT_EQ(Text(item), expected == "none" ? "" : expected);

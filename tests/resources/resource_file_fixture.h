@@ -12,6 +12,7 @@
 #include "files/disk_file.h"
 #include "memory/handle_bytes.h"
 #include "resources/resource_file.h"
+#include "tests/files/file_bytes.h"
 #include "tests/resources/fork_bytes.h"
 #include "tests/test_platform.h"
 
@@ -121,10 +122,7 @@ class ResourceFileTest : public testing::Test {
   // The bytes of the file; through the source's own file object while that shares it with nobody.
   std::string File() const {
     if (source_ == nullptr || file_ == nullptr || !file_->IsOpen()) return ReadWholeFile(path_);
-    std::string bytes(static_cast<size_t>(file_->Seek(0, kSeekEnd)), '\0');
-    auto count = static_cast<uint32_t>(bytes.size());
-    EXPECT_EQ(file_->RawReadAt(bytes.data(), &count, 0), ZRErrNone);
-    return bytes.substr(0, count);
+    return DiskBytes(*file_, 0, static_cast<uint32_t>(file_->Seek(0, kSeekEnd)));
   }
   void Put(const std::string& bytes) { ASSERT_TRUE(WriteWholeFile(path_, bytes)); }
   StoppingFile* NewFile() const {

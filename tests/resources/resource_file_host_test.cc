@@ -15,9 +15,6 @@ using test::ForkBuilder;
 class ResourceFileHost : public test::ResourceFileTest {
  protected:
   ~ResourceFileHost() override { host::ClearFaults(); }
-  static std::string Before() {
-    return ForkBuilder().Add("TEXT", 1, std::string(30000, 'a'), "one").Add("TEXT", 2, "b").Build();
-  }
   // With the system's own calls for everything.
   ZRError OpenPlain(CRezFmt& source, bool read_only = false) {
     CDiskFile* file = new CDiskFile;
@@ -36,22 +33,25 @@ class ResourceFileHost : public test::ResourceFileTest {
     if (error == ZRErrNone) error = source.AddResource(added, type, 3, nullptr);
     return error == ZRErrNone ? source.UpdateFile() : error;
   }
+
+  const std::string before_ =
+      ForkBuilder().Add("TEXT", 1, std::string(30000, 'a'), "one").Add("TEXT", 2, "b").Build();
+  const std::vector<test::ForkEntry> old_entries_ = test::ReadFork(before_).entries,
+                                     new_entries_ = {{"TEXT", 1, "one", std::string(70000, 'A')},
+                                                     {"TEXT", 2, "", "b"},
+                                                     {"TEXT", 3, "", "added"}};
 };
 
 // Each platform call fails once, or from then on: an error, the old or the new contents, nothing
 // left open.
 TEST_F(ResourceFileHost, EachCallFailsInTurn) {
-  const auto old_entries = test::ReadFork(Before()).entries;
-  auto new_entries = old_entries;
-  new_entries[0].body.assign(70000, 'A');
-  new_entries.push_back({"TEXT", 3, "", "added"});
   for (const char* call : {"CreateFileA", "ReadFile", "WriteFile", "SetFilePointer",
                            "FlushFileBuffers", "SetEndOfFile"}) {
     for (const bool from_then_on : {false, true}) {
       uint32_t n = 0;
       for (bool struck = true; struck;) {
         SCOPED_TRACE(testing::Message() << call << " " << ++n << from_then_on);
-        Put(Before());
+        Put(before_);
         const uint32_t open_handles = host::OpenHandles();
         auto source = std::make_unique<CRezFmt>();
         host::FailCall(call, n, ERROR_DISK_FULL, from_then_on);
@@ -63,9 +63,9 @@ TEST_F(ResourceFileHost, EachCallFailsInTurn) {
         source.reset();
         EXPECT_EQ(host::OpenHandles(), open_handles);
         const auto entries = Reread(File());
-        ASSERT_TRUE(entries == old_entries || entries == new_entries);
+        ASSERT_TRUE(entries == old_entries_ || entries == new_entries_);
         if (error == ZRErrNone) {
-          EXPECT_EQ(entries, new_entries);
+          EXPECT_EQ(entries, new_entries_);
         }
         // What measures the file may fail without harm.
         EXPECT_TRUE(struck || error == ZRErrNone);
@@ -106,7 +106,7 @@ TEST_F(ResourceFileHost, CreatingFails) {
 
 // A file that cannot be opened leaves nothing behind in the chain.
 TEST_F(ResourceFileHost, TheChainOpensNothing) {
-  Put(Before());
+  Put(before_);
   qv::ResetResourceChainForTest();
   for (const char* call : {"CreateFileA", "ReadFile", "GetFileAttributesA"}) {
     for (uint32_t n = 1;; ++n) {
@@ -140,14 +140,10 @@ TEST_F(ResourceFileHost, KilledProcesses) {
    private:
     int at_;
   };
-  const auto old_entries = test::ReadFork(Before()).entries;
-  auto new_entries = old_entries;
-  new_entries[0].body.assign(70000, 'A');
-  new_entries.push_back({"TEXT", 3, "", "added"});
   int old_ones = 0, new_ones = 0;
   for (int at = 1;; ++at) {
     SCOPED_TRACE(at);
-    Put(Before());
+    Put(before_);
     const pid_t child = fork();
     if (child == 0) {
       CRezFmt source;
@@ -164,13 +160,13 @@ TEST_F(ResourceFileHost, KilledProcesses) {
     }
     ASSERT_EQ(WTERMSIG(status), SIGKILL);
     const auto entries = Reread(File());
-    ASSERT_TRUE(entries == old_entries || entries == new_entries);
-    ++(entries == old_entries ? old_ones : new_ones);
+    ASSERT_TRUE(entries == old_entries_ || entries == new_entries_);
+    ++(entries == old_entries_ ? old_ones : new_ones);
     ASSERT_LT(at, 50);
   }
   EXPECT_GE(old_ones, 2);
   EXPECT_GE(new_ones, 2);
-  EXPECT_EQ(test::ReadFork(File()).entries, new_entries);
+  EXPECT_EQ(test::ReadFork(File()).entries, new_entries_);
 }
 
 }  // namespace

@@ -53,42 +53,23 @@ TEST(ResourceMapLock, CountsAndReports) {
   ZRSetMessageHook(nullptr);
 }
 
-struct Allocations {
-  uint32_t left = 0;  // until one fails; 0: none fails
+// Of the blocks to come one fails, and those behind it where that is said.
+struct BlockFaults {
+  uint32_t left = 0;  // until one fails; 0: none does
   bool from_then_on = false;
   uint32_t struck = 0;
+
+  bool Strikes() {
+    const bool fails = left == 1;
+    if (left > 1 || (fails && !from_then_on)) --left;
+    struck += fails;
+    return fails;
+  }
 };
-Allocations& Faults() {
-  static Allocations faults;
+BlockFaults& Faults() {
+  static BlockFaults faults;
   return faults;
 }
-
-// The n-th next block of a handle is not to be had.
-class FailingBlocks {
- public:
-  FailingBlocks(uint32_t nth, bool from_then_on) {
-    Faults() = {nth, from_then_on, 0};
-    original_ = qv::GlobalRawBlocks().reallocate;
-    Original() = original_;
-    qv::GlobalRawBlocks().reallocate = [](void* block, uint32_t size) -> void* {
-      Allocations& faults = Faults();
-      const bool fails = faults.left == 1;
-      if (faults.left > 1 || (fails && !faults.from_then_on)) --faults.left;
-      if (!fails) return Original()(block, size);
-      ++faults.struck;
-      return nullptr;
-    };
-  }
-  ~FailingBlocks() { qv::GlobalRawBlocks().reallocate = original_; }
-
- private:
-  using Reallocate = void* (*)(void*, uint32_t);
-  static Reallocate& Original() {
-    static Reallocate original;
-    return original;
-  }
-  Reallocate original_;
-};
 
 class ResourceMapMemory : public test::ResourceFileTest {};
 
@@ -127,12 +108,13 @@ TEST_F(ResourceMapMemory, EachBlockFailsInTurn) {
         ASSERT_EQ(OpenBytes(before), ZRErrNone);
         added = test::HandleOf("added");
         source_->GetResource(text, 1);
-        ZRError error = ZRErrNone;
-        {
-          const FailingBlocks fault(n, from_then_on);
-          error = row.run(*source_);
-          struck = Faults().struck;
-        }
+        Faults() = {n, from_then_on};
+        qv::GlobalRawBlocks().reallocate = [](void* block, uint32_t size) -> void* {
+          return Faults().Strikes() ? nullptr : std::realloc(block, size);
+        };
+        const ZRError error = row.run(*source_);
+        qv::ResetRawBlocksForTest();
+        struck = Faults().struck;
         EXPECT_EQ(error, struck > 0 ? ZRErrResMemory : ZRErrNone);
         if (struck > 0) {
           const bool is_open = std::string(row.name) != "open";
@@ -166,12 +148,9 @@ TEST_F(ResourceMapMemory, EachWorkAreaFailsInTurn) {
       if (in_range) source_->SetForkRange(0, static_cast<int64_t>(before.size()));
       ASSERT_EQ(OpenInto(*source_, false), ZRErrNone);
       ASSERT_EQ(Change("TEXT", 1, "two"), ZRErrNone);
-      Faults() = {n, true, 0};
-      qv::GlobalHooks().allocate = [](size_t size) -> void* {
-        Allocations& faults = Faults();
-        if (faults.left == 1) return ++faults.struck, nullptr;
-        if (faults.left > 1) --faults.left;
-        return std::malloc(size);
+      Faults() = {n, true};
+      qv::GlobalHooks().allocate = [](size_t size) {
+        return Faults().Strikes() ? nullptr : std::malloc(size);
       };
       const ZRError error = source_->UpdateFile();
       qv::ResetHooksForTest();

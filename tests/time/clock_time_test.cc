@@ -45,7 +45,6 @@ TEST_F(ClockTime, ReadsTheTwelveHourClock) {
   const ReadRow kRows[] = {
       {"9:30p", "2 21:30 9:30 PM", "3 21:30 9:30P"},
       {"9:30 PM", "3 21:30 9:30 PM", "3 21:30 9:30 PM"},
-      {"9:30 pm", "2 21:30 9:30 PM", "3 21:30 9:30 PM"},
       {"12:05a", "2 0:5 12:05 AM", "3 0:5 12:05A"},
       {"0:05 AM", "2 0:5 12:05 AM", "3 0:5 0:05 AM"},
       {"0:05", "2 0:5 12:05 AM", "3 0:5 0:05"},
@@ -62,7 +61,6 @@ TEST_F(ClockTime, ReadsTheTwelveHourClock) {
       {"9:5", "2 9:5 9:05 AM", "3 9:5 9:5"},
       {"9 o'clock p", "2 21:0 9:00 PM", "3 21:0 9 O'CLOCK P"},
       {"9:30 xam", "2 9:30 9:30 AM", "3 9:30 9:30 XAM"},
-      {"9:30 p.m.", "0 0:0 9:30 P.M.", "0 0:0 9:30 P.M."},
       {"9:30 px", "0 0:0 9:30 PX", "0 0:0 9:30 PX"},
       {"9:30 pm ", "0 0:0 9:30 PM ", "0 0:0 9:30 PM "},
       {":30 a", "2 0:30 12:30 AM", "3 0:30 :30 A"},
@@ -83,7 +81,6 @@ TEST_F(ClockTime, ReadsTheTwelveHourClock) {
 TEST_F(ClockTime, ReadsTheTwentyFourHourClock) {
   qv::SetClockHours(ClockHours::kTwentyFour);
   const ReadRow kRows[] = {
-      {"21:30", "2 21:30 21:30", "3 21:30 21:30"},
       {"9.5p", "2 21:5 21:05", "3 21:5 21:05"},
       {"12:05 am", "2 0:5 0:05", "3 0:5 0:05"},
       {"0:00", "2 0:0 0:00", "3 0:0 0:00"},

@@ -45,9 +45,8 @@ TEST_F(Zones, Offsets) {
     uint32_t zone;
     const char* offsets;
   } kRows[] = {
-      {"Paris in winter", At(2026, 1, 1, 0), TimeKind::kLocal, kParis, "3600 3600 0"},
-      {"Paris in summer", At(2026, 7, 1, 0), TimeKind::kLocal, kParis, "7200 3600 3600"},
-      {"before its summer", At(2026, 3, 29, 1) - 1, TimeKind::kUniversal, kParis, "3600 3600 0"},
+      {"before the summer of Paris", At(2026, 3, 29, 1) - 1, TimeKind::kUniversal, kParis,
+       "3600 3600 0"},
       {"its summer begins", At(2026, 3, 29, 1), TimeKind::kUniversal, kParis, "7200 3600 3600"},
       {"the same on a clock", At(2026, 3, 29, 2), TimeKind::kLocal, kParis, "7200 3600 3600"},
       {"the hour that comes twice", At(2026, 10, 25, 2), TimeKind::kLocal, kParis, "3600 3600 0"},
@@ -248,26 +247,21 @@ TEST_F(ZoneSources, DamagedRulesServeUpToTheirError) {
 // --- several callers ---
 
 TEST_F(Zones, ThreadsShareWhatOneLoadsAndWorksOut) {
-  constexpr uint32_t kZones[] = {kParis, kLondon, kNewYork, kTokyo, 18350832, 20972274, 76023592};
+  const struct {
+    uint32_t zone;
+    int32_t total;
+  } kRows[] = {{kParis, 7200},     {kLondon, 3600},   {kNewYork, -14400}, {kTokyo, 32400},
+               {18350832, -10800}, {20972274, -9000}, {76023592, 36000}};
   const uint32_t summer = At(2026, 7, 1, 12);
-  const uint32_t expected[] = {7200,
-                               3600,
-                               static_cast<uint32_t>(-14400),
-                               32400,
-                               static_cast<uint32_t>(-10800),
-                               static_cast<uint32_t>(-9000),
-                               36000};
   std::atomic<int> wrong = 0, running = 4;
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       for (size_t i = 0; i < 3000; ++i) {
-        const size_t zone = (i + t) % std::size(kZones);
+        const auto& row = kRows[(i + t) % std::size(kRows)];
         ZRZoneOffsets offsets;
-        if (!ZRTimeZoneOffsets(summer, TimeKind::kLocal, kZones[zone], &offsets) ||
-            static_cast<uint32_t>(offsets.total) != expected[zone]) {
-          ++wrong;
-        }
+        const bool found = ZRTimeZoneOffsets(summer, TimeKind::kLocal, row.zone, &offsets);
+        wrong += found && offsets.total == row.total ? 0 : 1;
       }
       --running;
     });

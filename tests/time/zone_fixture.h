@@ -15,18 +15,20 @@
 
 namespace test {
 
-class Zones : public testing::Test {
+template <typename Base>
+class ZonesOf : public Base {
  protected:
-  Zones() {
+  ZonesOf() {
     ZRReleaseTimeZones();
     ZRInitModuleResources(GetModuleHandleA(nullptr));
   }
-  ~Zones() override {
+  ~ZonesOf() override {
     qv::ResetHooksForTest();
     ZRReleaseTimeZones();
     qv::ResetResourceChainForTest();
   }
 };
+using Zones = ZonesOf<testing::Test>;
 
 // Keeps the errors and counts the yields.
 class KeepingParser final : public qv::TZDataParser {

@@ -20,14 +20,8 @@ int32_t TotalOf(uint32_t zone) {
   return ZRTimeZoneOffsets(5, TimeKind::kLocal, zone, &offsets) ? offsets.total : -1;
 }
 
-class ZoneTasks : public test::KernelTest {
+class ZoneTasks : public test::ZonesOf<test::KernelTest> {
  protected:
-  ZoneTasks() {
-    ZRReleaseTimeZones();
-    ZRInitModuleResources(GetModuleHandleA(nullptr));
-  }
-  ~ZoneTasks() override { qv::ResetResourceChainForTest(); }
-
   // Runs tasks over data that are not loaded. What a killed task leaves allocated is its own.
   void RunOverNothing(const std::function<void()>& create) {
     const int32_t result = Run([&] {
