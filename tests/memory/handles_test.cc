@@ -40,11 +40,15 @@ TEST_F(HandlesTest, AnEmptyHandleLocksToTheSharedBlock) {
   EXPECT_NE(ZRLockHandle(one), block);
 }
 
-TEST_F(HandlesTest, TheSameSizeKeepsTheBlock) {
+TEST_F(HandlesTest, TheSameSizeKeepsTheBlockUnlessPurged) {
   const ZRHandle handle = ZRNewHandle(2);
   const uint32_t before = World().allocations;
   EXPECT_EQ(ZRSetHandleSize(handle, 2), 0);
   EXPECT_EQ(World().allocations, before);
+  ZRMarkHandlePurgeable(handle);
+  ZRPurgeHandles(0);
+  EXPECT_EQ(ZRSetHandleSize(handle, 2), 0);
+  EXPECT_EQ(World().blocks.size(), 2u) << "the table's and a fresh one";
 }
 
 TEST_F(HandlesTest, StateOutIsTheStateBeforeTheLock) {
