@@ -48,8 +48,7 @@ using qv::HashTable;
 using Access = qv::HashTableTestAccess;
 using testing::ElementsAre;
 
-// Entries are texts that begin with their key, one character. The context is the hash of all.
-uint64_t HashToContext(const void*, uint32_t, uintptr_t context, uint32_t) { return context; }
+// Entries are texts that begin with their key, one character.
 uint64_t HashFirst(const void* data, uint32_t, uintptr_t, uint32_t) {
   return *static_cast<const unsigned char*>(data);
 }
@@ -108,27 +107,6 @@ TEST(HashTableTest, HashOfBytes) {
     EXPECT_EQ(qv::HashBytes(row.bytes.data(), static_cast<uint32_t>(row.bytes.size())), row.hash)
         << row.name;
   }
-}
-
-TEST(HashTableTest, EntriesOfAllSizes) {
-  test::CountedMemory memory;
-  {
-    HashTable table(8, HashFirst, SameFirst);
-    const std::string kEntries[] = {"a", "b23456789", "c2345678", "d" + std::string(50, 'x')};
-    for (const std::string& entry : kEntries) EXPECT_TRUE(Put(table, entry));
-    for (const std::string& entry : kEntries) EXPECT_EQ(Get(table, entry.substr(0, 1)), entry);
-    EXPECT_EQ(table.Count(), 4u);
-    // From inline to separate and back.
-    for (const char* entry : {"a234567890", "a", "a2345678901", "a234567890"}) {
-      EXPECT_TRUE(Put(table, entry));
-      EXPECT_EQ(Get(table, "a"), entry);
-    }
-    EXPECT_EQ(table.Count(), 4u) << "an equal entry is replaced";
-    EXPECT_TRUE(Take(table, "d"));
-    EXPECT_FALSE(Take(table, "d"));
-    EXPECT_EQ(Get(table, "d"), "-");
-  }
-  EXPECT_EQ(test::Memory().blocks, 0);
 }
 
 TEST(HashTableTest, WithoutFunctionsTheKeyIsTheWholeEntry) {
@@ -409,50 +387,6 @@ TEST(HashIteratorTest, NothingMovesUnderIt) {
   each.End();
   for (const char* entry : {"A", "B", "C"}) Put(table, entry);
   EXPECT_EQ(Access::Buckets(table), 16u) << "both go on when it has ended";
-}
-
-// One bucket, in the order of the inserts; from the eighth on a further group. The iterator stands
-// on a place of it while another entry goes.
-TEST(HashIteratorTest, RemovalsInTheChainUnderIt) {
-  const struct {
-    const char* name;
-    std::string entries;
-    size_t visited;  // before the removal
-    std::string removed;
-    std::string rest;
-  } kRows[] = {{"first of two, on it", "ab", 0, "a", "b"},
-               {"first of two, behind it", "ab", 1, "a", "b"},
-               {"second of two, on it", "ab", 1, "b", ""},
-               {"second of two, on the first", "ab", 0, "b", "a"},
-               {"first of three, on the last", "abc", 2, "a", "c"},
-               {"middle, on it", "abc", 1, "b", "c"},
-               {"middle, on the last", "abc", 2, "b", "c"},
-               {"first and its successor", "abc", 0, "ab", "c"},
-               {"successor twice", "abc", 1, "ab", "c"},
-               {"only one", "a", 0, "a", ""},
-               {"all", "abcd", 1, "dcba", ""},
-               {"all from the front", "abcd", 2, "abcd", ""},
-               {"last of a group, on it", "abcdefghi", 6, "g", "hi"},
-               {"first of a further group, on it", "abcdefghi", 7, "h", "i"},
-               {"a whole group, on its first", "abcdefghi", 0, "abcdefg", "hi"},
-               {"a whole further group", "abcdefghi", 7, "ih", ""}};
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    static std::string debug_text;
-    debug_text.clear();
-    qv::GlobalHooks().write_debug_text = [](const char* text) { debug_text += text; };
-    HashTable table(8, 0, 1000, HashToContext, SameFirst, 5);
-    for (char entry : row.entries) Put(table, std::string(1, entry));
-    HashIterator each;
-    each.Begin(table);
-    for (size_t i = 0; i < row.visited; ++i) EXPECT_NE(each.Next(nullptr), nullptr);
-    for (char key : row.removed) EXPECT_TRUE(Take(table, std::string(1, key)));
-    std::string rest;
-    for (const std::string& entry : Rest(each)) rest += entry;
-    EXPECT_EQ(rest, row.rest);
-    EXPECT_EQ(debug_text, "");
-  }
-  qv::ResetHooksForTest();
 }
 
 TEST(HashIteratorTest, ReportsAnEntryThatWasEmptiedUnderIt) {
