@@ -35,27 +35,23 @@ class ClockHostTest : public testing::Test {
 };
 
 TEST_F(ClockHostTest, CountsFromASecondBeforeItsFirstReading) {
-  host::FreezeMicroseconds(5000000);
-  EXPECT_EQ(ZRMicroseconds(true), 1000000u);
-  host::AdvanceMicroseconds(1234567);
-  EXPECT_EQ(ZRMicroseconds(true), 2234567u);
-  EXPECT_EQ(ZRMilliseconds(true), 2234u);
-  EXPECT_THAT(Lines(), IsEmpty());
-}
-
-TEST_F(ClockHostTest, StartsAtNothingOnAMachineJustStarted) {
-  host::FreezeMicroseconds(1000000);
-  EXPECT_EQ(ZRMicroseconds(true), 0u);
-  host::AdvanceMicroseconds(7);
-  EXPECT_EQ(ZRMicroseconds(true), 7u);
-}
-
-TEST_F(ClockHostTest, GoesOnPast32Bits) {
-  host::FreezeMicroseconds(1000001);
-  EXPECT_EQ(ZRMicroseconds(true), 1000000u);
-  host::AdvanceMicroseconds(0xFFFFFFFF);
-  EXPECT_EQ(ZRMicroseconds(true), 1000000u + 0xFFFFFFFFull);
-  EXPECT_EQ(ZRMicroseconds32(true), 999999u);
+  const struct {
+    const char* name;
+    uint64_t now, first, later;
+  } kRows[] = {{"usual", 5000000, 1000000, 1234567},
+               {"a machine just started", 1000000, 0, 7},
+               {"past 32 bits", 1000001, 1000000, 0xFFFFFFFF}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    qv::ResetClockForTest();
+    host::FreezeMicroseconds(row.now);
+    EXPECT_EQ(ZRMicroseconds(true), row.first);
+    host::AdvanceMicroseconds(row.later);
+    EXPECT_EQ(ZRMicroseconds(true), row.first + row.later);
+    EXPECT_EQ(ZRMicroseconds32(true), static_cast<uint32_t>(row.first + row.later));
+    EXPECT_EQ(ZRMilliseconds(true), (row.first + row.later) / 1000);
+    EXPECT_THAT(Lines(), IsEmpty());
+  }
 }
 
 TEST_F(ClockHostTest, GivesTheLastReadingWhileTasksCouldSwitch) {

@@ -15,4 +15,11 @@ inline Body Join(std::initializer_list<Body> parts) {
   return all;
 }
 
+// The bytes of a number, the most significant first.
+inline void Append(Body& body, uint32_t value, int width) {
+  for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
+    body.push_back(static_cast<uint8_t>(value >> shift));
+  }
+}
+
 }  // namespace test

@@ -8,14 +8,9 @@
 namespace qv {
 namespace {
 
+using test::Append;
 using test::Body;
 using test::Join;
-
-void Append(Body& body, uint32_t value, int width) {
-  for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
-    body.push_back(static_cast<uint8_t>(value >> shift));
-  }
-}
 
 // A record of either layout: `width` 4 for kinds 6 and 8006, 2 for 0A and 800A. Entry i is
 // first + i.
