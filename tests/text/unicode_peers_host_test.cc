@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <random>
 #include <set>
 #include <span>
@@ -92,11 +93,20 @@ bool IsTwin(uint32_t code) {
                       0xFFE1, 0x00AC, 0xFFE2, 0x2014, 0x2015});
 }
 
-// A kind of difference, which has to occur.
+// A kind of difference, which has to occur at least so often.
 struct Difference {
   const char* reason;
-  bool (*holds)(const Opinion&);
+  std::function<bool(const Opinion&)> holds;
+  size_t least = 1;
 };
+
+// Of a few codes of one page, all of them.
+Difference OfPage(const char* reason, const Peer& peer, CodePage cp, std::set<uint32_t> codes) {
+  const auto holds = [&peer, cp, codes](const Opinion& o) {
+    return &o.peer == &peer && o.page.cp == cp && codes.contains(o.code);
+  };
+  return {reason, holds, codes.size()};
+}
 
 const Difference kToUnicode[] = {
     {"a byte without a character is itself there",
@@ -123,36 +133,19 @@ const Difference kToUnicode[] = {
      [](const Opinion& o) {
        return (o.mine == 0xAF && o.theirs == 0x203E) || (o.mine == 0xB7 && o.theirs == 0x2022);
      }},
-    {"852: not sign",
-     [](const Opinion& o) { return IsIcu(o) && o.page.cp == 852 && o.code == 0xAA; }},
-    {"1255: a vowel point that Windows has",
-     [](const Opinion& o) { return o.page.cp == 1255 && o.code == 0xCA; }},
-    {"869: middle dot and accent, or Greek ones",
-     [](const Opinion& o) {
-       return IsIcu(o) && o.page.cp == 869 && (o.code == 0x88 || o.code == 0xEF);
-     }},
-    {"864: percent sign and shapes of Arabic letters",
-     [](const Opinion& o) {
-       return IsIcu(o) && o.page.cp == 864 && Among(o.code, {0x25, 0x9F, 0xD7, 0xD8, 0xF1});
-     }},
+    OfPage("852: not sign", kIcu, 852, {0xAA}),
+    OfPage("1255: a vowel point that Windows has", kIconv, 1255, {0xCA}),
+    OfPage("1255: the same in ICU", kIcu, 1255, {0xCA}),
+    OfPage("869: middle dot and accent, or Greek ones", kIcu, 869, {0x88, 0xEF}),
+    OfPage("864: percent sign and shapes of letters", kIcu, 864, {0x25, 0x9F, 0xD7, 0xD8, 0xF1}),
+    OfPage("424: double low line and plus-minus", kIconv, 424, {0x78, 0x8F}),
+    OfPage("875: bar, no-break space, ano teleia", kIconv, 875, {0x6A, 0x74, 0xDD}),
+    OfPage("10000: increment", kIconv, 10000, {0xC6}),
+    OfPage("10007: the euro of later editions", kIconv, 10007, {0xFF}),
+    OfPage("10079: another Icelandic set there", kIconv, 10079,
+           {0xA0, 0xC6, 0xD0, 0xD1, 0xD7, 0xDB, 0xDC, 0xDD, 0xE0, 0xF6, 0xF7}),
     {"1006: shapes of Urdu letters",
      [](const Opinion& o) { return IsIcu(o) && o.page.cp == 1006 && o.code >= 0xB2; }},
-    {"424: double low line and plus-minus",
-     [](const Opinion& o) {
-       return !IsIcu(o) && o.page.cp == 424 && Among(o.code, {0x78, 0x8F});
-     }},
-    {"875: bar, no-break space, ano teleia",
-     [](const Opinion& o) {
-       return !IsIcu(o) && o.page.cp == 875 && Among(o.code, {0x6A, 0x74, 0xDD});
-     }},
-    {"10000: increment", [](const Opinion& o) { return o.mine == 0x2206 && o.theirs == 0x394; }},
-    {"10007: the euro of later editions",
-     [](const Opinion& o) { return o.mine == 0x20AC && o.theirs == 0xA4; }},
-    {"10079: another Icelandic set there",
-     [](const Opinion& o) {
-       return o.page.cp == 10079 &&
-              Among(o.code, {0xA0, 0xD0, 0xD1, 0xD7, 0xDC, 0xDD, 0xE0, 0xF6, 0xF7});
-     }},
 };
 
 const Difference kFromUnicode[] = {
@@ -217,7 +210,7 @@ class UnicodePeers : public test::ModuleTables {
     if (opinion.mine == opinion.theirs) return;
     for (const Difference& difference : differences) {
       if (!difference.holds(opinion)) continue;
-      met_.insert(difference.reason);
+      ++met_[difference.reason];
       return;
     }
     ADD_FAILURE() << opinion.page.cp << " and " << opinion.peer.name << "'s " << opinion.page.name
@@ -226,12 +219,12 @@ class UnicodePeers : public test::ModuleTables {
   }
   void ExpectAllMet(std::span<const Difference> differences) {
     for (const Difference& difference : differences) {
-      EXPECT_EQ(met_.count(difference.reason), 1u) << difference.reason;
+      EXPECT_GE(met_[difference.reason], difference.least) << difference.reason;
     }
   }
 
  private:
-  std::set<std::string> met_;
+  std::map<std::string, size_t> met_;
 };
 
 TEST_F(UnicodePeers, AgreeOnEveryCode) {
