@@ -20,12 +20,7 @@ Body Row(uint32_t number, uint8_t value = 0x80) {
 }
 
 TEST(UnicodeTable, RefusesBodiesThatBreakTheRulesOfTheirKind) {
-  const struct {
-    const char* name;
-    uint16_t kind;
-    Body body;
-    bool loads;
-  } kRows[] = {
+  const std::vector<test::LoadRow> kRows = {
       {"0: 128 entries", 0, Body(256), true},
       {"0: one byte short", 0, Body(255), false},
       {"0: a byte too many", 0, Body(257), false},
@@ -45,10 +40,7 @@ TEST(UnicodeTable, RefusesBodiesThatBreakTheRulesOfTheirKind) {
       {"8002: row 0", 0x8002, Row(0), true},
       {"8002: descending to 0", 0x8002, Join({Row(1), Row(0)}), false},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(NewUnicodeTable(row.kind, 1234)->Load(row.body), row.loads);
-  }
+  test::ExpectLoads(1234, kRows);
   for (int kind : {1, 3, 4, 0x8008, 0xF000}) {
     EXPECT_EQ(NewUnicodeTable(static_cast<uint16_t>(kind), 1), nullptr);
   }
@@ -60,10 +52,7 @@ TEST(UnicodeTable, MapsFromUnicodeByRows) {
   gap[3] = 0x41;
   const auto table = NewUnicodeTable(0x8000, 1234);
   ASSERT_TRUE(table->Load(Join({gap, Row(0xFFFF, 0x99)})));
-  const struct {
-    const char* name;
-    uint32_t code, byte;
-  } kRows[] = {
+  const std::vector<test::MapRow> kRows = {
       {"NUL is itself", 0, 0},
       {"ASCII is itself", 0x7F, 0x7F},
       {"between the rows", 0x80, 26},
@@ -76,10 +65,7 @@ TEST(UnicodeTable, MapsFromUnicodeByRows) {
       {"above all rows", 0x100000, 26},
       {"no code at all", 0xFFFFFFFF, 26},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(table->Map(row.code), row.byte);
-  }
+  test::ExpectMaps(*table, kRows);
 }
 
 TEST(UnicodeTable, OfAllCodesMapsAsciiOnlyByItsRows) {
