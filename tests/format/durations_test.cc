@@ -143,9 +143,7 @@ TEST_F(Durations, TakeTheirWordsFromAHook) {
 TEST_F(Durations, AsLengthPrefixedText) {
   Str255 text;
   EXPECT_EQ(ZRFormatDurationLStr(60, text, qv::kLongDuration, 31), 8u);
-  EXPECT_EQ(std::string(text, text + 9),
-            "\x08"
-            "1 minute");
+  EXPECT_EQ(std::string(text + 1, text + 1 + text[0]), "1 minute");
   EXPECT_EQ(ZRFormatDurationLStr(0, text, qv::kLongDuration, 31), 0u);
   EXPECT_EQ(text[0], 0);
   EXPECT_EQ(ZRFormatDurationLStr(60, nullptr, qv::kLongDuration, 31), 0u);

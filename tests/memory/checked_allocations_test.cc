@@ -40,7 +40,6 @@ class CheckedAllocationsTest : public test::MemoryTest {
     const std::string digits = Pointer(pointer);
     return digits.substr(digits.size() - 8);
   }
-  static std::string Hex(uint32_t word) { return Low(Address(word)); }
 
   static void ExpectRefused(void* pointer, const std::string& message) {
     const auto before = World().blocks;
@@ -122,39 +121,30 @@ TEST_F(CheckedAllocationsTest, TheLast64FreedBlocksAreHeldBack) {
 
 TEST_F(CheckedAllocationsTest, DamagedBlocksAreRefusedAndReported) {
   UseSettings("CheckFree=1\r\nHeapTracebacks=0\r\n");
+  char* data = Allocate(8);
+  std::memset(data, 0x55, 8);
+  const std::string hostile = "Bad pointer allocation (" + Low(data - 8) + ")";
   const struct {
     const char* name;
     int offset;  // of the word that is overwritten, from the data
     uint32_t word;
-    const char* message;
-  } kRows[] = {
-      {"one byte behind", 8, 0xFEEDBE00, "CheckFreeMem: Bad footer signature (FEEDBE00) ignored."},
-      {"header", -8, 0x12345678, "CheckFreeMem: Bad header signature (12345678) ignored."},
-      {"marked as freed", -8, 0xBAADFBEE, "CheckFreeMem: Duplicate free - ignored."},
-      {"size too small", -4, 4, "CheckFreeMem: Bad footer signature (55555555) ignored."}};
+    std::string message;
+  } kRows[] = {{"one byte behind", 8, 0xFEEDBE00, "Bad footer signature (FEEDBE00)"},
+               {"header", -8, 0x12345678, "Bad header signature (12345678)"},
+               {"marked as freed", -8, 0xBAADFBEE, "Duplicate free -"},
+               {"size too small", -4, 4, "Bad footer signature (55555555)"},
+               {"the largest size", -4, 0xFFFFFFFF, hostile},
+               {"its end wraps to 0", -4, 0xFFFFFFF4, hostile},
+               {"its end just fits", -4, 0xFFFFFFF0, hostile}};
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
-    char* data = Allocate(8);
-    std::memset(data, 0x55, 8);
     const uint32_t good = Word(data + row.offset);
     SetWord(data + row.offset, row.word);
-    ExpectRefused(data, row.message);
+    ExpectRefused(data, "CheckFreeMem: " + row.message + " ignored.");
     SetWord(data + row.offset, good);
-    ZRAMEMFree(data);
-    EXPECT_EQ(TakeLog(), Lines{}) << "whole again";
   }
-}
-
-TEST_F(CheckedAllocationsTest, HostileSizesAreRefused) {
-  UseSettings("CheckFree=1\r\n");
-  char* data = Allocate(8);
-  for (uint32_t size : {0xFFFFFFFFu, 0xFFFFFFFCu, 0xFFFFFFF4u, 0xFFFFFFF0u}) {
-    SCOPED_TRACE(size);
-    SetWord(data - 4, size);
-    ExpectRefused(data, "CheckFreeMem: Bad pointer allocation (" + Low(data - 8) + ") ignored.");
-  }
-  SetWord(data - 4, 8);
   ZRAMEMFree(data);
+  EXPECT_EQ(TakeLog(), Lines{}) << "whole again";
 }
 
 TEST_F(CheckedAllocationsTest, PointersThatCannotBeBlocks) {

@@ -13,6 +13,7 @@ using test::World;
 
 constexpr ZRHandle kDead = 0x50900000;  // the index of the first handle, another generation
 
+// What random operations beside a model (handle_model_test.cc) do not come upon.
 class HandleBytesTest : public test::MemoryTest {
  protected:
   HandleBytesTest() { UseSettings("HeapTracebacks=0\r\n"); }
@@ -40,75 +41,31 @@ class HandleBytesTest : public test::MemoryTest {
 };
 
 TEST_F(HandleBytesTest, FromBytes) {
-  EXPECT_EQ(Bytes(With("abc")), "abc");
-  EXPECT_EQ(Bytes(With(std::string("\0x", 2))), std::string("\0x", 2));
   ZRHandle handle = 77;
-  EXPECT_EQ(ZRHandleFromBytes(nullptr, &handle, 5), 0) << "no source: not set";
-  EXPECT_EQ(ZRGetHandleSize(handle), 5u);
-  EXPECT_EQ(ZRHandleFromBytes("abc", &handle, 0), 0);
-  EXPECT_EQ(Bytes(handle), "");
   EXPECT_EQ(ZRHandleFromBytes("abc", nullptr, 3), ZRErrMemParam);
-  handle = 77;
-  FailAllocation(1);
+  FailAllocation(2);  // behind the table's
   EXPECT_EQ(ZRHandleFromBytes("abc", &handle, 3), ZRErrMemFull);
   EXPECT_EQ(handle, 77u) << "untouched";
+  EXPECT_EQ(ZRHandleFromBytes(nullptr, &handle, 5), 0) << "no source: not set";
+  EXPECT_EQ(ZRGetHandleSize(handle), 5u);
 }
 
-TEST_F(HandleBytesTest, Copy) {
-  for (const std::string bytes : {"", "abc"}) {
-    const ZRHandle copy = ZRCopyHandle(With(bytes));
-    EXPECT_NE(copy, 0u);
-    EXPECT_EQ(Bytes(copy), bytes);
-  }
-  const ZRHandle locked = With("xyz");
-  ZRLockHandle(locked);
-  EXPECT_EQ(Bytes(ZRCopyHandle(locked)), "xyz") << "a locked source";
-  ZRUnlockHandle(locked);
-  EXPECT_EQ(ZRIsHandleLocked(locked), 0);
-  const uint32_t count = ZRCountHandles();
-  FailAllocation(1);
-  EXPECT_EQ(ZRCopyHandle(locked), 0u);
-  EXPECT_EQ(ZRIsHandleLocked(locked), 0) << "unlocked after a failure";
-  EXPECT_EQ(ZRCopyHandle(kDead), 0u);
-  EXPECT_EQ(ZRCopyHandle(Purged("abc")), 0u);
-  EXPECT_EQ(ZRCountHandles(), count + 1) << "the purged one, no copy";
-}
-
-TEST_F(HandleBytesTest, Set) {
+TEST_F(HandleBytesTest, NoMemoryForACopyLeavesTheSourceUnlocked) {
   const ZRHandle handle = With("abc");
-  const struct {
-    const char* name;
-    std::string bytes;
-  } kRows[] = {{"longer", "defgh"}, {"shorter", "i"}, {"empty", ""}, {"from empty", "jk"}};
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(ZRSetHandleBytes(row.bytes.data(), handle, static_cast<uint32_t>(row.bytes.size())),
-              0);
-    EXPECT_EQ(Bytes(handle), row.bytes);
-  }
-  EXPECT_EQ(ZRSetHandleBytes(nullptr, handle, 7), ZRErrMemParam);
-  EXPECT_EQ(ZRGetHandleSize(handle), 7u) << "keeps its new size";
-  EXPECT_EQ(ZRIsHandleLocked(handle), 0);
-  EXPECT_EQ(ZRSetHandleBytes(nullptr, handle, 0), 0);
-  EXPECT_EQ(ZRSetHandleBytes("x", kDead, 1), ZRErrMemHandle);
-  EXPECT_EQ(ZRSetHandleBytes("x", kDead, 0), ZRErrMemHandle);
-  EXPECT_EQ(ZRSetHandleBytes("x", Purged("abc"), 1), ZRErrMemHandle);
+  FailAllocation(1);
+  EXPECT_EQ(ZRCopyHandle(handle), 0u);
+  EXPECT_EQ(Bytes(handle), "abc");
+  EXPECT_EQ(ZRCountHandles(), 1u);
 }
 
-TEST_F(HandleBytesTest, Append) {
-  const ZRHandle handle = With("");
-  std::string expected;
-  for (const std::string piece : {"abc", "d", "", "efgh"}) {
-    expected += piece;
-    EXPECT_EQ(ZRAppendHandleBytes(piece.data(), handle, static_cast<uint32_t>(piece.size())), 0);
-    EXPECT_EQ(Bytes(handle), expected);
-  }
-  EXPECT_EQ(ZRAppendHandleBytes("x", kDead, 0), 0) << "size 0 does not look at the handle";
-  EXPECT_EQ(TakeLog(), Lines{});
-  EXPECT_EQ(ZRAppendHandleBytes("x", kDead, 1), ZRErrMemHandle);
-  EXPECT_EQ(ZRAppendHandleBytes("x", Purged("abc"), 1), ZRErrMemHandle);
+TEST_F(HandleBytesTest, WithoutASourceTheSizeChanges) {
+  const ZRHandle handle = With("abc");
+  EXPECT_EQ(ZRSetHandleBytes(nullptr, handle, 7), ZRErrMemParam);
+  EXPECT_EQ(ZRGetHandleSize(handle), 7u);
   EXPECT_EQ(ZRAppendHandleBytes(nullptr, handle, 2), ZRErrMemParam);
-  EXPECT_EQ(ZRGetHandleSize(handle), 10u) << "keeps its new size";
+  EXPECT_EQ(ZRGetHandleSize(handle), 9u);
+  EXPECT_EQ(ZRSetHandleBytes(nullptr, handle, 0), 0);
+  EXPECT_EQ(Bytes(handle), "");
 }
 
 TEST_F(HandleBytesTest, GetStopsAtEitherEnd) {
@@ -138,12 +95,7 @@ TEST_F(HandleBytesTest, Delete) {
     uint32_t offset, count;
     ZRError error;
     const char* left;
-  } kRows[] = {{"front", 0, 2, 0, "cdef"},
-               {"middle", 2, 3, 0, "abf"},
-               {"end only shrinks", 4, 2, 0, "abcd"},
-               {"all", 0, 6, 0, ""},
-               {"nothing", 3, 0, 0, "abcdef"},
-               {"nothing, far away", 99, 0, 0, "abcdef"},
+  } kRows[] = {{"nothing, far away", 99, 0, 0, "abcdef"},
                {"one too many", 0, 7, ZRErrMemParam, "abcdef"},
                {"starts at the end", 6, 1, ZRErrMemParam, "abcdef"},
                {"negative", 0, 0x80000000, ZRErrMemParam, "abcdef"},

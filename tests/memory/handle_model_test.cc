@@ -91,7 +91,7 @@ class HandleModelTest : public test::MemoryTest {
     return item == nullptr ? ZRErrMemHandle : item->locks > 0 ? ZRErrMemLocked : 0;
   }
 
-  void Make();
+  void Make(ZRHandle, ModelHandle*);
   void Copy(ZRHandle handle, ModelHandle* item);
   void Dispose(ZRHandle handle, ModelHandle* item);
   void Lock(ZRHandle handle, ModelHandle* item);
@@ -101,7 +101,7 @@ class HandleModelTest : public test::MemoryTest {
   void Append(ZRHandle handle, ModelHandle* item);
   void Delete(ZRHandle handle, ModelHandle* item);
   void Mark(ZRHandle handle, ModelHandle* item);
-  void Purge();
+  void Purge(ZRHandle, ModelHandle*);
   void CompareBytes(ZRHandle handle, const ModelHandle& item);
 
   std::mt19937 random_{20};
@@ -110,7 +110,7 @@ class HandleModelTest : public test::MemoryTest {
   bool complained_ = false;  // the step just made is one that is reported
 };
 
-void HandleModelTest::Make() {
+void HandleModelTest::Make(ZRHandle, ModelHandle*) {
   const std::string bytes = RandomBytes(200);
   ZRHandle handle = 0;
   FailAllocation(Below(10) == 0 && !bytes.empty() ? 1 : 0);
@@ -210,7 +210,7 @@ void HandleModelTest::Mark(ZRHandle handle, ModelHandle* item) {
   if (item != nullptr) item->purgeable = purgeable;
 }
 
-void HandleModelTest::Purge() {
+void HandleModelTest::Purge(ZRHandle, ModelHandle*) {
   if (Below(20) != 0) return;
   const uint32_t total = model_.Purge(), difference = Below(3);
   ASSERT_EQ(ZRPurgeHandles(total + difference), difference == 0);
@@ -233,33 +233,12 @@ void HandleModelTest::Step() {
   const ZRHandle handle = Pick();
   ModelHandle* item = Find(handle);
   if (model_.live.size() > live_limit_) return Dispose(handle, item);
-  switch (Below(14)) {
-    case 0:
-    case 1:
-      return Make();
-    case 2:
-      return Copy(handle, item);
-    case 3:
-      return Dispose(handle, item);
-    case 4:
-    case 5:
-      return Lock(handle, item);
-    case 6:
-    case 7:
-      return Unlock(handle, item);
-    case 8:
-      return Resize(handle, item);
-    case 9:
-      return Set(handle, item);
-    case 10:
-      return Append(handle, item);
-    case 11:
-      return Delete(handle, item);
-    case 12:
-      return Mark(handle, item);
-    default:
-      return Purge();
-  }
+  using Self = HandleModelTest;
+  constexpr void (Self::*kOperations[])(ZRHandle, ModelHandle*) = {
+      &Self::Make,   &Self::Make,   &Self::Copy,   &Self::Dispose, &Self::Lock,
+      &Self::Lock,   &Self::Unlock, &Self::Unlock, &Self::Resize,  &Self::Set,
+      &Self::Append, &Self::Delete, &Self::Mark,   &Self::Purge};
+  (this->*kOperations[Below(std::size(kOperations))])(handle, item);
 }
 
 TEST_F(HandleModelTest, RandomOperations) {

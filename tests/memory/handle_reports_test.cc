@@ -2,12 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <functional>
 
-#include "diag/system/memory_status.h"
 #include "memory/handle_bytes.h"
 #include "memory/handles.h"
-#include "memory/raw_blocks.h"
 #include "tests/memory/memory_fixture.h"
 
 namespace {
@@ -15,10 +12,11 @@ namespace {
 using test::Lines;
 using test::World;
 
-constexpr TaskId kAnna = 11, kBert = 22, kNameless = 33;
 // The first handle of a new table, and others made of it.
-constexpr ZRHandle kFirst = 0x50000000, kBadTag = 0x60000000, kBadIndex = 0x5000FFFF,
-                   kFree = 0x50100001, kStale = 0x50700000;
+constexpr ZRHandle kFirst = 0x50000000, kFree = 0x50100001, kStale = 0x50700000;
+
+constexpr char kQuiet[] = "HeapTracebacks=0\r\n", kLocks[] = "HeapLocks=1\r\n",
+               kSites[] = "TrackLockers=1\r\n", kTraceback[] = "[traceback 1]";
 
 class HandleReportsTest : public test::MemoryTest {
  protected:
@@ -27,324 +25,213 @@ class HandleReportsTest : public test::MemoryTest {
   // A new table with one handle of 10 bytes.
   static void Start(const std::string& settings) {
     UseSettings(settings);
-    World().names = {{0, "Main"}, {kAnna, "Anna"}, {kBert, "Bert"}};
+    World().names = {{0, "Main"}, {'A', "Anna"}, {'B', "Bert"}};
     EXPECT_EQ(ZRNewHandle(10), kFirst);
   }
-  static void LockAs(TaskId task, ZRHandle handle = kFirst) {
-    World().current = task;
-    ZRLockHandle(handle);
-  }
-  static void UnlockAs(TaskId task) {
-    World().current = task;
-    ZRUnlockHandle(kFirst);
-  }
-  static void ResizeAs(TaskId task) {
-    World().current = task;
-    EXPECT_EQ(ZRSetHandleSize(kFirst, 20), ZRErrMemLocked);
-  }
-
-  struct Row {
-    const char* name;
-    const char* settings;
-    std::function<void()> misuse;
-    Lines expected;
-  };
-  static void Check(const std::vector<Row>& rows) {
-    for (const Row& row : rows) {
-      SCOPED_TRACE(row.name);
-      Start(row.settings);
-      row.misuse();
-      EXPECT_EQ(TakeLog(), row.expected);
-      EXPECT_TRUE(qv::CheckHandleTable());
-      Start(row.settings);
-      World().kernel_thread = false;
-      row.misuse();
-      EXPECT_EQ(TakeLog(), Lines{}) << "on another thread than the kernel's";
-    }
+  // What the misuse writes; on other threads than the kernel's nothing.
+  template <typename Misuse>
+  static Lines Report(const std::string& settings, Misuse misuse) {
+    Start(settings);
+    World().kernel_thread = false;
+    misuse();
+    EXPECT_EQ(TakeLog(), Lines{}) << "on another thread";
+    Start(settings);
+    misuse();
+    EXPECT_TRUE(qv::CheckHandleTable());
+    return TakeLog();
   }
 };
 
-constexpr char kQuiet[] = "HeapTracebacks=0\r\n";
-
 TEST_F(HandleReportsTest, InvalidHandles) {
-  Check({
-      {"tag",
-       "",
-       [] { ZRLockHandle(kBadTag); },
-       {"Error: Attempt to use invalid handle value (60000000).", "[traceback 1]"}},
-      {"tag, no traceback",
-       kQuiet,
-       [] { ZRLockHandle(kBadTag); },
-       {"Error: Attempt to use invalid handle value (60000000)."}},
-      {"no checks, no traceback",
-       "HeapChecks=0\r\n",
-       [] { ZRLockHandle(kBadTag); },
-       {"Error: Attempt to use invalid handle value (60000000)."}},
-      {"index",
-       kQuiet,
-       [] { ZRLockHandle(kBadIndex); },
-       {"Error: Attempt to use invalid handle index (5000FFFF)."}},
-      {"freed",
-       kQuiet,
-       [] { ZRLockHandle(kFree); },
-       {"Error: Attempt to use freed handle (50100001)."}},
-      {"stale",
-       kQuiet,
-       [] { ZRLockHandle(kStale); },
-       {"Error: Attempt to use an unowned handle (50700000)."}},
-      {"unlock",
-       "",
-       [] { ZRUnlockHandle(kStale); },
-       {"Error: Attempt to use an unowned handle (50700000).", "[traceback 1]",
-        "Error: Attempt to unlock invalid handle (50700000).", "[traceback 1]"}},
-      {"unlock without a lock",
-       "",
-       [] { ZRUnlockHandle(kFirst); },
-       {"Error: Attempt to unlock handle (50000000) with bad refcount (0).", "[traceback 1]"}},
-      {"disposed twice",
-       kQuiet,
-       [] {
-         ZRHandle handle = kFirst, again = kFirst;
-         ZRDisposeHandle(&handle);
-         ZRDisposeHandle(&again);
-         EXPECT_EQ(again, kFirst);
-       },
-       {"Error: Attempt to use freed handle (50000000)."}},
-      {"size",
-       kQuiet,
-       [] { EXPECT_EQ(ZRGetHandleSize(kFree), 0u); },
-       {"Error: Attempt to use freed handle (50100001)."}},
-      {"append looks twice",
-       kQuiet,
-       [] { EXPECT_EQ(ZRAppendHandleBytes("a", kFree, 1), ZRErrMemHandle); },
-       {"Error: Attempt to use freed handle (50100001).",
-        "Error: Attempt to use freed handle (50100001)."}},
-  });
+  const struct {
+    ZRHandle handle;
+    const char* complaint;
+  } kRows[] = {{0x60000000, "Error: Attempt to use invalid handle value (60000000)."},
+               {0x5000FFFF, "Error: Attempt to use invalid handle index (5000FFFF)."},
+               {kFree, "Error: Attempt to use freed handle (50100001)."},
+               {kStale, "Error: Attempt to use an unowned handle (50700000)."}};
+  for (const auto& row : kRows) {
+    const auto lock = [&row] { EXPECT_EQ(ZRLockHandle(row.handle), nullptr); };
+    EXPECT_EQ(Report("", lock), (Lines{row.complaint, kTraceback}));
+    EXPECT_EQ(Report(kQuiet, lock), Lines{row.complaint});
+    EXPECT_EQ(Report("HeapChecks=0\r\n", lock), Lines{row.complaint});
+  }
 }
 
-TEST_F(HandleReportsTest, HandleZero) {
-  const std::string complaint = "Error: Attempt to use invalid handle value (00000000).";
-  Check({
-      {"lock", kQuiet, [] { EXPECT_EQ(ZRLockHandle(0), nullptr); }, {}},
-      {"unlock", kQuiet, [] { ZRUnlockHandle(0); }, {}},
-      {"dispose",
-       kQuiet,
-       [] {
-         ZRHandle none = 0;
-         ZRDisposeHandle(&none);
-         ZRDisposeHandle(nullptr);
-       },
-       {}},
-      {"size", kQuiet, [] { EXPECT_EQ(ZRGetHandleSize(0), 0u); }, {}},
-      {"copy", kQuiet, [] { EXPECT_EQ(ZRCopyHandle(0), 0u); }, {}},
-      {"resize", kQuiet, [] { EXPECT_EQ(ZRSetHandleSize(0, 1), ZRErrMemHandle); }, {complaint}},
-      {"reallocate",
-       kQuiet,
-       [] { EXPECT_EQ(ZRReallocateHandle(0, 1), ZRErrMemHandle); },
-       {complaint}},
-      {"purgeable", kQuiet, [] { ZRMarkHandlePurgeable(0); }, {complaint}},
-      {"unpurgeable", kQuiet, [] { ZRMarkHandleUnpurgeable(0); }, {complaint}},
-      {"locked?", kQuiet, [] { EXPECT_EQ(ZRIsHandleLocked(0), 0); }, {complaint}},
-      {"purged?", kQuiet, [] { EXPECT_EQ(ZRIsHandlePurged(0), 0); }, {complaint}},
-  });
-}
-
-TEST_F(HandleReportsTest, LocksOfALockedHandle) {
-  auto anna_then = [](TaskId task) {
-    return [task] {
-      LockAs(kAnna);
-      World().site = {9, 9};  // a later lock is not captured
-      LockAs(task);
-    };
+TEST_F(HandleReportsTest, CallsThatLookAtAHandle) {
+  const struct {
+    const char* name;
+    void (*call)(ZRHandle);
+    size_t about_freed, about_zero;  // complaints
+  } kRows[] = {
+      {"lock", [](ZRHandle handle) { EXPECT_EQ(ZRLockHandle(handle), nullptr); }, 1, 0},
+      {"dispose", [](ZRHandle handle) { ZRDisposeHandle(&handle); }, 1, 0},
+      {"size", [](ZRHandle handle) { EXPECT_EQ(ZRGetHandleSize(handle), 0u); }, 1, 0},
+      {"copy", [](ZRHandle handle) { EXPECT_EQ(ZRCopyHandle(handle), 0u); }, 1, 0},
+      {"resize", [](ZRHandle handle) { ZRSetHandleSize(handle, 1); }, 1, 1},
+      {"reallocate", [](ZRHandle handle) { ZRReallocateHandle(handle, 1); }, 1, 1},
+      {"purgeable", ZRMarkHandlePurgeable, 1, 1},
+      {"unpurgeable", ZRMarkHandleUnpurgeable, 1, 1},
+      {"locked?", [](ZRHandle handle) { EXPECT_EQ(ZRIsHandleLocked(handle), 0); }, 1, 1},
+      {"purged?", [](ZRHandle handle) { EXPECT_EQ(ZRIsHandlePurged(handle), 0); }, 1, 1},
+      {"append looks twice", [](ZRHandle handle) { ZRAppendHandleBytes("a", handle, 1); }, 2, 1},
   };
-  auto tracked = [anna_then](std::vector<uintptr_t> site) {
-    return [anna_then, site] {
-      World().site = site;
-      anna_then(kBert)();
-    };
-  };
-  const std::string by_bert =
-      "Error: Attempt by Bert to lock a handle (50000000) already locked by Anna.";
-  const std::string anna_stands =
-      "       The handle (50000000) was locked by Anna. Traceback follows...";
-  Check({
-      {"silent", "", anna_then(kBert), {}},
-      {"itself",
-       "HeapLocks=1\r\n",
-       anna_then(kAnna),
-       {"Error: Nested attempt by Anna to lock a handle (50000000) already locked by this task.",
-        "[traceback 1]"}},
-      {"another",
-       "HeapLocks=1\r\n",
-       anna_then(kBert),
-       {by_bert, "[traceback 1]", anna_stands, "[task 11]"}},
-      {"another, always with a traceback",
-       "HeapLocks=1\r\nHeapTracebacks=0\r\n",
-       anna_then(kBert),
-       {by_bert, "[traceback 1]", anna_stands, "[task 11]"}},
-      {"site known",
-       "TrackLockers=1\r\n",
-       tracked({7, 8, 9, 10, 11}),
-       {by_bert, "[traceback 1]", "Handle (50000000) was locked by Anna at: ", "[site 7 8 9 10]"}},
-      {"site not found",
-       "TrackLockers=1\r\n",
-       tracked({}),
-       {by_bert, "[traceback 1]", anna_stands, "[task 11]"}},
-      {"owner without a name",
-       "HeapLocks=1\r\n",
-       [] {
-         LockAs(kNameless);
-         LockAs(kBert);
-       },
-       {"Error: Attempt by Bert to lock a handle (50000000) already locked by <unknown>.",
-        "[traceback 1]",
-        "       The handle (50000000) was locked by <unknown>. Traceback follows...", "[task 33]"}},
-  });
+  const std::string freed = "Error: Attempt to use freed handle (50100001).";
+  const std::string zero = "Error: Attempt to use invalid handle value (00000000).";
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(Report(kQuiet, [&row] { row.call(kFree); }), Lines(row.about_freed, freed));
+    EXPECT_EQ(Report(kQuiet, [&row] { row.call(0); }), Lines(row.about_zero, zero));
+  }
+  EXPECT_EQ(Report(kQuiet, [] { ZRDisposeHandle(nullptr); }), Lines{});
 }
 
-TEST_F(HandleReportsTest, NobodyIsKnownToHoldTheLock) {
-  Start("HeapLocks=1\r\n");
-  LockAs(kAnna);
-  LockAs(kBert);
-  UnlockAs(kAnna);
-  TakeLog();
-  LockAs(kBert);
+TEST_F(HandleReportsTest, Unlocks) {
+  EXPECT_EQ(Report("", [] { ZRUnlockHandle(0); }), Lines{});
+  EXPECT_EQ(Report("", [] { ZRUnlockHandle(kStale); }),
+            (Lines{"Error: Attempt to use an unowned handle (50700000).", kTraceback,
+                   "Error: Attempt to unlock invalid handle (50700000).", kTraceback}));
   EXPECT_EQ(
-      TakeLog(),
-      (Lines{"Error: Attempt by Bert to lock a handle (50000000) already locked by <unknown>.",
-             "[traceback 1]",
-             "       The handle (50000000) was locked by <unknown>. Traceback follows..."}));
+      Report("", [] { ZRUnlockHandle(kFirst); }),
+      (Lines{"Error: Attempt to unlock handle (50000000) with bad refcount (0).", kTraceback}));
 }
 
-// Off the kernel's thread a first lock has no site, and a further one forgets it.
-TEST_F(HandleReportsTest, OtherThreadsForgetTheSite) {
-  Start("TrackLockers=1\r\n");
-  World().site = {7};
-  LockAs(kAnna);
-  World().kernel_thread = false;
-  LockAs(kBert);
-  World().kernel_thread = true;
-  LockAs(kBert);
-  EXPECT_EQ(TakeLog().back(), "[task 11]");
+// Calls of tasks: L lock, U unlock, R resize, which is refused; in small letters on another thread
+// than the kernel's. The task's letter follows; 0 is no task at all, N one without a name.
+void Perform(const std::string& calls) {
+  for (size_t at = 0; at < calls.size(); at += 3) {
+    const bool kernel_thread = World().kernel_thread;
+    const char call = calls[at], task = calls[at + 1];
+    World().kernel_thread = kernel_thread && call < 'a';
+    World().current = task == '0' ? 0 : static_cast<TaskId>(task);
+    switch (call & ~0x20) {
+      case 'L':
+        ZRLockHandle(kFirst);
+        World().site = {9, 9};  // only the first lock is captured
+        break;
+      case 'U':
+        ZRUnlockHandle(kFirst);
+        break;
+      case 'R':
+        EXPECT_EQ(ZRSetHandleSize(kFirst, 20), ZRErrMemLocked);
+        break;
+    }
+    World().kernel_thread = kernel_thread;
+  }
 }
 
-TEST_F(HandleReportsTest, ResizesOfALockedHandle) {
-  const std::string by_bert =
+TEST_F(HandleReportsTest, LockedHandles) {
+  using Site = std::vector<uintptr_t>;
+  const std::string lock_by_bert =
+      "Error: Attempt by Bert to lock a handle (50000000) already locked by ";
+  const std::string resize_by_bert =
       "Error: Attempt by Bert to resize a handle (50000000) locked (1) by Anna from 10 to 20.";
-  auto bert_after_anna = [] {
-    World().site = {7, 8};
-    LockAs(kAnna);
-    ResizeAs(kBert);
-  };
-  Check({
-      {"itself",
-       kQuiet,
-       [] {
-         LockAs(kAnna);
-         LockAs(kAnna);
-         ResizeAs(kAnna);
-       },
-       {"Error: Nested attempt by Anna to resize a locked (2) handle (50000000) from 10 to 20."}},
-      {"itself, traceback",
-       "",
-       [] {
-         LockAs(kAnna);
-         ResizeAs(kAnna);
-       },
-       {"Error: Nested attempt by Anna to resize a locked (1) handle (50000000) from 10 to 20.",
-        "[traceback 1]"}},
-      {"no task at all",
-       kQuiet,
-       [] {
-         LockAs(0);
-         ResizeAs(0);
-       },
-       {"Error: Nested attempt by Main to resize a locked (1) handle (50000000) from 10 to 20."}},
-      {"nobody known",
-       "",
-       [] {
-         LockAs(kAnna);
-         LockAs(kBert);
-         UnlockAs(kAnna);
-         ResizeAs(kBert);
-       },
-       {"Error: Attempt by Bert to resize a handle (50000000) locked (1) from 10 to 20.",
-        "[traceback 1]"}},
-      {"another, no traceback", kQuiet, bert_after_anna, {by_bert}},
-      {"another",
-       "",
-       bert_after_anna,
-       {by_bert, "[traceback 1]",
-        "       The handle (50000000) was locked by Anna. Traceback follows...", "[task 11]"}},
-      {"another, site known",
-       "TrackLockers=1\r\nHeapTracebacks=0\r\n",
-       bert_after_anna,
-       {by_bert, "[traceback 1]",
-        "       The handle (50000000) was locked by Anna at:", "[site 7 8]"}},
-  });
-}
-
-// The first holder is the owner until it has undone its own locks.
-TEST_F(HandleReportsTest, OwnershipFollowsTheNesting) {
-  Start(kQuiet);
-  LockAs(kAnna);
-  LockAs(kAnna);
-  LockAs(kBert);
-  UnlockAs(kAnna);
-  ResizeAs(kBert);
-  UnlockAs(kAnna);
-  ResizeAs(kBert);
-  UnlockAs(kBert);
-  LockAs(kBert);
-  ResizeAs(kAnna);
-  EXPECT_EQ(
-      TakeLog(),
-      (Lines{
-          "Error: Attempt by Bert to resize a handle (50000000) locked (2) by Anna from 10 to 20.",
-          "Error: Attempt by Bert to resize a handle (50000000) locked (1) from 10 to 20.",
-          "Error: Attempt by Anna to resize a handle (50000000) locked (1) by Bert from 10 to 20.",
-      }));
-}
-
-// Locks that strangers undo: the next owner starts afresh, and an unlock without a task stays sane.
-TEST_F(HandleReportsTest, UnlocksByStrangersDoNotStickToTheNextOwner) {
-  Start(kQuiet);
-  LockAs(kAnna);
-  UnlockAs(kBert);
-  LockAs(kBert);
-  LockAs(kAnna);
-  UnlockAs(kBert);
-  ResizeAs(kAnna);
-  UnlockAs(0);
-  LockAs(kBert);
-  LockAs(kAnna);
-  UnlockAs(kBert);
-  ResizeAs(kAnna);
-  const std::string nobody =
+  const std::string anna_resizes =
       "Error: Attempt by Anna to resize a handle (50000000) locked (1) from 10 to 20.";
-  EXPECT_EQ(TakeLog(), (Lines{nobody, nobody}));
+  const std::string was_locked = "       The handle (50000000) was locked by ";
+  const Lines anna_stands = {lock_by_bert + "Anna.", kTraceback,
+                             was_locked + "Anna. Traceback follows...", "[task 65]"};
+  const struct {
+    const char *name, *settings, *calls;
+    Lines expected;
+    Site site = {};  // of the first lock
+  } kRows[] = {
+      {"locks: silent", "", "LA LB", {}},
+      {"locks: itself",
+       kLocks,
+       "LA LA",
+       {"Error: Nested attempt by Anna to lock a handle (50000000) already locked by this task.",
+        kTraceback}},
+      {"locks: another", kLocks, "LA LB", anna_stands},
+      {"locks: always with a traceback", "HeapLocks=1\r\nHeapTracebacks=0\r\n", "LA LB",
+       anna_stands},
+      {"locks: site known",
+       kSites,
+       "LA LB",
+       {lock_by_bert + "Anna.", kTraceback,
+        "Handle (50000000) was locked by Anna at: ", "[site 7 8 9 10]"},
+       {7, 8, 9, 10, 11}},
+      {"locks: site not found", kSites, "LA LB", anna_stands},
+      {"locks: a lock off the kernel's thread forgets the site",
+       kSites,
+       "LA lB LB",
+       anna_stands,
+       {7}},
+      {"locks: owner without a name",
+       kLocks,
+       "LN LB",
+       {lock_by_bert + "<unknown>.", kTraceback, was_locked + "<unknown>. Traceback follows...",
+        "[task 78]"}},
+      {"locks: nobody is known to hold it",
+       kLocks,
+       "LA lB UA LB",
+       {lock_by_bert + "<unknown>.", kTraceback, was_locked + "<unknown>. Traceback follows..."}},
+      {"sizes: itself",
+       kQuiet,
+       "LA LA RA",
+       {"Error: Nested attempt by Anna to resize a locked (2) handle (50000000) from 10 to 20."}},
+      {"sizes: itself, traceback",
+       "",
+       "LA RA",
+       {"Error: Nested attempt by Anna to resize a locked (1) handle (50000000) from 10 to 20.",
+        kTraceback}},
+      {"sizes: no task at all",
+       kQuiet,
+       "L0 R0",
+       {"Error: Nested attempt by Main to resize a locked (1) handle (50000000) from 10 to 20."}},
+      {"sizes: nobody known", "", "LA LB UA RA", {anna_resizes, kTraceback}},
+      {"sizes: another, no traceback", kQuiet, "LA RB", {resize_by_bert}},
+      {"sizes: another",
+       "",
+       "LA RB",
+       {resize_by_bert, kTraceback, was_locked + "Anna. Traceback follows...", "[task 65]"},
+       {7, 8}},
+      {"sizes: another, site known",
+       "TrackLockers=1\r\nHeapTracebacks=0\r\n",
+       "LA RB",
+       {resize_by_bert, kTraceback, was_locked + "Anna at:", "[site 7 8]"},
+       {7, 8}},
+      {"owner until its own locks are undone",
+       kQuiet,
+       "LA LA LB UA RB UA RA UB LB RA",
+       {"Error: Attempt by Bert to resize a handle (50000000) locked (2) by Anna from 10 to 20.",
+        anna_resizes,
+        "Error: Attempt by Anna to resize a handle (50000000) locked (1) by Bert from 10 to 20."}},
+      {"unlocks by strangers, or nobody, do not stick to the next owner",
+       kQuiet,
+       "LA UB LB LA UB RA U0 LB LA UB RA",
+       {anna_resizes, anna_resizes}},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    const auto perform = [&row] {
+      World().site = row.site;
+      Perform(row.calls);
+    };
+    EXPECT_EQ(Report(row.settings, perform), row.expected);
+  }
 }
 
 TEST_F(HandleReportsTest, PurgedHandles) {
-  auto lock_purged = [] {
+  const auto lock_purged = [] {
     ZRMarkHandlePurgeable(kFirst);
     ZRPurgeHandles(0);
     EXPECT_EQ(ZRLockHandle(kFirst), nullptr);
   };
   const std::string complaint = "Error: Attempt to lock purged handle (50000000).";
-  Check({{"traceback", "", lock_purged, {complaint, "[traceback 1]"}},
-         {"no traceback", kQuiet, lock_purged, {complaint}}});
+  EXPECT_EQ(Report("", lock_purged), (Lines{complaint, kTraceback}));
+  EXPECT_EQ(Report(kQuiet, lock_purged), Lines{complaint});
 }
 
 TEST_F(HandleReportsTest, ShortMemory) {
   for (const std::string settings : {"", kQuiet}) {
     for (uint32_t size : {3u, 20u}) {
       SCOPED_TRACE(settings + std::to_string(size));
-      Start(settings);
-      FailAllocation(1);
-      EXPECT_EQ(ZRSetHandleSize(kFirst, size), ZRErrMemFull);
-      EXPECT_EQ(ZRGetHandleSize(kFirst), 10u);
-      Lines log = TakeLog();
+      const Lines log = Report(settings, [size] {
+        FailAllocation(1);
+        EXPECT_EQ(ZRSetHandleSize(kFirst, size), ZRErrMemFull);
+        EXPECT_EQ(ZRGetHandleSize(kFirst), 10u);
+      });
       ASSERT_EQ(log.size(), settings.empty() ? 3u : 2u);
       EXPECT_EQ(log[0], "Error: Attempt to grow handle (50000000) from 10 to " +
                             std::to_string(size) + " failed.");
@@ -357,26 +244,20 @@ TEST_F(HandleReportsTest, ShortMemory) {
           << log[1];
       EXPECT_GT(phys, 0);
       EXPECT_LE(app, virt);
-      World().kernel_thread = false;
-      FailAllocation(1);
-      EXPECT_EQ(ZRSetHandleSize(kFirst, size), ZRErrMemFull);
-      EXPECT_EQ(TakeLog(), Lines{});
     }
   }
 }
 
 // What writes a message may make so many handles that the table moves.
 TEST_F(HandleReportsTest, MessagesMayMoveTheTable) {
-  Start("HeapLocks=1\r\n");
-  LockAs(kAnna);
+  Start(kLocks);
+  Perform("LA");
   qv::GlobalHooks().print_traceback = [](uint32_t) {
     for (int i = 0; i < 3000; ++i) ASSERT_NE(ZRNewHandle(0), 0u);
   };
-  World().current = kBert;
-  EXPECT_NE(ZRLockHandle(kFirst), nullptr);
+  Perform("LB");
   EXPECT_EQ(ZRSetHandleSize(kFirst, 1), ZRErrMemLocked);
-  UnlockAs(kBert);
-  UnlockAs(kAnna);
+  Perform("UB UA");
   EXPECT_EQ(ZRIsHandleLocked(kFirst), 0);
   EXPECT_EQ(ZRCountHandles(), 6001u);
 }

@@ -129,6 +129,4 @@ void MemoryTest::FailAllocation(uint32_t nth, bool from_then_on) {
 
 Lines MemoryTest::TakeLog() { return std::exchange(World().log, {}); }
 
-void MemoryTest::ReleaseLeaked(void* block) { Release(block); }
-
 }  // namespace test

@@ -32,8 +32,7 @@ struct MemoryWorld {
 };
 MemoryWorld& World();
 
-// A new process with the world above and no setting; at its end no block may be left, but for those
-// that `Leak` has named.
+// A new process with the world above and no setting; at its end no block may be left.
 class MemoryTest : public testing::Test {
  protected:
   MemoryTest();
@@ -45,8 +44,6 @@ class MemoryTest : public testing::Test {
   static void FailAllocation(uint32_t nth, bool from_then_on = false);
   // What was logged since the last call.
   static Lines TakeLog();
-  // Releases what a refused free has left over.
-  static void ReleaseLeaked(void* block);
 };
 
 }  // namespace test

@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "tests/text/module_tables.h"
+#include "tests/text/table_bodies.h"
 
 namespace qv {
 namespace {
 
 using namespace std::string_literals;
+using test::Body;
 using Parts = std::vector<uint32_t>;
 
 Parts Decomposed(uint32_t code, Decomposition form) {
@@ -79,36 +81,30 @@ TEST_F(ModuleDecomposition, IsAStepOfEveryEngine) {
   }
 }
 
-void Append(std::vector<uint8_t>& body, uint32_t value, int width) {
-  for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
-    body.push_back(static_cast<uint8_t>(value >> shift));
-  }
-}
-
 struct Entry {
   uint32_t code, first, count;
 };
 
-std::vector<uint8_t> Index(const std::vector<Entry>& entries) {
-  std::vector<uint8_t> body;
+Body Index(const std::vector<Entry>& entries) {
+  Body body;
   for (const Entry& entry : entries) {
-    Append(body, entry.code, 4);
-    Append(body, entry.first, 2);
-    Append(body, entry.count, 2);
+    test::Append(body, entry.code, 4);
+    test::Append(body, entry.first, 2);
+    test::Append(body, entry.count, 2);
   }
   return body;
 }
 
-std::vector<uint8_t> Companion(const Parts& parts) {
-  std::vector<uint8_t> body;
-  for (uint32_t part : parts) Append(body, part, 4);
+Body Companion(const Parts& parts) {
+  Body body;
+  for (uint32_t part : parts) test::Append(body, part, 4);
   return body;
 }
 
 TEST(DecompositionData, HostileDataLeaveCharactersWhole) {
   const struct {
     const char* name;
-    std::vector<uint8_t> index, companion;
+    Body index, companion;
     Parts a;  // what becomes of "a"
   } kRows[] = {
       {"good", Index({{'a', 0, 1}, {'b', 1, 2}}), Companion({'b', 'x', 'y'}), {'x', 'y'}},

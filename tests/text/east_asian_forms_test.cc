@@ -35,10 +35,8 @@ TEST(EastAsianForms, AreRead) {
       {"Roman", 20002, "\x1B(J\\~", {'\\', '~'}, 0},
       {"katakana: set, SO, eight bits",
        20002,
-       "\x1B(I1`\x1B(B\x0E"
-       "1\x0F"
-       "1\xB1",
-       {0xB1, kSub, 0xB1, '1', 0xB1},
+       "\x1B(I1`\x1B(B\x0EQ\x0FQ\xB1",
+       {0xB1, kSub, 0xD1, 'Q', 0xB1},
        0},
       {"a set without codes", 20002, "\x1B$(D0!\x1B(Ba", {kSub, 'a'}, 0},
       {"controls and spaces inside",
@@ -51,26 +49,12 @@ TEST(EastAsianForms, AreRead) {
       {"cut inside a character", 20002, "\x1B$B$", {}, 1},
       {"an unknown sequence", 20002, "\x1B[1m", {0x1B, '[', '1', 'm'}, 0},
       {"another page's sequence", 20002, "\x1B$)C", {0x1B, '$', ')', 'C'}, 0},
-      {"KR",
-       20003,
-       "\x1B$)Ca\x0E"
-       "0!\x0F"
-       "0",
-       {'a', 0xB0A1, '0'},
-       0},
-      {"KR: no designation, eight bits",
-       20003,
-       "\x0E"
-       "0!\xB0\xA1",
-       {0xB0A1, kSub, kSub},
-       0},
+      {"KR", 20003, "\x1B$)Ca\x0EG!\x0FG", {'a', 0xC7A1, 'G'}, 0},
+      {"KR: no designation, eight bits", 20003, "\x0EG!\xB0\xA1", {0xC7A1, kSub, kSub}, 0},
       {"CN: SO, a line end, another set",
        20004,
-       "\x1B$)A\x0E"
-       "0!\n0!\x1B$)G\x0E"
-       "0!\n\x0E"
-       "0!",
-       {0xB0A1, '\n', '0', '!', kSub, '\n', 0xB0A1},
+       "\x1B$)A\x0EG!\nG!\x1B$)G\x0EG!\n\x0EG!",
+       {0xC7A1, '\n', 'G', '!', kSub, '\n', 0xC7A1},
        0},
       {"CN: single shift", 20004, "\x1B$*H\x1BN!!a\x1BN\n", {kSub, 'a', kSub, '\n'}, 0},
       {"CN: cut single shift", 20004, "\x1BN!", {}, 3},
@@ -99,20 +83,11 @@ TEST(EastAsianForms, AreWritten) {
       {"JIS: each set", 20002, {'a', 0x2422, 0x2424, 0xB1, '\n'}, "a\x1B$B$\"$$\x1B(I1\x1B(B\n"},
       {"JIS: closed", 20002, {0x2422}, "\x1B$B$\"\x1B(B"},
       {"no sequences from characters", 20002, {0x1B, '$', 'B', 0x0E, 0x0F}, "\x1A$B\x1A\x1A"},
-      {"KR",
-       20003,
-       {'a', 0xB0A1, '\n', 0xB0A1, 0xB041},
-       "\x1B$)Ca\x0E"
-       "0!\x0F\n\x0E"
-       "0!\x0F\x1A"},
+      {"KR", 20003, {'a', 0xC7A1, '\n', 0xC7A1, 0xB041}, "\x1B$)Ca\x0EG!\x0F\n\x0EG!\x0F\x1A"},
       {"CN: once per line",
        20004,
-       {'a', 0xB0A1, 'b', 0xB0A1, '\r', '\n', 0xB0A1},
-       "a\x1B$)A\x0E"
-       "0!\x0F"
-       "b\x0E"
-       "0!\x0F\r\n\x1B$)A\x0E"
-       "0!\x0F"},
+       {'a', 0xC7A1, 'z', 0xC7A1, '\r', '\n', 0xC7A1},
+       "a\x1B$)A\x0EG!\x0Fz\x0EG!\x0F\r\n\x1B$)A\x0EG!\x0F"},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);

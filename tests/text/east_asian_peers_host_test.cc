@@ -1,80 +1,28 @@
 // The converters between the East Asian forms beside glibc's iconv and ICU, each by way of Unicode.
 #include <gtest/gtest.h>
-#include <iconv.h>
-#include <unicode/ucnv.h>
 
-#include <algorithm>
 #include <map>
-#include <optional>
 #include <random>
 
 #include "tests/text/east_asian_text.h"
 #include "tests/text/module_tables.h"
+#include "tests/text/peers.h"
 #include "text/pair_converters.h"
 
 namespace qv {
 namespace {
 
-// Nothing where the peer has no character for it; one for private use is none.
-using PeerText = std::optional<std::string>;
-constexpr size_t kRoom = 1 << 14;
+using test::PeerText;
 
-class IconvPeer {
- public:
-  IconvPeer(const char* from, const char* to) : converter_(iconv_open(to, from)) {
-    EXPECT_NE(converter_, reinterpret_cast<iconv_t>(-1)) << from << " to " << to;
+// A character for private use is none.
+PeerText ByIcu(const char* from, const char* to, const std::string& text) {
+  const PeerText units = test::ByIcu(from, test::kPeerUnicode, text);
+  for (size_t i = 0; units && i < units->size(); i += 2) {
+    const auto high = static_cast<uint8_t>((*units)[i]);
+    if (high >= 0xE0 && high <= 0xF8) return {};
   }
-  ~IconvPeer() { iconv_close(converter_); }
-  IconvPeer(const IconvPeer&) = delete;
-  IconvPeer& operator=(const IconvPeer&) = delete;
-
-  PeerText Convert(std::string text) {
-    std::string out(kRoom, '\0');
-    char *in_at = text.data(), *out_at = out.data();
-    size_t in_left = text.size(), out_left = out.size();
-    iconv(converter_, nullptr, nullptr, nullptr, nullptr);
-    if (iconv(converter_, &in_at, &in_left, &out_at, &out_left) != 0) return {};
-    iconv(converter_, nullptr, nullptr, &out_at, &out_left);
-    return out.substr(0, out.size() - out_left);
-  }
-
- private:
-  iconv_t converter_;
-};
-
-class IcuPeer {
- public:
-  IcuPeer(const char* from, const char* to) : from_(Open(from)), to_(Open(to)) {}
-  ~IcuPeer() {
-    ucnv_close(from_);
-    ucnv_close(to_);
-  }
-  IcuPeer(const IcuPeer&) = delete;
-  IcuPeer& operator=(const IcuPeer&) = delete;
-
-  PeerText Convert(const std::string& text) {
-    std::u16string unicode(kRoom, u'\0');
-    std::string out(kRoom, '\0');
-    UErrorCode error = U_ZERO_ERROR;
-    const int32_t units = ucnv_toUChars(from_, unicode.data(), kRoom, text.data(),
-                                        static_cast<int32_t>(text.size()), &error);
-    const auto is_private = [](char16_t unit) { return unit >= 0xE000 && unit <= 0xF8FF; };
-    if (std::any_of(unicode.begin(), unicode.begin() + units, is_private)) return {};
-    const int32_t bytes = ucnv_fromUChars(to_, out.data(), kRoom, unicode.data(), units, &error);
-    return U_SUCCESS(error) ? PeerText(out.substr(0, static_cast<size_t>(bytes))) : PeerText();
-  }
-
- private:
-  static UConverter* Open(const char* name) {
-    UErrorCode error = U_ZERO_ERROR;
-    UConverter* converter = ucnv_open(name, &error);
-    ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &error);
-    ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &error);
-    EXPECT_TRUE(U_SUCCESS(error)) << name;
-    return converter;
-  }
-  UConverter *from_, *to_;
-};
+  return units ? test::ByIcu(test::kPeerUnicode, to, *units) : units;
+}
 
 struct Direction {
   CodePage from, to;
@@ -86,7 +34,7 @@ struct Direction {
 };
 
 std::string Ours(const Direction& direction, const std::string& text) {
-  return test::ConvertGuarded(kRoom,
+  return test::ConvertGuarded(test::kPeerRoom,
                               [&](char* output, uint32_t* written) {
                                 return PairConverter(direction.from, direction.to)
                                     .Convert(text.data(), static_cast<uint32_t>(text.size()),
@@ -96,8 +44,8 @@ std::string Ours(const Direction& direction, const std::string& text) {
 }
 
 // Compares every code; returns those on which both agree.
-template <class Peer>
-std::vector<uint32_t> CompareCodes(const Direction& direction, Peer& peer) {
+template <class Convert>
+std::vector<uint32_t> CompareCodes(const Direction& direction, Convert by_peer) {
   std::vector<uint32_t> agreed;
   std::map<uint32_t, uint32_t> others;
   uint32_t only_ours = 0, only_theirs = 0;
@@ -105,7 +53,7 @@ std::vector<uint32_t> CompareCodes(const Direction& direction, Peer& peer) {
     if (code == kReplacement || !test::HasCode(direction.from, code)) continue;
     const std::string text = test::WriteCodes(direction.from, {code});
     const std::string ours = Ours(direction, text);
-    const PeerText theirs = peer.Convert(text);
+    const PeerText theirs = by_peer(direction.from_name, direction.to_name, text);
     const bool we_can = ours.find('\x1A') == std::string::npos;
     // Controls stay out of the texts: to iconv a CR alone is no line end.
     if (we_can && theirs == ours && code >= ' ') agreed.push_back(code);
@@ -126,8 +74,9 @@ std::vector<uint32_t> CompareCodes(const Direction& direction, Peer& peer) {
 }
 
 // Texts of lines: the sequences between the characters have to be the same ones, too.
-template <class Peer>
-void CompareTexts(const Direction& direction, Peer& peer, const std::vector<uint32_t>& agreed) {
+template <class Convert>
+void CompareTexts(const Direction& direction, Convert by_peer,
+                  const std::vector<uint32_t>& agreed) {
   std::mt19937 random(direction.from);
   for (int round = 0; round < 50; ++round) {
     std::vector<uint32_t> codes;
@@ -138,17 +87,17 @@ void CompareTexts(const Direction& direction, Peer& peer, const std::vector<uint
     }
     codes.push_back('\n');  // else iconv shifts in once more at the end of Chinese text
     const std::string text = test::WriteCodes(direction.from, codes);
-    ASSERT_EQ(PeerText(Ours(direction, text)), peer.Convert(text));
+    ASSERT_EQ(PeerText(Ours(direction, text)),
+              by_peer(direction.from_name, direction.to_name, text));
   }
 }
 
-template <class Peer>
-void Compare(const Direction& direction) {
+template <class Convert>
+void Compare(const Direction& direction, Convert by_peer) {
   SCOPED_TRACE(testing::Message() << direction.from_name << " to " << direction.to_name);
-  Peer peer(direction.from_name, direction.to_name);
-  const std::vector<uint32_t> agreed = CompareCodes(direction, peer);
+  const std::vector<uint32_t> agreed = CompareCodes(direction, by_peer);
   ASSERT_FALSE(agreed.empty());
-  CompareTexts(direction, peer, agreed);
+  CompareTexts(direction, by_peer, agreed);
 }
 
 class EastAsianPeers : public test::ModuleTables {};
@@ -170,7 +119,7 @@ TEST_F(EastAsianPeers, IconvAgreesButForTheListed) {
       {949, 20003, "CP949", "ISO-2022-KR", "", 610, 3},
       {20003, 949, "ISO-2022-KR", "CP949", "", 610, 0},
   };
-  for (const Direction& direction : kDirections) Compare<IconvPeer>(direction);
+  for (const Direction& direction : kDirections) Compare(direction, test::ByIconv);
 }
 
 TEST_F(EastAsianPeers, IcuAgreesButForTheListed) {
@@ -192,7 +141,7 @@ TEST_F(EastAsianPeers, IcuAgreesButForTheListed) {
       {949, 20003, "windows-949-2000", "ISO-2022-KR", "00:2 A1:1", 618, 0},
       {20003, 949, "ISO-2022-KR", "windows-949-2000", "00:2", 619, 0},
   };
-  for (const Direction& direction : kDirections) Compare<IcuPeer>(direction);
+  for (const Direction& direction : kDirections) Compare(direction, ByIcu);
 }
 
 }  // namespace

@@ -40,27 +40,15 @@ void ExpectRows(const Row (&rows)[N]) {
   for (const Row& row : rows) EXPECT_EQ(row.text, row.expected) << row.name;
 }
 
+// Beside what the C runtime is asked about below.
 TEST(FormatterTest, Integers) {
   ExpectRows({
-      {"plain", Formatted("<%d|%i|%u>", 0, -12, 4000000000u), "<0|-12|4000000000>"},
       {"least 32-bit", Formatted("%d", INT32_MIN), "-2147483648"},
-      {"least 64-bit", Formatted("%lld", kLeast64), "-9223372036854775808"},
       {"greatest 64-bit", Formatted("%llu", UINT64_MAX), "18446744073709551615"},
-      {"hexadecimal", Formatted("%x|%X|%#x|%#X|%#x", 0xBEEF, 0xBEEF, 0xBEEF, 0xBEEF, 0),
-       "beef|BEEF|0xbeef|0XBEEF|0"},
-      {"octal", Formatted("%o|%#o|%#o|%#.4o", 8, 8, 0, 8), "10|010|0|0010"},
-      {"width", Formatted("<%5d|%-5d|%05d>", -42, -42, -42), "<  -42|-42  |-0042>"},
-      {"signs", Formatted("<%+d|% d|%+ d|%+u>", 1, 1, 1, 1u), "<+1| 1|+1|1>"},
-      {"precision", Formatted("<%.4d|%7.4d|%-7.4d|%.4d>", 42, 42, 42, -42),
-       "<0042|   0042|0042   |-0042>"},
-      {"precision switches zero padding off", Formatted("<%07.3d>", 42), "<    042>"},
-      {"minus switches zero padding off", Formatted("<%-07d>", 42), "<42     >"},
+      {"octal with precision", Formatted("%#.4o", 8), "0010"},
+      {"signs", Formatted("<%+ d|%+u>", 1, 1u), "<+1|1>"},
       {"nothing of 0 with precision 0", Formatted("<%.0d|%.d|%3.0x|%#.0o>", 0, 0, 0, 0),
        "<||   |0>"},
-      {"prefix and zeros", Formatted("<%#08x|%#8x|%#.6x>", 255, 255, 255),
-       "<0x0000ff|    0xff|0x0000ff>"},
-      {"every pair of digits", Formatted("%d %d %d", 1234567890, 98765, 100),
-       "1234567890 98765 100"},
   });
 }
 
@@ -163,16 +151,7 @@ TEST(FormatterTest, Doubles) {
   const double infinity = std::numeric_limits<double>::infinity();
   const double nan = std::numeric_limits<double>::quiet_NaN();
   ExpectRows({
-      {"usual places", Formatted("%f|%e|%E|%g|%G", 1.5, 1.5, 1.5, 1.5, 1e-10),
-       "1.500000|1.500000e+00|1.500000E+00|1.5|1E-10"},
-      {"exponents have two digits", Formatted("%.1e|%g|%.0e", 1e5, 1e20, 1e-9),
-       "1.0e+05|1e+20|1e-09"},
-      {"or three where they need them", Formatted("%.0e|%g", 1e100, 1e-300), "1e+100|1e-300"},
-      {"width and zeros", Formatted("<%8.2f|%-8.2f|%08.2f|%+.1f|% .1f>", -1.5, 1.5, -1.5, 1.5, 1.5),
-       "<   -1.50|1.50    |-0001.50|+1.5| 1.5>"},
-      {"no point", Formatted("%.0f|%#.0f|%#.0e", 2.5, 2.5, 2.0), "2|2.|2.e+00"},
-      {"general keeps zeros with #", Formatted("%#g|%#.3g|%#g", 1.5, 100000.0, 0.0001),
-       "1.50000|1.00e+05|0.000100000"},
+      {"width and zeros", Formatted("<%8.2f|% .1f>", -1.5, 1.5), "<   -1.50| 1.5>"},
       {"not finite",
        Formatted("<%f|%E|%+g|%05g|%5.1f>", infinity, -infinity, infinity, infinity, nan),
        "<inf|-INF|+inf|  inf|  nan>"},
@@ -202,11 +181,12 @@ TEST(FormatterTest, AgreesWithTheRuntimeOnRandomNumbers) {
     std::snprintf(expected, sizeof expected, format, value);
     ASSERT_EQ(Formatted(format, value), expected) << format << " of " << std::hexfloat << value;
   }
-  const char* const integer_formats[] = {"%d",    "%i",    "%u",      "%x",     "%X",     "%o",
-                                         "%#x",   "%#o",   "%+d",     "% d",    "%15d",   "%-15d|",
-                                         "%015d", "%.12d", "%15.12x", "%#015X", "%-#15o|"};
+  const char* const integer_formats[] = {
+      "%d",     "%i",      "%u",    "%x",      "%X",     "%o",     "%#x",   "%#X",
+      "%#o",    "%+d",     "% d",   "%15d",    "%-15d|", "%015d",  "%.12d", "%15.12x",
+      "%#015X", "%-#15o|", "%7.4d", "%-7.4d|", "%07.3d", "%-07d|", "%#.6x"};
   for (int i = 0; i < 20000; ++i) {
-    const auto value = static_cast<int32_t>(random() >> (i % 33));
+    const int32_t value = static_cast<int32_t>(random()) >> (i % 32);
     const char* format = integer_formats[i % std::size(integer_formats)];
     char expected[100];
     std::snprintf(expected, sizeof expected, format, value);

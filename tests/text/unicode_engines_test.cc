@@ -23,12 +23,28 @@ std::string FromUtf8(const std::string& text, CodePage to) {
   return ConvertWithEngine(text, kUtf8, to, kKeep).text;
 }
 
+struct Row {
+  const char* name;
+  std::string in, out;
+  uint32_t cut = 0;  // bytes that stay unconsumed
+};
+
+// By itself, and inside a long run, where blocks are converted.
+void ExpectRows(CodePage from, CodePage to, const std::vector<Row>& rows) {
+  const std::string run(100, 'x');
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(ConvertWithEngine(row.in, from, to, kKeep),
+              (Converted{row.out, static_cast<uint32_t>(row.in.size()) - row.cut}));
+    const std::string behind = row.cut == 0 ? run : "";
+    const std::string in = FromUtf8(run, from) + row.in + FromUtf8(behind, from);
+    EXPECT_EQ(ConvertWithEngine(in, from, to, kKeep).text,
+              FromUtf8(run, to) + row.out + FromUtf8(behind, to));
+  }
+}
+
 TEST_F(UnicodeEngines, ReadAnyUtf8) {
-  const struct {
-    const char* name;
-    std::string in, out;  // UTF-8 and UTF-16 big-endian
-    uint32_t cut = 0;     // bytes that stay unconsumed
-  } kRows[] = {
+  const std::vector<Row> kRows = {
       {"ASCII and NUL", "a\0b"s, "\0a\0\0\0b"s},
       {"two bytes", "\xC3\xA9", "\0\xE9"s},
       {"three bytes", "\xE2\x82\xAC", "\x20\xAC"},
@@ -49,15 +65,7 @@ TEST_F(UnicodeEngines, ReadAnyUtf8) {
       {"cut after three of four", "a\xF0\x9F\x98", "\0a"s, 3},
       {"cut after six of seven", "\xFE\x80\x80\x80\x80\x80", "", 6},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(ConvertWithEngine(row.in, kUtf8, kUtf16Big, kKeep),
-              (Converted{row.out, static_cast<uint32_t>(row.in.size()) - row.cut}));
-    // The same behind a long run, where blocks are converted.
-    const std::string run(100, 'x');
-    EXPECT_EQ(ConvertWithEngine(run + row.in, kUtf8, kUtf16Big, kKeep).text,
-              FromUtf8(run, kUtf16Big) + row.out);
-  }
+  ExpectRows(kUtf8, kUtf16Big, kRows);
 }
 
 TEST_F(UnicodeEngines, WriteEveryForm) {
@@ -99,44 +107,28 @@ TEST_F(UnicodeEngines, EastAsianForms) {
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.page);
     EXPECT_EQ(FromUtf8(text, row.page), row.out);
-    EXPECT_EQ(ConvertWithEngine(row.out, row.page, kUtf8, kKeep),
-              (Converted{text, static_cast<uint32_t>(row.out.size())}));
-    // Behind a run, where blocks are converted.
-    const std::string run(100, 'x');
-    EXPECT_EQ(ConvertWithEngine(run + row.out + run, row.page, kUtf8, kKeep).text,
-              run + text + run);
+    ExpectRows(row.page, kUtf8, {{"back", row.out, text}});
   }
 }
 
 TEST_F(UnicodeEngines, EastAsianPairsThatAreNoCharacter) {
-  const struct {
-    const char* name;
-    CodePage page;
-    std::string in, out;
-    uint32_t cut = 0;
-  } kRows[] = {
-      {"cut behind a lead byte", 932, "a\x82", "a", 1},
-      {"a pair without a character", 932, "\x81\xAD!", "\x1A!"},
-      {"a trail byte that is an ASCII letter", 932, "\x82\x41!", "\x1A!"},
-      {"a control byte behind a lead byte", 932, "\x82\x0A!", "\x1A\n!"},
-      {"no lead byte, no character", 932, "\xFD!", "\x1A!"},
-      {"Windows' place of an everyday character", 932, "\xFB\xFC!", "\xE9\xAB\x99!"},
-      {"cut there", 932, "a\xFB", "a", 1},
-      {"no character there", 932, "\xFC\x4C!", "\x1AL!"},
-      {"yen and backslash", 10001, "\\\x80", "\xC2\xA5\\"},
-      {"EUC: half of three bytes", 20001, "\x8F\xB0", "", 2},
-      {"EUC: JIS X 0212", 20001, "\x8F\xB0\xA1!", "\x1A!"},
-      {"ISO-2022: cut in a sequence", 20002, "a\x1B$", "a", 2},
-      {"ISO-2022: a sequence at the end", 20002, "a\x1B(B", "a"},
-      {"ISO-2022: half a pair", 20002, "\x1B$B4", "", 1},
-  };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(ConvertWithEngine(row.in, row.page, kUtf8, kKeep),
-              (Converted{row.out, static_cast<uint32_t>(row.in.size()) - row.cut}));
-    const std::string run(40, 'x');
-    EXPECT_EQ(ConvertWithEngine(run + row.in, row.page, kUtf8, kKeep).text, run + row.out);
-  }
+  ExpectRows(932, kUtf8,
+             {{"cut behind a lead byte", "a\x82", "a", 1},
+              {"a pair without a character", "\x81\xAD!", "\x1A!"},
+              {"a trail byte that is an ASCII letter", "\x82\x41!", "\x1A!"},
+              {"a control byte behind a lead byte", "\x82\x0A!", "\x1A\n!"},
+              {"no lead byte, no character", "\xFD!", "\x1A!"},
+              {"Windows' place of an everyday character", "\xFB\xFC!", "\xE9\xAB\x99!"},
+              {"cut there", "a\xFB", "a", 1},
+              {"no character there", "\xFC\x4C!", "\x1AL!"}});
+  ExpectRows(10001, kUtf8, {{"yen and backslash", "\\\x80", "\xC2\xA5\\"}});
+  ExpectRows(
+      20001, kUtf8,
+      {{"half of three bytes", "\x8F\xB0", "", 2}, {"JIS X 0212", "\x8F\xB0\xA1!", "\x1A!"}});
+  ExpectRows(20002, kUtf8,
+             {{"cut in a sequence", "a\x1B$", "a", 2},
+              {"a sequence at the end", "a\x1B(B", "a"},
+              {"half a pair", "\x1B$B4", "", 1}});
 }
 
 // Whatever the room, what is written is whole and closed: it reads back as what was consumed.
@@ -156,10 +148,7 @@ TEST_F(UnicodeEngines, FormsWithAStateAreClosedInAnyRoom) {
 }
 
 TEST_F(UnicodeEngines, CodesAtTheLimitsOfUtf8) {
-  const struct {
-    const char* name;
-    std::string in, out;  // UTF-32 big-endian and UTF-8
-  } kRows[] = {
+  const std::vector<Row> kRows = {
       {"last of one byte", "\0\0\0\x7F"s, "\x7F"},
       {"first of two", "\0\0\0\x80"s, "\xC2\x80"},
       {"last of two", "\0\0\x07\xFF"s, "\xDF\xBF"},
@@ -170,19 +159,11 @@ TEST_F(UnicodeEngines, CodesAtTheLimitsOfUtf8) {
       {"the next is skipped", "\0\x20\0\0\0\0\0!"s, "!"},
       {"the highest is skipped", "\xFF\xFF\xFF\xFF\0\0\0!"s, "!"},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(ConvertWithEngine(row.in, kUtf32Big, kUtf8, kKeep),
-              (Converted{row.out, static_cast<uint32_t>(row.in.size())}));
-  }
+  ExpectRows(kUtf32Big, kUtf8, kRows);
 }
 
 TEST_F(UnicodeEngines, KeepLoneSurrogatesBetweenUnicodeForms) {
-  const struct {
-    const char* name;
-    std::string in, out;  // UTF-16 big-endian and UTF-8
-    uint32_t cut = 0;
-  } kRows[] = {
+  const std::vector<Row> kRows = {
       {"low", "\xDC\0!!"s, "\xED\xB0\x80\xE2\x84\xA1"},
       {"high before ASCII", "\xD8\0\0!"s, "\xED\xA0\x80!"},
       {"high before a pair", "\xD8\0\xD8\x3D\xDE\x00"s, "\xED\xA0\x80\xF0\x9F\x98\x80"},
@@ -190,12 +171,8 @@ TEST_F(UnicodeEngines, KeepLoneSurrogatesBetweenUnicodeForms) {
       {"half a pair's low", "\0!\xD8\0\xDC"s, "!", 3},
       {"half a unit", "\0!\0"s, "!", 1},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(ConvertWithEngine(row.in, kUtf16Big, kUtf8, kKeep),
-              (Converted{row.out, static_cast<uint32_t>(row.in.size()) - row.cut}));
-  }
-  EXPECT_EQ(ConvertWithEngine("\xDC\0"s, kUtf16Big, 1252, kKeep).text, "\x1A");
+  ExpectRows(kUtf16Big, kUtf8, kRows);
+  ExpectRows(kUtf16Big, 1252, {{"in a code page", "\xDC\0"s, "\x1A"}});
 }
 
 TEST_F(UnicodeEngines, RewriteLineEnds) {
@@ -241,26 +218,22 @@ TEST_F(UnicodeEngines, WriteMarkAndTerminator) {
   const struct {
     const char* name;
     CodePage to;
-    std::string out;  // of "a" with both
+    std::string out;  // of "z" with both
   } kRows[] = {
-      {"UTF-8", kUtf8,
-       "\xEF\xBB\xBF"
-       "a\0"s},
-      {"UTF-16 little-endian", kUtf16Little,
-       "\xFF\xFE"
-       "a\0\0\0"s},
-      {"UTF-16 big-endian", kUtf16Big, "\xFE\xFF\0a\0\0"s},
-      {"UTF-32 little-endian", kUtf32Little, "\xFF\xFE\0\0a\0\0\0\0\0\0\0"s},
-      {"UTF-32 big-endian", kUtf32Big, "\0\0\xFE\xFF\0\0\0a\0\0\0\0"s},
-      {"UTF-7, its run closed", kUtf7, "+/v8-a\0"s},
-      {"a code page has no mark", 1252, "a\0"s},
-      {"nor has an East Asian one", 20002, "a\0"s},
+      {"UTF-8", kUtf8, "\xEF\xBB\xBFz\0"s},
+      {"UTF-16 little-endian", kUtf16Little, "\xFF\xFEz\0\0\0"s},
+      {"UTF-16 big-endian", kUtf16Big, "\xFE\xFF\0z\0\0"s},
+      {"UTF-32 little-endian", kUtf32Little, "\xFF\xFE\0\0z\0\0\0\0\0\0\0"s},
+      {"UTF-32 big-endian", kUtf32Big, "\0\0\xFE\xFF\0\0\0z\0\0\0\0"s},
+      {"UTF-7, its run closed", kUtf7, "+/v8-z\0"s},
+      {"a code page has no mark", 1252, "z\0"s},
+      {"nor has an East Asian one", 20002, "z\0"s},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     const auto convert = [&row](uint32_t room) {
       return test::ConvertGuarded(room, [&row](char* output, uint32_t* written) {
-        const auto result = ConvertBetweenCodePages("a", kMeasure, kUtf8, output, *written, row.to,
+        const auto result = ConvertBetweenCodePages("z", kMeasure, kUtf8, output, *written, row.to,
                                                     {kKeep, kConvertByteOrderMark});
         *written = result.written;
         return result.consumed;
@@ -280,11 +253,7 @@ TEST_F(UnicodeEngines, WriteMarkAndTerminator) {
 
 TEST_F(UnicodeEngines, NeverSplitACharacter) {
   const std::string text =
-      "\xE2\x82\xAC"
-      "a\r\nb\xC3\xA9\xF0\x9F\x98\x80\n" +
-      std::string(40, 'x') +
-      "\xC3\xA9"
-      "\rend";
+      "\xE2\x82\xACy\r\nz\xC3\xA9\xF0\x9F\x98\x80\n" + std::string(40, 'x') + "\xC3\xA9\rend";
   for (CodePage from : kForms) {
     const std::string input = FromUtf8(text, from);
     for (CodePage to : kForms) {

@@ -8,14 +8,9 @@
 namespace qv {
 namespace {
 
+using test::Append;
 using test::Body;
 using test::Join;
-
-void Append(Body& body, uint32_t value, int width) {
-  for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
-    body.push_back(static_cast<uint8_t>(value >> shift));
-  }
-}
 
 // A record of either layout: `width` 4 for kinds 6 and 8006, 2 for 0A and 800A. Entry i is
 // first + i.
@@ -43,12 +38,7 @@ Body Resource(uint16_t kind, CodePage cp, const Body& body) {
 
 TEST(WideTable, RefusesBodiesThatBreakTheRulesOfTheirKind) {
   const Body head = BasedHead(20002), record = Record(0x42, 0x3000);
-  const struct {
-    const char* name;
-    uint16_t kind;
-    Body body;
-    bool loads;
-  } kRows[] = {
+  const std::vector<test::LoadRow> kRows = {
       {"6: a record", 6, record, true},
       {"6: nothing", 6, {}, true},
       {"6: a byte short", 6, Body(record.begin(), record.end() - 1), false},
@@ -70,10 +60,7 @@ TEST(WideTable, RefusesBodiesThatBreakTheRulesOfTheirKind) {
       {"800A: a row", 0x800A, Join({head, Record(0x60, 0x2121, 2)}), true},
       {"800A: behind all codes", 0x800A, Join({head, Record(0xFFFF, 1, 2)}), false},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(NewUnicodeTable(row.kind, 932)->Load(row.body), row.loads);
-  }
+  test::ExpectLoads(932, kRows);
 }
 
 TEST(WideTable, LooksUpByBlocks) {
@@ -82,10 +69,7 @@ TEST(WideTable, LooksUpByBlocks) {
   low[4 + 4 * 0x41 + 3] = 0xC1;  // one entry below 128
   low[4 + 3] = 0x77;             // one for code 0
   ASSERT_TRUE(table->Load(Join({low, Record(0x42, 0x1F600), Record(0x44, 0)})));
-  const struct {
-    const char* name;
-    uint32_t code, value;
-  } kRows[] = {
+  const std::vector<test::MapRow> kRows = {
       {"0 is 0, whatever the table says", 0, 0},
       {"an entry below 128", 0x41, 0xC1},
       {"none there: itself", 0x42, 0x42},
@@ -99,10 +83,7 @@ TEST(WideTable, LooksUpByBlocks) {
       {"behind all blocks", 0x2280, 26},
       {"no code at all", 0xFFFFFFFF, 26},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(table->Map(row.code), row.value);
-  }
+  test::ExpectMaps(*table, kRows);
 }
 
 // Rows of its own, rows of the base by arithmetic, and what neither has.
@@ -116,29 +97,25 @@ TEST(WideTable, IsCompletedByItsBase) {
   };
   ASSERT_TRUE(BuildUnicodeTables(std::vector<Bytes>(resources.begin(), resources.end())));
   EXPECT_EQ(FindUnicodeTable(10001, false), nullptr);  // without its base
-  const struct {
-    const char* name;
-    uint32_t code, value;
-    bool from_unicode;
-  } kRows[] = {
-      {"first JIS code", 0x8140, 0x3021, false},
-      {"before the gap of trail bytes", 0x817E, 0x305F, false},
-      {"the gap", 0x817F, 26, false},
-      {"a row of its own", 0x8180, 0x5000, false},
-      {"the base's entry there does not show", 0x819E, 0x501E, false},
-      {"no row of the base", 0x81FC, 0x507C, false},
-      {"last JIS code", 0xEFFC, 0x407E, false},
-      {"a lead byte without JIS rows", 0xA040, 26, false},
-      {"back: own row", 0x5001, 0x8181, true},
-      {"back: by arithmetic", 0x3021, 0x8140, true},
-      {"back: the cell after the gap", 0x3060, 0x8180, true},
-      {"back: no JIS code in the base's entry", 0x307F, 26, true},
-      {"back: ASCII", 'A', 'A', true},
+  const std::vector<test::MapRow> kTo = {
+      {"first JIS code", 0x8140, 0x3021},
+      {"before the gap of trail bytes", 0x817E, 0x305F},
+      {"the gap", 0x817F, 26},
+      {"a row of its own", 0x8180, 0x5000},
+      {"the base's entry there does not show", 0x819E, 0x501E},
+      {"no row of the base", 0x81FC, 0x507C},
+      {"last JIS code", 0xEFFC, 0x407E},
+      {"a lead byte without JIS rows", 0xA040, 26},
   };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(FindUnicodeTable(932, row.from_unicode)->Map(row.code), row.value);
-  }
+  test::ExpectMaps(*FindUnicodeTable(932, false), kTo);
+  const std::vector<test::MapRow> kFrom = {
+      {"own row", 0x5001, 0x8181},
+      {"by arithmetic", 0x3021, 0x8140},
+      {"the cell after the gap", 0x3060, 0x8180},
+      {"no JIS code in the base's entry", 0x307F, 26},
+      {"ASCII", 'A', 'A'},
+  };
+  test::ExpectMaps(*FindUnicodeTable(932, true), kFrom);
   ReleaseUnicodeTables();
 }
 
