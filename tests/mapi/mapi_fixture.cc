@@ -13,27 +13,21 @@ constexpr DWORD kWaitMilliseconds = 10000;
 
 std::string OutputPath() { return TempFolder() + kOutputName; }
 
-HKEY OpenCodePageKey() {
+// The key, made where it is missing.
+HKEY OpenKey(HKEY root, const char* path) {
   HKEY key = nullptr;
-  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kCodePageKey, 0, KEY_ALL_ACCESS, &key), 0);
+  EXPECT_EQ(RegCreateKeyExA(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                            nullptr, &key, nullptr),
+            0);
   return key;
 }
 
-void SetAcp(const std::string& number) {
-  HKEY key = OpenCodePageKey();
-  EXPECT_EQ(RegSetValueExA(key, "ACP", 0, REG_SZ, reinterpret_cast<const BYTE*>(number.c_str()),
-                           static_cast<DWORD>(number.size() + 1)),
+void SetText(HKEY root, const char* path, const char* name, const std::string& text) {
+  HKEY key = OpenKey(root, path);
+  EXPECT_EQ(RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                           static_cast<DWORD>(text.size() + 1)),
             0);
   RegCloseKey(key);
-}
-
-std::string GetAcp() {
-  HKEY key = OpenCodePageKey();
-  char text[100] = {};
-  DWORD size = sizeof text - 1;
-  RegQueryValueExA(key, "ACP", nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
-  RegCloseKey(key);
-  return text;
 }
 
 void WaitForFile(const std::string& path) {
@@ -128,26 +122,28 @@ RunningServer::~RunningServer() {
   CloseHandle(process_);
 }
 
-RegisteredCommand::RegisteredCommand(const std::string& command) {
+std::string StoredText(HKEY root, const std::string& path, const char* name) {
   HKEY key = nullptr;
-  EXPECT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, "qvp\\shell\\open\\command", 0, nullptr,
-                            REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-            0);
-  EXPECT_EQ(RegSetValueExA(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
-                           static_cast<DWORD>(command.size() + 1)),
-            0);
+  if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, &key)) return "none";
+  char data[3000] = {};
+  DWORD size = sizeof data, type = 0;
+  const LSTATUS status =
+      RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<LPBYTE>(data), &size);
   RegCloseKey(key);
+  if (status) return "none";
+  EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
+  return std::string(data, size);
+}
+
+RegisteredCommand::RegisteredCommand(const std::string& command) {
+  SetText(HKEY_CLASSES_ROOT, "qvp\\shell\\open\\command", nullptr, command);
 }
 
 RegisteredCommand::~RegisteredCommand() { RegDeleteTreeA(HKEY_CLASSES_ROOT, "qvp"); }
 
 MailClientKey::MailClientKey() {
-  HKEY key = nullptr;
   for (const char* path : {"SOFTWARE\\Clients\\Mail", "SOFTWARE\\Microsoft\\Windows"}) {
-    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
-                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
-              0);
-    RegCloseKey(key);
+    RegCloseKey(OpenKey(HKEY_CURRENT_USER, path));
   }
 }
 
@@ -156,9 +152,14 @@ MailClientKey::~MailClientKey() {
   RegDeleteTreeA(HKEY_CURRENT_USER, "SOFTWARE\\Microsoft\\Windows\\Shell\\Associations");
 }
 
-SystemCodePage::SystemCodePage(const std::string& number) : before_(GetAcp()) { SetAcp(number); }
+SystemCodePage::SystemCodePage(const std::string& number)
+    : before_(StoredText(HKEY_LOCAL_MACHINE, kCodePageKey, "ACP")) {
+  SetText(HKEY_LOCAL_MACHINE, kCodePageKey, "ACP", number);
+}
 
-SystemCodePage::~SystemCodePage() { SetAcp(before_); }
+SystemCodePage::~SystemCodePage() {
+  SetText(HKEY_LOCAL_MACHINE, kCodePageKey, "ACP", before_.c_str());
+}
 
 std::string Escaped(const std::string& text) {
   std::string out;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "mapi/include/qvsmapi.h"
 #include "platform/windows_api.h"
@@ -21,6 +22,9 @@ template <typename Function>
 Function Export(const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(Library(), name)));
 }
+
+// The names that a loaded library exports, read from its own tables.
+std::vector<std::string> ExportedSymbols(HMODULE module);
 
 // The temporary folder with its "\", and the staging folder without.
 std::string TempFolder();
@@ -43,44 +47,46 @@ void WaitUntilServerIsGone();
 // What the server was sent since PrepareServer.
 std::string ReceivedRequest();
 
+class Scope {
+ public:
+  Scope() = default;
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
+};
+
 // A server that runs until it has served one conversation.
-class RunningServer {
+class RunningServer : Scope {
  public:
   explicit RunningServer(const ServerSettings& settings = {});
   ~RunningServer();
-  RunningServer(const RunningServer&) = delete;
-  RunningServer& operator=(const RunningServer&) = delete;
 
  private:
   HANDLE process_ = nullptr;
 };
 
+// The bytes of a text value, its terminator included; "none" without the key or the value.
+std::string StoredText(HKEY root, const std::string& path, const char* name);
+
 // Registers a launch command for the client's URL scheme; the end removes it.
-class RegisteredCommand {
+class RegisteredCommand : Scope {
  public:
   explicit RegisteredCommand(const std::string& command);
   ~RegisteredCommand();
-  RegisteredCommand(const RegisteredCommand&) = delete;
-  RegisteredCommand& operator=(const RegisteredCommand&) = delete;
 };
 
 // SOFTWARE\Clients\Mail of the user, which registration never makes itself; the end removes it and
 // what registration wrote.
-class MailClientKey {
+class MailClientKey : Scope {
  public:
   MailClientKey();
   ~MailClientKey();
-  MailClientKey(const MailClientKey&) = delete;
-  MailClientKey& operator=(const MailClientKey&) = delete;
 };
 
 // The registry's "ACP" for the length of a scope.
-class SystemCodePage {
+class SystemCodePage : Scope {
  public:
   explicit SystemCodePage(const std::string& number);
   ~SystemCodePage();
-  SystemCodePage(const SystemCodePage&) = delete;
-  SystemCodePage& operator=(const SystemCodePage&) = delete;
 
  private:
   std::string before_;
