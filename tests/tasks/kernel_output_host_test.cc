@@ -163,12 +163,10 @@ TEST_F(KernelOutputTest, LevelSixListsTheTasksAtEachLoopEndAndWaits) {
   Set("Debug/Tasks=6");
   StopClock();
   uint32_t loops = 0;
-  RunTasks([&] {
-    Spawn("a", [&] {
-      ZRTaskYield();
-      EXPECT_EQ(ZRMicroseconds(true), 1200000u);
-      loops = qv::GetKernelStatistics().loops;
-    });
+  RunTask([&] {
+    ZRTaskYield();
+    EXPECT_EQ(ZRMicroseconds(true), 1200000u);
+    loops = qv::GetKernelStatistics().loops;
   });
   EXPECT_EQ(loops, 2u);
   const std::string text = ForDebugger();
