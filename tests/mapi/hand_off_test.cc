@@ -32,8 +32,8 @@ TEST_F(HandOffTest, RunningClient) {
       {"acknowledges", {"accept", 0, 0}, true, true},
       {"acknowledges too late", {"accept", 0, 1500}, true, true},
       {"refuses", {"refuse", 0, 0}, false, true},
-      {"dies before it accepts", {"die-on-connect", 0, 0}, false, false},
-      {"dies with the request", {"die-on-execute", 0, 0}, true, true},
+      {"dies before it accepts", {"die-at-connect", 0, 0}, false, false},
+      {"dies with the request", {"die-at-execute", 0, 0}, true, true},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);

@@ -5,11 +5,13 @@
 #include "mapi/module_startup.h"
 
 namespace mapi_test {
+
+using platform_test::WaitForText;
+
 namespace {
 
 constexpr char kCodePageKey[] = "System\\CurrentControlSet\\Control\\Nls\\CodePage";
 constexpr char kOutputName[] = "qv_server_output.txt";
-constexpr DWORD kWaitMilliseconds = 10000;
 
 std::string OutputPath() { return TempFolder() + kOutputName; }
 
@@ -30,22 +32,6 @@ void SetText(HKEY root, const char* path, const char* name, const std::string& t
   RegCloseKey(key);
 }
 
-void WaitForFile(const std::string& path) {
-  DWORD waited = 0;
-  for (; !FileExists(path) && waited < kWaitMilliseconds; waited += 5) Sleep(5);
-  EXPECT_LT(waited, kWaitMilliseconds) << path;
-}
-
-HANDLE Start(const std::string& program) {
-  STARTUPINFOA startup{};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process{};
-  EXPECT_TRUE(CreateProcessA(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                             &startup, &process));
-  CloseHandle(process.hThread);
-  return process.hProcess;
-}
-
 }  // namespace
 
 std::string ProgramFolder() {
@@ -53,8 +39,6 @@ std::string ProgramFolder() {
   GetModuleFileNameA(nullptr, path, MAX_PATH);
   return std::string(path, static_cast<size_t>(std::strrchr(path, '\\') - path) + 1);
 }
-
-std::string ServerPath() { return ProgramFolder() + QV_SERVER_FILE; }
 
 HMODULE Library() {
   static HMODULE library = LoadLibraryA((ProgramFolder() + QV_LIBRARY_FILE).c_str());
@@ -98,28 +82,26 @@ bool FileExists(const std::string& path) {
 }
 
 void PrepareServer(const ServerSettings& settings) {
-  for (const char* suffix : {"", ".ready", ".gone"}) {
-    DeleteFileA((OutputPath() + suffix).c_str());
-  }
-  const std::string text = settings.behaviour + " " + std::to_string(settings.delay) + " " +
-                           std::to_string(settings.wait) + " " + OutputPath();
-  SetEnvironmentVariableA("QV_TEST_SERVER", text.c_str());
+  DeleteFileA(OutputPath().c_str());
+  const std::string text = "serve QUORVANTIS " + settings.behaviour + " " + OutputPath() + " " +
+                           std::to_string(settings.delay) + " " + std::to_string(settings.wait);
+  SetEnvironmentVariableA("QV_TEST_CHILD", text.c_str());
 }
 
-void WaitUntilServerIsGone() { WaitForFile(OutputPath() + ".gone"); }
+void WaitUntilServerIsGone() { EXPECT_TRUE(WaitForText(OutputPath(), "gone\n")); }
 
-std::string ReceivedRequest() { return ReadWholeFile(OutputPath()); }
+// The server writes "ready", and the request behind its size and a colon.
+std::string ReceivedRequest() {
+  const std::string log = ReadWholeFile(OutputPath());
+  const size_t colon = log.find(':');
+  if (colon == std::string::npos) return "";
+  return log.substr(colon + 1, std::stoul(log.substr(log.find('\n'))));
+}
 
 RunningServer::RunningServer(const ServerSettings& settings) {
   PrepareServer(settings);
-  process_ = Start(ServerPath());
-  WaitForFile(OutputPath() + ".ready");
-}
-
-RunningServer::~RunningServer() {
-  TerminateProcess(process_, 0);
-  WaitForSingleObject(process_, INFINITE);
-  CloseHandle(process_);
+  child_.emplace(std::vector<std::string>{});
+  EXPECT_TRUE(WaitForText(OutputPath(), "ready\n"));
 }
 
 std::string StoredText(HKEY root, const std::string& path, const char* name) {

@@ -4,17 +4,19 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "mapi/include/qvsmapi.h"
 #include "platform/windows_api.h"
+#include "tests/platform/child_process.h"
 
 namespace mapi_test {
 
 // Folder of the test executable, where the library and the server lie too, with its "\".
 std::string ProgramFolder();
-std::string ServerPath();
+inline std::string ServerPath() { return platform_test::ChildPath(); }
 
 // The real library, loaded once as a host does it.
 HMODULE Library();
@@ -33,7 +35,7 @@ std::string WriteTempFile(const std::string& name, const std::string& text);
 std::string ReadWholeFile(const std::string& path);  // "" when there is none
 bool FileExists(const std::string& path);
 
-// Behaviour of the server, as dde_test_server.cc lists it.
+// Behaviour of the server, as tests/platform/child/main.cc lists it.
 struct ServerSettings {
   std::string behaviour = "accept";
   DWORD delay = 0, wait = 0;  // milliseconds
@@ -58,10 +60,9 @@ class Scope {
 class RunningServer : Scope {
  public:
   explicit RunningServer(const ServerSettings& settings = {});
-  ~RunningServer();
 
  private:
-  HANDLE process_ = nullptr;
+  std::optional<platform_test::Child> child_;
 };
 
 // The bytes of a text value, its terminator included; "none" without the key or the value.
