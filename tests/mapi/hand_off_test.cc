@@ -66,15 +66,5 @@ TEST_F(HandOffTest, CommandsThatStartNothing) {
   EXPECT_EQ(ReceivedRequest(), "");
 }
 
-// Ten real seconds; the other tests of the retry use a clock of their own.
-TEST_F(HandOffTest, StartedClientThatNeverAnswersIsGivenUp) {
-  RegisteredCommand command(ServerPath());
-  PrepareServer({"silent", 0, 0});
-  const DWORD taken = Deliver(false);
-  EXPECT_GE(taken, qv::kRetryMilliseconds);
-  EXPECT_LT(taken, qv::kRetryMilliseconds + 2500);
-  EXPECT_EQ(ReceivedRequest(), "");
-}
-
 }  // namespace
 }  // namespace mapi_test

@@ -44,24 +44,6 @@ TEST_F(LocalSlotsTest, HandsOutTheFirstFreeOf32) {
   EXPECT_EQ(ZRLocalAlloc(), kNoLocalSlot);
 }
 
-TEST_F(LocalSlotsTest, TasksAndThreadsHaveTheirOwnValues) {
-  const uint32_t index = ZRLocalAlloc();
-  for (int task : {-1, 0, 1}) {
-    RunTask(task);
-    EXPECT_EQ(ZRLocalGet(index), 0u);
-    EXPECT_TRUE(ZRLocalSet(index, kWord - static_cast<uintptr_t>(task)));
-  }
-  std::thread([index] {
-    EXPECT_EQ(ZRLocalGet(index), 0u);
-    EXPECT_TRUE(ZRLocalSet(index, 5));
-    EXPECT_EQ(ZRLocalGet(index), 5u);
-  }).join();
-  for (int task : {1, -1, 0}) {
-    RunTask(task);
-    EXPECT_EQ(ZRLocalGet(index), kWord - static_cast<uintptr_t>(task));
-  }
-}
-
 TEST_F(LocalSlotsTest, AFreedSlotIsClearInEveryTaskAndThread) {
   const uint32_t index = ZRLocalAlloc(), neighbour = ZRLocalAlloc();
   for (int task : {-1, 0, 1}) {

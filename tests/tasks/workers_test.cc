@@ -49,25 +49,6 @@ TEST_F(WorkersTest, ThePoolsAreAsLargeAsSettingsAndDefaultsSay) {
   }
 }
 
-TEST_F(WorkersTest, OthersRunWhileATaskWaitsForItsJob) {
-  SetThreads(2, 0);
-  RunWithWorkers([this] {
-    Spawn("a", [this] {
-      GateJob job = NewJob(41, true);
-      EXPECT_EQ(ZRWorkerRun(&job, PassGate, true, true), 42u);
-      EXPECT_NE(job.thread, GetCurrentThreadId());
-      EXPECT_EQ(job.tag, -1);
-      LogName();
-    });
-    Spawn("b", [this] {
-      while (runs == 0) ZRTaskYield();
-      LogName();
-      gate = true;
-    });
-  });
-  EXPECT_EQ(log, "b a");
-}
-
 // Where a task cannot wait, the caller does the work itself: at once, with the same result.
 TEST_F(WorkersTest, JobsRunOnTheCallerWhereItCannotWait) {
   auto expect_inline = [this](const char* name, bool use_worker = true) {
@@ -98,6 +79,7 @@ TEST_F(WorkersTest, JobsRunOnTheCallerWhereItCannotWait) {
       GateJob job = NewJob();
       ZRWorkerRun(
           &job, [](ZRWorkerJob*) { return uint64_t{GetCurrentThreadId()}; }, true, true);
+      EXPECT_EQ(job.tag, -1);
       EXPECT_NE(job.result, GetCurrentThreadId()) << "a worker, where the task can wait";
       EXPECT_EQ(ZRWorkerRun(&job, nullptr, true, true), uint64_t{ZRErrParam});
     });
