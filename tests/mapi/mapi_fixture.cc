@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "mapi/module_startup.h"
+#include "tests/test_platform.h"
 
 namespace mapi_test {
 
@@ -65,18 +66,6 @@ std::string WriteTempFile(const std::string& name, const std::string& text) {
   return path;
 }
 
-std::string ReadWholeFile(const std::string& path) {
-  HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return "";
-  std::string text(100000, '\0');
-  DWORD done = 0;
-  ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &done, nullptr);
-  CloseHandle(file);
-  text.resize(done);
-  return text;
-}
-
 bool FileExists(const std::string& path) {
   return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
@@ -92,7 +81,7 @@ void WaitUntilServerIsGone() { EXPECT_TRUE(WaitForText(OutputPath(), "gone\n"));
 
 // The server writes "ready", and the request behind its size and a colon.
 std::string ReceivedRequest() {
-  const std::string log = ReadWholeFile(OutputPath());
+  const std::string log = test::ReadWholeFile(OutputPath());
   const size_t colon = log.find(':');
   if (colon == std::string::npos) return "";
   return log.substr(colon + 1, std::stoul(log.substr(log.find('\n'))));

@@ -32,7 +32,6 @@ std::vector<std::string> ExportedSymbols(HMODULE module);
 std::string TempFolder();
 std::string StagingFolder();
 std::string WriteTempFile(const std::string& name, const std::string& text);
-std::string ReadWholeFile(const std::string& path);  // "" when there is none
 bool FileExists(const std::string& path);
 
 // Behaviour of the server, as tests/platform/child/main.cc lists it.

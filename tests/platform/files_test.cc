@@ -14,6 +14,11 @@ class FilesTest : public testing::Test {
   void TearDown() override { test::EmptyFolder(test::TempFolder()); }
 
   std::string Path(const std::string& name) const { return test::TempFolder() + "\\" + name; }
+  HANDLE Open(const std::string& name, DWORD access, DWORD share = 0,
+              DWORD disposition = OPEN_EXISTING, DWORD attributes = FILE_ATTRIBUTE_NORMAL) const {
+    return CreateFileA(Path(name).c_str(), access, share, nullptr, disposition, attributes,
+                       nullptr);
+  }
   void Make(const std::string& name, const std::string& text = "text") {
     ASSERT_TRUE(test::WriteWholeFile(Path(name), text)) << name;
   }
@@ -61,8 +66,7 @@ TEST_F(FilesTest, OpeningByDisposition) {
 TEST_F(FilesTest, PlacesOfTwoThreads) {
   constexpr int kPieces = 3000;
   Make("f");
-  HANDLE file = CreateFileA(Path("f").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file = Open("f", GENERIC_READ | GENERIC_WRITE);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   int wrong[2] = {};
   const auto transfer = [&](int which) {
@@ -134,11 +138,9 @@ TEST_F(FilesTest, SharingIsKept) {
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(&row - kRows);
-    HANDLE first = CreateFileA(Path("f").c_str(), row.first_access, row.first_share, nullptr,
-                               OPEN_EXISTING, 0, nullptr);
+    HANDLE first = Open("f", row.first_access, row.first_share);
     ASSERT_NE(first, INVALID_HANDLE_VALUE);
-    HANDLE second =
-        CreateFileA(Path("f").c_str(), row.access, row.share, nullptr, OPEN_EXISTING, 0, nullptr);
+    HANDLE second = Open("f", row.access, row.share);
     EXPECT_EQ(ErrorOf(second != INVALID_HANDLE_VALUE), row.error);
     EXPECT_EQ(ErrorOf(DeleteFileA(Path("f").c_str())), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     if (second != INVALID_HANDLE_VALUE) CloseHandle(second);

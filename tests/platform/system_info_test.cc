@@ -1,8 +1,6 @@
 // What the system tells of itself, on both platforms.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "platform/windows_api.h"
 
 namespace {

@@ -113,31 +113,22 @@ TEST_F(KernelOutputTest, TraceOfRareDecisions) {
     const char* name;
     const char* setting;
     int32_t friendliness;
-    std::vector<std::string> scripts;
+    const char* scripts;
     std::string for_debugger;
   } kRows[] = {
-      {"forced early wake",
-       "QVSetup/UseParkedTasks=0",
-       0,
-       {"a:e5000"},
+      {"forced early wake", "QVSetup/UseParkedTasks=0", 0, "a:e5000",
        std::string(kFirstScan) + "1000000 ZRTaskYieldMicros(5000,TRUE) slot 5 for 'a' 1005000.\n"
                                  "ZRTask: Alternate list empty too (ready2).\n"
                                  "1000000 ZRTask: Timed wake (a).\n"
                                  "1000000 HandleTaskSwitch(a -> a) 1000000 0 \n"
                                  "ZRTask: Alternate list empty too (ready2).\n"
                                  "1000000 HandleTaskSwitch(IdleTask -> main) 1000000 0 \n"},
-      {"only the superhot task",
-       "QVSetup/UseParkedTasks=0",
-       1,
-       {"s:^y", "a:y"},
+      {"only the superhot task", "QVSetup/UseParkedTasks=0", 1, "s:^y | a:y",
        std::string(kFirstScan) + "1000000 HandleTaskSwitch(s -> a) 1000000 0 \n"
                                  "ZRTask: Superhot task ready but no other ready tasks.\n"
                                  "1000000 HandleTaskSwitch(a -> s) 1000000 0 \n"
                                  "1000000 HandleTaskSwitch(IdleTask -> main) 1000000 0 \n"},
-      {"parked",
-       "QVSetup/UseParkedTasks=1",
-       1,
-       {"a:s1001"},
+      {"parked", "QVSetup/UseParkedTasks=1", 1, "a:s1001",
        "1000000 EndOfLoop done . In timed wheel 0 \n"
        "1000000 ZRTaskYieldMicros(1001,FALSE) for 'a' 1001001.\n"
        "1000000 HandleTaskSwitch(a -> IdleTask) 1000000 0 \n"
@@ -203,7 +194,7 @@ TEST_F(KernelOutputTest, LatencyAboveTheThreshold) {
   tracebacks = 0;
   qv::GlobalHooks().print_traceback = [](uint32_t) { ++tracebacks; };
   StopClock();
-  RunScripts({"a:+5000y+5999y+6000y+9000"}, [] {
+  RunScripts("a:+5000y+5999y+6000y+9000", [] {
     const KernelParams params = {
         .sleep = UINT32_MAX, .idle_sleep = UINT32_MAX, .longest_latency = 5, .trace_latency = 1};
     ZRTaskSetParams(&params);
