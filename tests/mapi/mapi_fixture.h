@@ -48,6 +48,7 @@ void WaitUntilServerIsGone();
 // What the server was sent since PrepareServer.
 std::string ReceivedRequest();
 
+// Something that lasts as long as a scope.
 class Scope {
  public:
   Scope() = default;

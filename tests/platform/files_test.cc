@@ -51,8 +51,7 @@ TEST_F(FilesTest, OpeningByDisposition) {
     test::EmptyFolder(test::TempFolder());
     if (row.before) Make("f", row.before);
     SetLastError(0);
-    HANDLE file = CreateFileA(Path("f").c_str(), row.access, 0, nullptr, row.disposition,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE file = Open("f", row.access, 0, row.disposition);
     EXPECT_EQ(GetLastError(), row.error);
     if (file != INVALID_HANDLE_VALUE) {
       EXPECT_TRUE(CloseHandle(file));
@@ -95,8 +94,7 @@ TEST_F(FilesTest, PlacesOfTwoThreads) {
 }
 
 TEST_F(FilesTest, ReadingAndWriting) {
-  HANDLE file = CreateFileA(Path("f").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file = Open("f", GENERIC_WRITE, 0, CREATE_NEW);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   DWORD done = 99;
   EXPECT_TRUE(WriteFile(file, "0123456789", 10, &done, nullptr));
@@ -200,8 +198,7 @@ TEST_F(FilesTest, Attributes) {
                 (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_REPARSE_POINT),
             0u);
   EXPECT_NE(GetFileAttributesA(test::TempFolder().c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
-  HANDLE file = CreateFileA(Path("fixed").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                            FILE_ATTRIBUTE_READONLY, nullptr);
+  HANDLE file = Open("fixed", GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_READONLY);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   CloseHandle(file);
   EXPECT_NE(GetFileAttributesA(Path("fixed").c_str()) & FILE_ATTRIBUTE_READONLY, 0u);

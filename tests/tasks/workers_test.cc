@@ -265,11 +265,9 @@ TEST_F(WorkersTest, AnIdleKernelIsWoken) {
   SetThreads(1, 0);
   Set("QVSetup/IdleSleep=1000");
   const uint32_t start = ZRMilliseconds(true);
-  RunWithWorkers([this] {
-    Spawn("a", [this] {
-      GateJob job = NewJob();
-      for (int i = 0; i < 20; ++i) ZRWorkerRun(&job, Nap, true, true);
-    });
+  RunTaskWithWorkers([this] {
+    GateJob job = NewJob();
+    for (int i = 0; i < 20; ++i) ZRWorkerRun(&job, Nap, true, true);
   });
   EXPECT_LT(ZRMilliseconds(true) - start, 10000u);
 }
