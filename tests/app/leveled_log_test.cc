@@ -1,7 +1,6 @@
 #include "app/leveled_log.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "app/settings.h"
 #include "platform/host/control.h"
 #include "platform/windows_api.h"

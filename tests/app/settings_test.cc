@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "tests/test_platform.h"
@@ -21,24 +20,6 @@ class SettingsTest : public testing::Test {
 
   const std::string path_;
 };
-
-TEST_F(SettingsTest, ReadsNumbers) {
-  ASSERT_TRUE(
-      test::WriteWholeFile(path_,
-                           "[QVSetup]\r\nPlain=25\r\nNegative=-2\r\nHex=0x10\r\n"
-                           "Text=abc\r\nEmpty=\r\nTail=12 minutes\r\n[Other]\r\nPlain=7\r\n"));
-  const struct {
-    const char* section;
-    const char* key;
-    int32_t expected;  // the default is 99
-  } kRows[] = {{kSection, "Plain", 25}, {kSection, "plain", 25},   {kSection, "Negative", -2},
-               {kSection, "Hex", 16},   {kSection, "Tail", 12},    {kSection, "Text", 0},
-               {"Other", "Plain", 7},   {kSection, "Missing", 99}, {"Missing", "Plain", 99}};
-  for (const auto& row : kRows) {
-    EXPECT_EQ(ReadSettingInt(row.section, row.key, 99), row.expected) << row.key;
-  }
-  EXPECT_EQ(ReadSettingInt(kSection, "Missing", -1), -1);
-}
 
 TEST_F(SettingsTest, TableKeysReadTheirDefaultsAndWhatIsStored) {
   char text[16];
@@ -84,28 +65,7 @@ TEST_F(SettingsTest, WritesWhatItReads) {
   EXPECT_NE(WriteSettingString(kSection, "DLL", nullptr), 0);
   EXPECT_EQ(ReadSettingString(kSection, "DLL", "none", text, sizeof text), 4u);
   EXPECT_STREQ(text, "none");
-}
-
-TEST_F(SettingsTest, ReadsTextIntoASmallBuffer) {
-  WriteSettingString(kSection, "Name", "abcdef");
-  const struct {
-    const char* key;
-    uint32_t size;
-    std::string expected;
-  } kRows[] = {{"Name", 7, "abcdef"},
-               {"Name", 4, "abc"},
-               {"Name", 1, ""},
-               {"None", 4, "def"},
-               {"None", 3, "de"}};
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(testing::Message() << row.key << " into " << row.size);
-    char text[16];
-    std::memset(text, '#', sizeof text);
-    EXPECT_EQ(ReadSettingString(kSection, row.key, "def", text, row.size), row.expected.size());
-    EXPECT_STREQ(text, row.expected.c_str());
-    EXPECT_EQ(text[row.size], '#');
-  }
-  EXPECT_EQ(ReadSettingString(kSection, "Name", "", nullptr, 5), 0u);
+  EXPECT_EQ(ReadSettingString(kSection, "Width", "", nullptr, 5), 0u);
 }
 
 // The string of the executable is used once, and not again after it was changed.

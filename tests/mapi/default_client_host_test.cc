@@ -8,9 +8,6 @@
 namespace mapi_test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr char kAdministrator[] = "You must run this program as administrator to set as default";
 constexpr char kSummary[] = "An error occured while making default!";
 
@@ -33,13 +30,6 @@ std::vector<std::string> TakeBoxTexts() {
   return texts;
 }
 
-struct FaultRow {
-  const char* call;
-  uint32_t nth;
-  DWORD error;
-  std::vector<std::string> boxes;
-};
-
 class DefaultClientFaultTest : public testing::Test {
  protected:
   DefaultClientFaultTest() {
@@ -50,7 +40,12 @@ class DefaultClientFaultTest : public testing::Test {
 };
 
 TEST_F(DefaultClientFaultTest, EachStepOfTheWholeJob) {
-  const FaultRow kRows[] = {
+  const struct {
+    const char* call;
+    uint32_t nth;
+    DWORD error;
+    std::vector<std::string> boxes;
+  } kRows[] = {
       {"RegOpenKeyExA", 1, 2, {kSummary}},
       {"RegOpenKeyExA", 1, 5, {kAdministrator}},
       {"RegOpenKeyExA", 2, 2, {MailBox(2), kSummary}},
@@ -71,7 +66,7 @@ TEST_F(DefaultClientFaultTest, EachStepOfTheWholeJob) {
       {"RegSetValueExA", 4, 1, {}},
   };
   const uint32_t handles = host::OpenHandles();
-  for (const FaultRow& row : kRows) {
+  for (const auto& row : kRows) {
     SCOPED_TRACE(testing::Message() << row.call << " " << row.nth);
     host::FailCall(row.call, row.nth, row.error);
     MakeDefault();
@@ -98,7 +93,7 @@ TEST_F(DefaultClientFaultTest, EachStepOfTheLibrarysEntry) {
       EXPECT_EQ(host::OpenHandles(), handles);
     }
   }
-  EXPECT_THAT(TakeBoxTexts(), IsEmpty());
+  EXPECT_THAT(TakeBoxTexts(), testing::IsEmpty());
 }
 
 }  // namespace

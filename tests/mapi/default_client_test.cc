@@ -13,18 +13,8 @@ constexpr char kMailKey[] = "SOFTWARE\\Clients\\Mail";
 constexpr char kChoiceKey[] =
     "SOFTWARE\\Microsoft\\Windows\\Shell\\Associations\\UrlAssociations\\MAILTO\\UserChoice";
 
-// The stored bytes of a text value, its terminator included; "none" without the key or the value.
-std::string StoredText(const std::string& path, const char* name) {
-  HKEY key = nullptr;
-  if (RegOpenKeyExA(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key)) return "none";
-  char data[3000] = {};
-  DWORD size = sizeof data, type = 0;
-  const LSTATUS status =
-      RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<LPBYTE>(data), &size);
-  RegCloseKey(key);
-  if (status) return "none";
-  EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
-  return std::string(data, size);
+std::string UserText(const std::string& path, const char* name) {
+  return StoredText(HKEY_CURRENT_USER, path, name);
 }
 
 std::string WithTerminator(const std::string& text) { return text + '\0'; }
@@ -39,10 +29,9 @@ TEST(DefaultClient, WholeJobWritesItsEntriesBothWays) {
     MailClientKey mail;
     for (int repeated = 0; repeated < 2; ++repeated) {
       way();
-      EXPECT_EQ(StoredText(kMailKey, nullptr), WithTerminator("Quorvantis"));
-      EXPECT_EQ(StoredText(kChoiceKey, "Progid"), WithTerminator("QVC"));
-      EXPECT_EQ(StoredText(kChoiceKey + std::string("\\Progid"), nullptr),
-                WithTerminator("mailto"));
+      EXPECT_EQ(UserText(kMailKey, nullptr), WithTerminator("Quorvantis"));
+      EXPECT_EQ(UserText(kChoiceKey, "Progid"), WithTerminator("QVC"));
+      EXPECT_EQ(UserText(kChoiceKey + std::string("\\Progid"), nullptr), WithTerminator("mailto"));
     }
   }
   EXPECT_THAT(boxes.Take(), testing::IsEmpty());
@@ -56,7 +45,7 @@ TEST(DefaultClient, MissingMailKeyShowsTwoBoxesAndWritesNothing) {
       boxes.Take(),
       testing::ElementsAre(test::BoxText{"Alarm", "An error occured SOFTWARE\\Clients\\Mail: 2"},
                            test::BoxText{"Alarm", "An error occured while making default!"}));
-  EXPECT_EQ(StoredText(kChoiceKey, "Progid"), "none");
+  EXPECT_EQ(UserText(kChoiceKey, "Progid"), "none");
 }
 
 TEST(DefaultClient, LibrarysEntryHoldsExactlyThePath) {
@@ -66,17 +55,17 @@ TEST(DefaultClient, LibrarysEntryHoldsExactlyThePath) {
   EXPECT_EQ(set("C:\\x.dll"), 0) << "the keys are missing";
   MailClientKey mail;
   EXPECT_EQ(set(nullptr), 0);
-  EXPECT_EQ(StoredText(kMailKey, nullptr), "none");
+  EXPECT_EQ(UserText(kMailKey, nullptr), "none");
   const std::string entry = kMailKey + std::string("\\Quorvantis");
   for (const std::string& path : {std::string("C:\\Program Files\\\"q\" %x%\\QVSMAPI.dll"),
                                   std::string(2000, 'x'), std::string("\xE9\x80"), std::string()}) {
     SCOPED_TRACE(path);
     EXPECT_EQ(set(path.c_str()), 1);
-    EXPECT_EQ(StoredText(entry, "DllPath"), WithTerminator(path));
-    EXPECT_EQ(StoredText(entry, nullptr), WithTerminator("Quorvantis"));
-    EXPECT_EQ(StoredText(kMailKey, nullptr), WithTerminator("Quorvantis"));
+    EXPECT_EQ(UserText(entry, "DllPath"), WithTerminator(path));
+    EXPECT_EQ(UserText(entry, nullptr), WithTerminator("Quorvantis"));
+    EXPECT_EQ(UserText(kMailKey, nullptr), WithTerminator("Quorvantis"));
   }
-  EXPECT_EQ(StoredText(kChoiceKey, "Progid"), "none");
+  EXPECT_EQ(UserText(kChoiceKey, "Progid"), "none");
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/mapi/exported_symbols.h"
+#include "tests/mapi/mapi_fixture.h"
 
 namespace mapi_test {
 

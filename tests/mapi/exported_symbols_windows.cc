@@ -1,4 +1,4 @@
-#include "tests/mapi/exported_symbols.h"
+#include "tests/mapi/mapi_fixture.h"
 
 namespace mapi_test {
 

@@ -1,7 +1,6 @@
 // The surface as a host meets it: the real library, loaded at run time, called through pointers.
 #include <gmock/gmock.h>
 
-#include "tests/mapi/exported_symbols.h"
 #include "tests/mapi/mapi_fixture.h"
 
 namespace mapi_test {

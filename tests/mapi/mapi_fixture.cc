@@ -3,53 +3,34 @@
 #include <cstring>
 
 #include "mapi/module_startup.h"
+#include "tests/test_platform.h"
 
 namespace mapi_test {
+
+using platform_test::WaitForText;
+
 namespace {
 
 constexpr char kCodePageKey[] = "System\\CurrentControlSet\\Control\\Nls\\CodePage";
 constexpr char kOutputName[] = "qv_server_output.txt";
-constexpr DWORD kWaitMilliseconds = 10000;
 
 std::string OutputPath() { return TempFolder() + kOutputName; }
 
-HKEY OpenCodePageKey() {
+// The key, made where it is missing.
+HKEY OpenKey(HKEY root, const char* path) {
   HKEY key = nullptr;
-  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kCodePageKey, 0, KEY_ALL_ACCESS, &key), 0);
+  EXPECT_EQ(RegCreateKeyExA(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                            nullptr, &key, nullptr),
+            0);
   return key;
 }
 
-void SetAcp(const std::string& number) {
-  HKEY key = OpenCodePageKey();
-  EXPECT_EQ(RegSetValueExA(key, "ACP", 0, REG_SZ, reinterpret_cast<const BYTE*>(number.c_str()),
-                           static_cast<DWORD>(number.size() + 1)),
+void SetText(HKEY root, const char* path, const char* name, const std::string& text) {
+  HKEY key = OpenKey(root, path);
+  EXPECT_EQ(RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                           static_cast<DWORD>(text.size() + 1)),
             0);
   RegCloseKey(key);
-}
-
-std::string GetAcp() {
-  HKEY key = OpenCodePageKey();
-  char text[100] = {};
-  DWORD size = sizeof text - 1;
-  RegQueryValueExA(key, "ACP", nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
-  RegCloseKey(key);
-  return text;
-}
-
-void WaitForFile(const std::string& path) {
-  DWORD waited = 0;
-  for (; !FileExists(path) && waited < kWaitMilliseconds; waited += 5) Sleep(5);
-  EXPECT_LT(waited, kWaitMilliseconds) << path;
-}
-
-HANDLE Start(const std::string& program) {
-  STARTUPINFOA startup{};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process{};
-  EXPECT_TRUE(CreateProcessA(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                             &startup, &process));
-  CloseHandle(process.hThread);
-  return process.hProcess;
 }
 
 }  // namespace
@@ -59,8 +40,6 @@ std::string ProgramFolder() {
   GetModuleFileNameA(nullptr, path, MAX_PATH);
   return std::string(path, static_cast<size_t>(std::strrchr(path, '\\') - path) + 1);
 }
-
-std::string ServerPath() { return ProgramFolder() + QV_SERVER_FILE; }
 
 HMODULE Library() {
   static HMODULE library = LoadLibraryA((ProgramFolder() + QV_LIBRARY_FILE).c_str());
@@ -87,67 +66,55 @@ std::string WriteTempFile(const std::string& name, const std::string& text) {
   return path;
 }
 
-std::string ReadWholeFile(const std::string& path) {
-  HANDLE file = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return "";
-  std::string text(100000, '\0');
-  DWORD done = 0;
-  ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &done, nullptr);
-  CloseHandle(file);
-  text.resize(done);
-  return text;
-}
-
 bool FileExists(const std::string& path) {
   return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 void PrepareServer(const ServerSettings& settings) {
-  for (const char* suffix : {"", ".ready", ".gone"}) {
-    DeleteFileA((OutputPath() + suffix).c_str());
-  }
-  const std::string text = settings.behaviour + " " + std::to_string(settings.delay) + " " +
-                           std::to_string(settings.wait) + " " + OutputPath();
-  SetEnvironmentVariableA("QV_TEST_SERVER", text.c_str());
+  DeleteFileA(OutputPath().c_str());
+  const std::string text = "serve QUORVANTIS " + settings.behaviour + " " + OutputPath() + " " +
+                           std::to_string(settings.delay) + " " + std::to_string(settings.wait);
+  SetEnvironmentVariableA("QV_TEST_CHILD", text.c_str());
 }
 
-void WaitUntilServerIsGone() { WaitForFile(OutputPath() + ".gone"); }
+void WaitUntilServerIsGone() { EXPECT_TRUE(WaitForText(OutputPath(), "gone\n")); }
 
-std::string ReceivedRequest() { return ReadWholeFile(OutputPath()); }
+// The server writes "ready", and the request behind its size and a colon.
+std::string ReceivedRequest() {
+  const std::string log = test::ReadWholeFile(OutputPath());
+  const size_t colon = log.find(':');
+  if (colon == std::string::npos) return "";
+  return log.substr(colon + 1, std::stoul(log.substr(log.find('\n'))));
+}
 
 RunningServer::RunningServer(const ServerSettings& settings) {
   PrepareServer(settings);
-  process_ = Start(ServerPath());
-  WaitForFile(OutputPath() + ".ready");
+  child_.emplace(std::vector<std::string>{});
+  EXPECT_TRUE(WaitForText(OutputPath(), "ready\n"));
 }
 
-RunningServer::~RunningServer() {
-  TerminateProcess(process_, 0);
-  WaitForSingleObject(process_, INFINITE);
-  CloseHandle(process_);
+std::string StoredText(HKEY root, const std::string& path, const char* name) {
+  HKEY key = nullptr;
+  if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, &key)) return "none";
+  char data[3000] = {};
+  DWORD size = sizeof data, type = 0;
+  const LSTATUS status =
+      RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<LPBYTE>(data), &size);
+  RegCloseKey(key);
+  if (status) return "none";
+  EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
+  return std::string(data, size);
 }
 
 RegisteredCommand::RegisteredCommand(const std::string& command) {
-  HKEY key = nullptr;
-  EXPECT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, "qvp\\shell\\open\\command", 0, nullptr,
-                            REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-            0);
-  EXPECT_EQ(RegSetValueExA(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
-                           static_cast<DWORD>(command.size() + 1)),
-            0);
-  RegCloseKey(key);
+  SetText(HKEY_CLASSES_ROOT, "qvp\\shell\\open\\command", nullptr, command);
 }
 
 RegisteredCommand::~RegisteredCommand() { RegDeleteTreeA(HKEY_CLASSES_ROOT, "qvp"); }
 
 MailClientKey::MailClientKey() {
-  HKEY key = nullptr;
   for (const char* path : {"SOFTWARE\\Clients\\Mail", "SOFTWARE\\Microsoft\\Windows"}) {
-    EXPECT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, REG_OPTION_NON_VOLATILE,
-                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
-              0);
-    RegCloseKey(key);
+    RegCloseKey(OpenKey(HKEY_CURRENT_USER, path));
   }
 }
 
@@ -156,9 +123,14 @@ MailClientKey::~MailClientKey() {
   RegDeleteTreeA(HKEY_CURRENT_USER, "SOFTWARE\\Microsoft\\Windows\\Shell\\Associations");
 }
 
-SystemCodePage::SystemCodePage(const std::string& number) : before_(GetAcp()) { SetAcp(number); }
+SystemCodePage::SystemCodePage(const std::string& number)
+    : before_(StoredText(HKEY_LOCAL_MACHINE, kCodePageKey, "ACP")) {
+  SetText(HKEY_LOCAL_MACHINE, kCodePageKey, "ACP", number);
+}
 
-SystemCodePage::~SystemCodePage() { SetAcp(before_); }
+SystemCodePage::~SystemCodePage() {
+  SetText(HKEY_LOCAL_MACHINE, kCodePageKey, "ACP", before_.c_str());
+}
 
 std::string Escaped(const std::string& text) {
   std::string out;

@@ -4,16 +4,19 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "mapi/include/qvsmapi.h"
 #include "platform/windows_api.h"
+#include "tests/platform/child_process.h"
 
 namespace mapi_test {
 
 // Folder of the test executable, where the library and the server lie too, with its "\".
 std::string ProgramFolder();
-std::string ServerPath();
+inline std::string ServerPath() { return platform_test::ChildPath(); }
 
 // The real library, loaded once as a host does it.
 HMODULE Library();
@@ -22,14 +25,16 @@ Function Export(const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(Library(), name)));
 }
 
+// The names that a loaded library exports, read from its own tables.
+std::vector<std::string> ExportedSymbols(HMODULE module);
+
 // The temporary folder with its "\", and the staging folder without.
 std::string TempFolder();
 std::string StagingFolder();
 std::string WriteTempFile(const std::string& name, const std::string& text);
-std::string ReadWholeFile(const std::string& path);  // "" when there is none
 bool FileExists(const std::string& path);
 
-// Behaviour of the server, as dde_test_server.cc lists it.
+// Behaviour of the server, as tests/platform/child/main.cc lists it.
 struct ServerSettings {
   std::string behaviour = "accept";
   DWORD delay = 0, wait = 0;  // milliseconds
@@ -43,44 +48,46 @@ void WaitUntilServerIsGone();
 // What the server was sent since PrepareServer.
 std::string ReceivedRequest();
 
-// A server that runs until it has served one conversation.
-class RunningServer {
+// Something that lasts as long as a scope.
+class Scope {
  public:
-  explicit RunningServer(const ServerSettings& settings = {});
-  ~RunningServer();
-  RunningServer(const RunningServer&) = delete;
-  RunningServer& operator=(const RunningServer&) = delete;
-
- private:
-  HANDLE process_ = nullptr;
+  Scope() = default;
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
 };
 
+// A server that runs until it has served one conversation.
+class RunningServer : Scope {
+ public:
+  explicit RunningServer(const ServerSettings& settings = {});
+
+ private:
+  std::optional<platform_test::Child> child_;
+};
+
+// The bytes of a text value, its terminator included; "none" without the key or the value.
+std::string StoredText(HKEY root, const std::string& path, const char* name);
+
 // Registers a launch command for the client's URL scheme; the end removes it.
-class RegisteredCommand {
+class RegisteredCommand : Scope {
  public:
   explicit RegisteredCommand(const std::string& command);
   ~RegisteredCommand();
-  RegisteredCommand(const RegisteredCommand&) = delete;
-  RegisteredCommand& operator=(const RegisteredCommand&) = delete;
 };
 
 // SOFTWARE\Clients\Mail of the user, which registration never makes itself; the end removes it and
 // what registration wrote.
-class MailClientKey {
+class MailClientKey : Scope {
  public:
   MailClientKey();
   ~MailClientKey();
-  MailClientKey(const MailClientKey&) = delete;
-  MailClientKey& operator=(const MailClientKey&) = delete;
 };
 
 // The registry's "ACP" for the length of a scope.
-class SystemCodePage {
+class SystemCodePage : Scope {
  public:
   explicit SystemCodePage(const std::string& number);
   ~SystemCodePage();
-  SystemCodePage(const SystemCodePage&) = delete;
-  SystemCodePage& operator=(const SystemCodePage&) = delete;
 
  private:
   std::string before_;

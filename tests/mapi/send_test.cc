@@ -1,6 +1,5 @@
 // Both send paths through the real library, to a real DDE server in another process.
 #include <cstring>
-#include <vector>
 
 #include "tests/mapi/mapi_fixture.h"
 

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <set>
 #include <string>
+#include <vector>
 
-#include "tests/test_platform.h"
+#include "platform/windows_api.h"
 
 namespace {
 

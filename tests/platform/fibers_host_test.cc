@@ -57,14 +57,15 @@ TEST(FibersHostDeathTest, DeepRecursionFaultsAtTheGuardPage) {
   EXPECT_EXIT(RunOverTheEnd(), testing::ExitedWithCode(42), "");
 }
 
+void WINAPI DoNothing(LPVOID) {}
+
 TEST(FibersHostTest, StacksOfDeletedFibersAreUsedAgainAndNothingIsLeft) {
   const uint32_t before = host::LiveFibers();
   ConvertThreadToFiber(nullptr);
   for (int round = 0; round < 3; ++round) {
     std::vector<void*> fibers;
     for (int i = 0; i < 400; ++i) {
-      fibers.push_back(CreateFiber(
-          i % 2 == 0 ? 0x1000 : 0x200000, [](LPVOID) {}, nullptr));
+      fibers.push_back(CreateFiber(i % 2 == 0 ? 0x1000 : 0x200000, DoNothing, nullptr));
       ASSERT_NE(fibers.back(), nullptr);
     }
     EXPECT_EQ(host::LiveFibers(), before + 401);
@@ -79,15 +80,11 @@ TEST(FibersHostTest, FailuresLeaveNothing) {
   host::FailCall("ConvertThreadToFiber", 1, ERROR_NOT_ENOUGH_MEMORY);
   EXPECT_EQ(ConvertThreadToFiber(nullptr), nullptr);
   host::FailCall("CreateFiber", 1, 1455);
-  EXPECT_EQ(CreateFiber(
-                0, [](LPVOID) {}, nullptr),
-            nullptr);
+  EXPECT_EQ(CreateFiber(0, DoNothing, nullptr), nullptr);
   EXPECT_EQ(GetLastError(), 1455u);
   host::ClearFaults();
   // More than any address space has.
-  EXPECT_EQ(CreateFiber(
-                SIZE_T{1} << 62, [](LPVOID) {}, nullptr),
-            nullptr);
+  EXPECT_EQ(CreateFiber(SIZE_T{1} << 62, DoNothing, nullptr), nullptr);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
   EXPECT_EQ(host::LiveFibers(), before);
 }

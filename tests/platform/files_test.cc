@@ -14,6 +14,11 @@ class FilesTest : public testing::Test {
   void TearDown() override { test::EmptyFolder(test::TempFolder()); }
 
   std::string Path(const std::string& name) const { return test::TempFolder() + "\\" + name; }
+  HANDLE Open(const std::string& name, DWORD access, DWORD share = 0,
+              DWORD disposition = OPEN_EXISTING, DWORD attributes = FILE_ATTRIBUTE_NORMAL) const {
+    return CreateFileA(Path(name).c_str(), access, share, nullptr, disposition, attributes,
+                       nullptr);
+  }
   void Make(const std::string& name, const std::string& text = "text") {
     ASSERT_TRUE(test::WriteWholeFile(Path(name), text)) << name;
   }
@@ -46,8 +51,7 @@ TEST_F(FilesTest, OpeningByDisposition) {
     test::EmptyFolder(test::TempFolder());
     if (row.before) Make("f", row.before);
     SetLastError(0);
-    HANDLE file = CreateFileA(Path("f").c_str(), row.access, 0, nullptr, row.disposition,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE file = Open("f", row.access, 0, row.disposition);
     EXPECT_EQ(GetLastError(), row.error);
     if (file != INVALID_HANDLE_VALUE) {
       EXPECT_TRUE(CloseHandle(file));
@@ -61,8 +65,7 @@ TEST_F(FilesTest, OpeningByDisposition) {
 TEST_F(FilesTest, PlacesOfTwoThreads) {
   constexpr int kPieces = 3000;
   Make("f");
-  HANDLE file = CreateFileA(Path("f").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file = Open("f", GENERIC_READ | GENERIC_WRITE);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   int wrong[2] = {};
   const auto transfer = [&](int which) {
@@ -91,8 +94,7 @@ TEST_F(FilesTest, PlacesOfTwoThreads) {
 }
 
 TEST_F(FilesTest, ReadingAndWriting) {
-  HANDLE file = CreateFileA(Path("f").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file = Open("f", GENERIC_WRITE, 0, CREATE_NEW);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   DWORD done = 99;
   EXPECT_TRUE(WriteFile(file, "0123456789", 10, &done, nullptr));
@@ -134,11 +136,9 @@ TEST_F(FilesTest, SharingIsKept) {
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(&row - kRows);
-    HANDLE first = CreateFileA(Path("f").c_str(), row.first_access, row.first_share, nullptr,
-                               OPEN_EXISTING, 0, nullptr);
+    HANDLE first = Open("f", row.first_access, row.first_share);
     ASSERT_NE(first, INVALID_HANDLE_VALUE);
-    HANDLE second =
-        CreateFileA(Path("f").c_str(), row.access, row.share, nullptr, OPEN_EXISTING, 0, nullptr);
+    HANDLE second = Open("f", row.access, row.share);
     EXPECT_EQ(ErrorOf(second != INVALID_HANDLE_VALUE), row.error);
     EXPECT_EQ(ErrorOf(DeleteFileA(Path("f").c_str())), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     if (second != INVALID_HANDLE_VALUE) CloseHandle(second);
@@ -198,8 +198,7 @@ TEST_F(FilesTest, Attributes) {
                 (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_REPARSE_POINT),
             0u);
   EXPECT_NE(GetFileAttributesA(test::TempFolder().c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
-  HANDLE file = CreateFileA(Path("fixed").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                            FILE_ATTRIBUTE_READONLY, nullptr);
+  HANDLE file = Open("fixed", GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_READONLY);
   ASSERT_NE(file, INVALID_HANDLE_VALUE);
   CloseHandle(file);
   EXPECT_NE(GetFileAttributesA(Path("fixed").c_str()) & FILE_ATTRIBUTE_READONLY, 0u);

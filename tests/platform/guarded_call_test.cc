@@ -45,13 +45,6 @@ LONG Remember(EXCEPTION_POINTERS* fault, void* context) {
   return job.verdict;
 }
 
-TEST(GuardedCallTest, FunctionThatEndsIsNotFiltered) {
-  Job job;
-  EXPECT_TRUE(GuardedCall(DoNothing, Remember, &job));
-  EXPECT_EQ(job.reached, 7);
-  EXPECT_EQ(job.filtered, 0);
-}
-
 TEST(GuardedCallTest, FaultAbandonsTheFunctionAndIsDescribed) {
   const struct {
     platform::GuardedFunction function;

@@ -2,7 +2,6 @@
 // Windows itself trusts the templates of a module.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <vector>
 
 #include "platform/host/control.h"

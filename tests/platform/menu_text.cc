@@ -5,9 +5,7 @@ namespace {
 
 std::string ItemText(HMENU menu, UINT position) {
   WCHAR title[64] = {};
-  MENUITEMINFOW info = {};
-  info.cbSize = sizeof info;
-  info.fMask = MIIM_FTYPE | MIIM_STATE | MIIM_ID | MIIM_SUBMENU | MIIM_STRING;
+  MENUITEMINFOW info = ItemInfo(MIIM_FTYPE | MIIM_STATE | MIIM_ID | MIIM_SUBMENU | MIIM_STRING);
   info.dwTypeData = title;
   info.cch = 64;
   if (!GetMenuItemInfoW(menu, position, TRUE, &info)) return "?";
@@ -32,9 +30,7 @@ std::string MenuText(HMENU menu) {
 
 bool Insert(HMENU menu, int position, const char* title, UINT command, HMENU submenu) {
   std::basic_string<WCHAR> wide(title, title + std::char_traits<char>::length(title));
-  MENUITEMINFOW info = {};
-  info.cbSize = sizeof info;
-  info.fMask = MIIM_ID | MIIM_STRING | (submenu != nullptr ? MIIM_SUBMENU : 0);
+  MENUITEMINFOW info = ItemInfo(MIIM_ID | MIIM_STRING | (submenu != nullptr ? MIIM_SUBMENU : 0));
   info.wID = command;
   info.hSubMenu = submenu;
   info.dwTypeData = wide.data();

@@ -6,6 +6,7 @@
 namespace {
 
 using platform_test::Insert;
+using platform_test::ItemInfo;
 using platform_test::MenuText;
 
 DWORD LastError() { return GetLastError(); }
@@ -15,9 +16,7 @@ class MenusTest : public ::testing::Test {
  protected:
   MenusTest() {
     EXPECT_TRUE(Insert(file, -1, "Open", 1));
-    MENUITEMINFOW separator = {};
-    separator.cbSize = sizeof separator;
-    separator.fMask = MIIM_FTYPE;
+    MENUITEMINFOW separator = ItemInfo(MIIM_FTYPE);
     separator.fType = MFT_SEPARATOR;
     EXPECT_TRUE(InsertMenuItemW(file, 1, TRUE, &separator));
     EXPECT_TRUE(Insert(file, 99, "Close", 2)) << "behind the end is the end";
@@ -40,9 +39,7 @@ TEST_F(MenusTest, ItemsAreFoundByPlaceOrCommand) {
   EXPECT_EQ(GetMenuItemID(menu, 0), UINT(-1)) << "a submenu";
   EXPECT_EQ(GetMenuItemID(menu, 2), UINT(-1));
 
-  MENUITEMINFOW info = {};
-  info.cbSize = sizeof info;
-  info.fMask = MIIM_ID;
+  MENUITEMINFOW info = ItemInfo(MIIM_ID);
   info.wID = 4;
   EXPECT_TRUE(InsertMenuItemW(menu, 2, FALSE, &info)) << "in front of a command in a submenu";
   info.wID = 5;
@@ -56,9 +53,7 @@ TEST_F(MenusTest, ItemsAreFoundByPlaceOrCommand) {
 
 TEST_F(MenusTest, TitlesAreCutToTheBuffer) {
   WCHAR title[9];
-  MENUITEMINFOW info = {};
-  info.cbSize = sizeof info;
-  info.fMask = MIIM_STRING;
+  MENUITEMINFOW info = ItemInfo(MIIM_STRING);
   const struct {
     UINT room, length;
     const char* text;
@@ -95,9 +90,7 @@ TEST_F(MenusTest, StatesChangeAlone) {
 
 TEST_F(MenusTest, ChangesKeepWhatTheyDoNotName) {
   WCHAR title[] = {'N', 'e', 'w', 0};
-  MENUITEMINFOW info = {};
-  info.cbSize = sizeof info;
-  info.fMask = MIIM_STRING | MIIM_STATE;
+  MENUITEMINFOW info = ItemInfo(MIIM_STRING | MIIM_STATE);
   info.fState = MFS_CHECKED;
   info.dwTypeData = title;
   EXPECT_TRUE(SetMenuItemInfoW(menu, 1, FALSE, &info));

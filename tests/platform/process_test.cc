@@ -22,13 +22,6 @@ DWORD LaunchError(const std::string& application) {
   return GetLastError();
 }
 
-TEST(ProcessTest, ExitCodes) {
-  for (DWORD code : {0u, 1u, 77u}) {
-    Child child({"exit", std::to_string(code)});
-    EXPECT_EQ(child.Finish(), code);
-  }
-}
-
 TEST(ProcessTest, ArgumentsArriveAsTheyWereGiven) {
   const std::string file = test::TempFolder() + "\\arguments.txt";
   const std::vector<std::string> given = {"plain",      "two words", "",          "a\"quoted\"b",

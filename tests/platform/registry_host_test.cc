@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "platform/host/control.h"
-#include "tests/test_platform.h"
+#include "platform/windows_api.h"
 
 namespace {
 

@@ -3,20 +3,24 @@
 #include <string>
 
 #include "tests/platform/child_process.h"
-#include "tests/test_platform.h"
 
 namespace {
 
 constexpr char kRoot[] = "SOFTWARE\\QVPlatformTest";
+
+HKEY Make(HKEY root, const char* path, DWORD* disposition = nullptr) {
+  HKEY key = nullptr;
+  EXPECT_EQ(RegCreateKeyExA(root, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, disposition),
+            0);
+  return key;
+}
 
 // Each test works below a key of its own, gone before and after.
 class RegistryTest : public testing::Test {
  protected:
   void SetUp() override {
     RegDeleteTreeA(HKEY_CURRENT_USER, kRoot);
-    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, kRoot, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                              &root_, nullptr),
-              0);
+    root_ = Make(HKEY_CURRENT_USER, kRoot);
   }
   void TearDown() override {
     RegCloseKey(root_);
@@ -98,9 +102,7 @@ TEST_F(RegistryTest, CreatingSaysWhetherItWasNew) {
   HKEY key = nullptr;
   DWORD disposition = 0;
   for (DWORD expected : {REG_CREATED_NEW_KEY, REG_OPENED_EXISTING_KEY}) {
-    ASSERT_EQ(RegCreateKeyExA(root_, "a\\b\\c", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
-                              &disposition),
-              0);
+    key = Make(root_, "a\\b\\c", &disposition);
     EXPECT_EQ(disposition, expected);
     RegCloseKey(key);
   }
@@ -118,9 +120,7 @@ TEST_F(RegistryTest, RightsOfAHandleAreKept) {
 }
 
 TEST_F(RegistryTest, DeletedTreesAreGone) {
-  HKEY below = nullptr;
-  ASSERT_EQ(RegCreateKeyExA(root_, "a\\b", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &below, nullptr),
-            0);
+  HKEY below = Make(root_, "a\\b");
   ASSERT_EQ(RegDeleteTreeA(root_, "a"), 0);
   HKEY key = nullptr;
   EXPECT_EQ(RegOpenKeyExA(root_, "a", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
@@ -128,7 +128,7 @@ TEST_F(RegistryTest, DeletedTreesAreGone) {
             ERROR_KEY_DELETED);
   RegCloseKey(below);
   // A neighbour whose name only begins the same stays.
-  ASSERT_EQ(RegCreateKeyExA(root_, "ab", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), 0);
+  key = Make(root_, "ab");
   RegCloseKey(key);
   EXPECT_EQ(RegDeleteTreeA(root_, "a"), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(RegOpenKeyExA(root_, "ab", 0, KEY_READ, &key), 0);
@@ -136,10 +136,7 @@ TEST_F(RegistryTest, DeletedTreesAreGone) {
 }
 
 TEST_F(RegistryTest, ClassesAndCodePageOfTheSystem) {
-  HKEY key = nullptr;
-  ASSERT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, "qvp\\shell", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                            &key, nullptr),
-            0);
+  HKEY key = Make(HKEY_CLASSES_ROOT, "qvp\\shell");
   RegCloseKey(key);
   EXPECT_EQ(RegDeleteTreeA(HKEY_CLASSES_ROOT, "qvp"), 0);
   ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "System\\CurrentControlSet\\Control\\Nls\\CodePage",

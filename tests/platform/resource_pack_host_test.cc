@@ -1,7 +1,6 @@
 #include <elf.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 

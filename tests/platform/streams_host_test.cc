@@ -1,6 +1,5 @@
 // Named streams, seen from the machine's side.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>

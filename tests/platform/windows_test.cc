@@ -3,37 +3,13 @@
 #include <algorithm>
 #include <vector>
 
+#include "tests/platform/frame_window.h"
 #include "tests/platform/menu_text.h"
 
+namespace platform_test {
 namespace {
 
-using platform_test::Insert;
-using platform_test::MenuText;
-
-constexpr WCHAR kFrameClass[] = {'P', 'T', 'F', 0}, kChildClass[] = {'P', 'T', 'C', 0};
 constexpr WCHAR kLowerFrameClass[] = {'p', 't', 'f', 0};
-constexpr WCHAR kClientClass[] = {'M', 'd', 'i', 'C', 'l', 'i', 'e', 'n', 't', 0};
-constexpr UINT kAsk = 0x0400;  // the first message that is an application's own
-
-HWND client = nullptr;
-
-LRESULT CALLBACK FrameProcedure(HWND window, UINT message, WPARAM w, LPARAM l) {
-  if (message == kAsk) return static_cast<LRESULT>(w) + l;
-  return DefFrameProcW(window, client, message, w, l);
-}
-
-bool Register(const WCHAR* name, WNDPROC procedure) {
-  WNDCLASSW window_class = {};
-  window_class.lpfnWndProc = procedure;
-  window_class.hInstance = GetModuleHandleA(nullptr);
-  window_class.lpszClassName = name;
-  return RegisterClassW(&window_class) != 0;
-}
-
-HWND Create(const WCHAR* name, DWORD style, HWND parent, HMENU menu, LPVOID parameter = nullptr) {
-  return CreateWindowExW(0, name, name, style, 0, 0, 300, 200, parent, menu,
-                         GetModuleHandleA(nullptr), parameter);
-}
 
 BOOL CALLBACK Collect(HWND window, LPARAM list) {
   reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
@@ -50,27 +26,13 @@ class WindowsTest : public ::testing::Test {
   }
   void SetUp() override {
     Insert(bar, -1, "File", 1);
-    frame = Create(kLowerFrameClass, WS_OVERLAPPEDWINDOW | WS_VISIBLE, nullptr, bar);
+    frame = CreateFrame(kLowerFrameClass, bar);
     ASSERT_NE(frame, nullptr);
-    CLIENTCREATESTRUCT create = {};
-    create.idFirstChild = 5000;
-    client = Create(kClientClass, WS_CHILD | WS_CLIPCHILDREN | WS_VISIBLE, frame, nullptr, &create);
-    ASSERT_NE(client, nullptr);
+    CreateClient(frame);
   }
   void TearDown() override {
     if (IsWindow(frame)) DestroyWindow(frame);
     client = nullptr;
-  }
-  HWND OpenChild() {
-    MDICREATESTRUCTW create = {};
-    create.szClass = create.szTitle = kChildClass;
-    create.hOwner = GetModuleHandleA(nullptr);
-    create.cx = create.cy = 100;
-    return reinterpret_cast<HWND>(
-        SendMessageW(client, WM_MDICREATE, 0, reinterpret_cast<LPARAM>(&create)));
-  }
-  void Send(UINT message, HWND child) {
-    SendMessageW(client, message, reinterpret_cast<WPARAM>(child), 0);
   }
   HWND Active(BOOL* maximised) {
     return reinterpret_cast<HWND>(
@@ -138,3 +100,4 @@ TEST_F(WindowsTest, AMaximisedChildPutsItsItemsIntoTheBar) {
 }
 
 }  // namespace
+}  // namespace platform_test

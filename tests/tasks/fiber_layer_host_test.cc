@@ -3,7 +3,6 @@
 #include "platform/windows_api.h"
 #include "tasks/fiber_layer.h"
 #include "tests/tasks/kernel_fixture.h"
-#include "tests/test_platform.h"
 
 namespace {
 

@@ -1,6 +1,8 @@
 #include "tests/tasks/kernel_fixture.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <utility>
 
@@ -18,9 +20,7 @@ namespace {
 constexpr size_t kThreadStackBesidesTasks = 4 << 20;
 
 struct FixtureState {
-  KernelTest* fixture = nullptr;
   std::string* printed = nullptr;
-  int blocks = 0;
   int allocations_left = -1;  // before one fails; of the size below
   size_t failing_size = 0;
   bool struck = false;
@@ -30,29 +30,35 @@ FixtureState& State() {
   return state;
 }
 
+std::atomic<int> blocks{0};
+
 bool IsToFail(size_t size) {
   FixtureState& state = State();
   if (state.failing_size != 0 && state.failing_size != size) return false;
   const bool fails = state.allocations_left >= 0 && state.allocations_left-- == 0;
-  state.struck = state.struck || fails;
+  if (fails) state.struck = true;
   return fails;
 }
 
+}  // namespace
+
 void CountAllocations() {
   qv::ReleaseScratchPool();
-  State().blocks = 0;
+  blocks = 0;
   qv::GlobalHooks().allocate = [](size_t size) -> void* {
     if (IsToFail(size)) return nullptr;
-    ++State().blocks;
-    return std::malloc(size);
+    ++blocks;
+    void* block = std::malloc(size);
+    if (block != nullptr) std::memset(block, 0xEE, size);
+    return block;
   };
   qv::GlobalHooks().release = [](void* block) {
-    if (block != nullptr) --State().blocks;
+    if (block != nullptr) --blocks;
     std::free(block);
   };
 }
 
-}  // namespace
+int BlocksLeft() { return blocks; }
 
 bool FailAllocation(int after, size_t size) {
   const bool struck = std::exchange(State().struck, false);
@@ -117,7 +123,7 @@ int32_t KernelTest::Run(const std::function<void()>& main, uint32_t stack_bytes)
         reinterpret_cast<uintptr_t>(&main));
   });
   qv::ReleaseScratchPool();  // keeps its buffers otherwise
-  blocks_left = State().blocks;
+  blocks_left = BlocksLeft();
   fibers_left = static_cast<int>(LiveFibers()) - fibers;
   bodies_.clear();
   return result;

@@ -32,6 +32,10 @@ class KernelTest : public testing::Test {
   // The same, with the initial region left behind `create` and a first yield, which lasts until all
   // tasks have ended.
   void RunTasks(const std::function<void()>& create, uint32_t stack_bytes = 16 << 20);
+  // RunTasks with one task, "a".
+  void RunTask(const std::function<void()>& body) {
+    RunTasks([&] { Spawn("a", body); });
+  }
   // RunTasks with fibers and without.
   void RunInBothModes(const std::function<void()>& create, uint32_t stack_bytes = 16 << 20);
 
@@ -54,6 +58,11 @@ class KernelTest : public testing::Test {
   std::list<std::function<void()>> bodies_;
   std::list<std::pair<std::string, std::string>> settings_;
 };
+
+// Counts the blocks that the hooks hand out from here on, none of which is zeroed; KernelTest::Run
+// does it by itself.
+void CountAllocations();
+int BlocksLeft();
 
 // Allocations of `size` bytes (0: of any size) after which one fails, once; -1: none.
 // Whether the one before had come true.

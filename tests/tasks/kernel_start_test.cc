@@ -11,19 +11,6 @@ class KernelStartTest : public test::KernelTest {
   static int32_t Main(uintptr_t) { return 5; }
 };
 
-TEST_F(KernelStartTest, NoSwitchBeforeTheInitialRegionIsLeft) {
-  EXPECT_EQ(Run([this] {
-              Spawn("a", [this] { LogName(); });
-              ZRTaskYield();
-              Log("main");
-              ZRTaskLeaveCritical(false);
-              ZRTaskYield();
-              Log("back");
-            }),
-            77);
-  EXPECT_EQ(log, "main a back");
-}
-
 TEST_F(KernelStartTest, CreationFailsWithoutLeavingAnything) {
   const struct {
     const char* name;

@@ -1,29 +1,16 @@
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-
+// The system refuses an index or a value: nothing is stored, nothing leaks, and it works
+// afterwards.
 #include "platform/host/control.h"
 #include "tasks/local_slots.h"
+#include "tests/tasks/kernel_fixture.h"
 
 namespace qv {
 namespace {
 
-int& Blocks() {
-  static int blocks = 0;
-  return blocks;
-}
+using LocalSlotsHostTest = test::KernelTest;
 
-// The system refuses an index or a value: nothing is stored, nothing leaks, and it works
-// afterwards.
-TEST(LocalSlotsHostTest, ARefusedThreadValueStoresNothing) {
-  GlobalHooks().allocate = [](size_t size) {
-    ++Blocks();
-    return std::malloc(size);
-  };
-  GlobalHooks().release = [](void* block) {
-    --Blocks();
-    std::free(block);
-  };
+TEST_F(LocalSlotsHostTest, ARefusedThreadValueStoresNothing) {
+  test::CountAllocations();
   for (const char* call : {"TlsAlloc", "TlsSetValue"}) {
     SCOPED_TRACE(call);
     host::ClearFaults();
@@ -37,13 +24,12 @@ TEST(LocalSlotsHostTest, ARefusedThreadValueStoresNothing) {
     EXPECT_EQ(slot.GetBuffer(10), nullptr);
     EXPECT_EQ(slot.Get(), 0u);
     EXPECT_EQ(host::FaultsStruck(), 4u);
-    EXPECT_EQ(Blocks(), 0);
+    EXPECT_EQ(test::BlocksLeft(), 0);
     host::ClearFaults();
     EXPECT_TRUE(ZRLocalSet(index, 1));
     EXPECT_TRUE(slot.Set(1));
     ResetLocalSlotsForTest();
   }
-  ResetHooksForTest();
 }
 
 }  // namespace

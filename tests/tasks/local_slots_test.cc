@@ -1,12 +1,11 @@
 #include "tasks/local_slots.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 #include <vector>
+
+#include "tests/tasks/kernel_fixture.h"
 
 namespace qv {
 namespace {
@@ -15,58 +14,24 @@ constexpr uintptr_t kWord = ~uintptr_t{0x1234};  // uses every byte of a word
 
 // Stands in for a kernel: two tasks, of which one may run on the calling thread.
 using Slots = std::array<uintptr_t, kLocalSlotWords>;
-struct Kernel {
-  Slots tasks[2] = {};
-};
-Kernel& TheKernel() {
-  static Kernel kernel;
-  return kernel;
-}
-Slots*& RunningTask() {
-  static thread_local Slots* running = nullptr;
-  return running;
-}
+Slots tasks[2];
+thread_local Slots* running = nullptr;
 
-struct Heap {
-  int left = 1000;  // allocations before one fails
-  int blocks = 0;
-};
-Heap& TheHeap() {
-  static thread_local Heap heap;
-  return heap;
-}
-
-class LocalSlotsTest : public testing::Test {
+class LocalSlotsTest : public test::KernelTest {
  protected:
   LocalSlotsTest() {
-    TheKernel() = {};
-    TheHeap() = {};
+    test::CountAllocations();
+    tasks[0] = tasks[1] = {};
     Hooks& hooks = GlobalHooks();
-    hooks.task_local_slots = [] { return RunningTask() ? RunningTask()->data() : nullptr; };
-    hooks.clear_task_local_slot = [](uint32_t index) {
-      for (Slots& task : TheKernel().tasks) task[index] = 0;
-    };
-    hooks.allocate = [](size_t size) -> void* {
-      if (TheHeap().left-- <= 0) return nullptr;
-      ++TheHeap().blocks;
-      void* block = std::malloc(size);
-      if (block != nullptr) std::memset(block, 0xEE, size);
-      return block;
-    };
-    hooks.release = [](void* block) {
-      --TheHeap().blocks;
-      std::free(block);
-    };
+    hooks.task_local_slots = [] { return running ? running->data() : nullptr; };
+    hooks.clear_task_local_slot = [](uint32_t index) { tasks[0][index] = tasks[1][index] = 0; };
   }
   ~LocalSlotsTest() override {
     RunTask(-1);
     ResetLocalSlotsForTest();
-    ResetHooksForTest();
   }
   // -1: none.
-  static void RunTask(int number) {
-    RunningTask() = number < 0 ? nullptr : &TheKernel().tasks[number];
-  }
+  static void RunTask(int number) { running = number < 0 ? nullptr : &tasks[number]; }
 };
 
 TEST_F(LocalSlotsTest, HandsOutTheFirstFreeOf32) {
@@ -77,24 +42,6 @@ TEST_F(LocalSlotsTest, HandsOutTheFirstFreeOf32) {
   EXPECT_EQ(ZRLocalAlloc(), 7u);
   EXPECT_EQ(ZRLocalAlloc(), 31u);
   EXPECT_EQ(ZRLocalAlloc(), kNoLocalSlot);
-}
-
-TEST_F(LocalSlotsTest, TasksAndThreadsHaveTheirOwnValues) {
-  const uint32_t index = ZRLocalAlloc();
-  for (int task : {-1, 0, 1}) {
-    RunTask(task);
-    EXPECT_EQ(ZRLocalGet(index), 0u);
-    EXPECT_TRUE(ZRLocalSet(index, kWord - static_cast<uintptr_t>(task)));
-  }
-  std::thread([index] {
-    EXPECT_EQ(ZRLocalGet(index), 0u);
-    EXPECT_TRUE(ZRLocalSet(index, 5));
-    EXPECT_EQ(ZRLocalGet(index), 5u);
-  }).join();
-  for (int task : {1, -1, 0}) {
-    RunTask(task);
-    EXPECT_EQ(ZRLocalGet(index), kWord - static_cast<uintptr_t>(task));
-  }
 }
 
 TEST_F(LocalSlotsTest, AFreedSlotIsClearInEveryTaskAndThread) {
@@ -137,9 +84,9 @@ TEST_F(LocalSlotsTest, IgnoresSlotsThatAreNotHandedOut) {
       uint32_t variable = index == kNoLocalSlot ? 1 : index;
       EXPECT_EQ(ZRLocalGetBuffer(&variable, 8), nullptr);
     }
-    EXPECT_EQ(TheKernel().tasks[0], Slots{});
+    EXPECT_EQ(tasks[0], Slots{});
   }
-  EXPECT_EQ(TheHeap().blocks, 0);
+  EXPECT_EQ(test::BlocksLeft(), 0);
 }
 
 TEST_F(LocalSlotsTest, BuffersAreMadeOnceForEachTaskAndZeroed) {
@@ -154,7 +101,7 @@ TEST_F(LocalSlotsTest, BuffersAreMadeOnceForEachTaskAndZeroed) {
     EXPECT_EQ(std::memcmp(block, zeros, 100), 0);
     std::memset(block, task, 100);
   }
-  EXPECT_EQ(TheHeap().blocks, 3);
+  EXPECT_EQ(test::BlocksLeft(), 3);
   for (int task : {-1, 0, 1}) {
     RunTask(task);
     EXPECT_EQ(ZRLocalGetBuffer(&index, 100), blocks[task + 1]);
@@ -162,24 +109,22 @@ TEST_F(LocalSlotsTest, BuffersAreMadeOnceForEachTaskAndZeroed) {
     EXPECT_EQ(ZRLocalGet(index), 0u);
     ZRLocalReleaseBuffer(index);
   }
-  EXPECT_EQ(TheHeap().blocks, 0);
+  EXPECT_EQ(test::BlocksLeft(), 0);
   EXPECT_EQ(ZRLocalGetBuffer(nullptr, 1), nullptr);
 }
 
 TEST_F(LocalSlotsTest, WithoutSlotOrMemoryThereIsNoBuffer) {
   uint32_t index = kNoLocalSlot;
-  TheHeap().left = 0;
+  test::FailAllocation(0);
   EXPECT_EQ(ZRLocalGetBuffer(&index, 100), nullptr);
-  TheHeap().left = 1;
   EXPECT_NE(ZRLocalGetBuffer(&index, 0), nullptr) << "the slot stays allocated, and empty";
   ZRLocalReleaseBuffer(index);
   while (ZRLocalAlloc() != kNoLocalSlot) {
   }
   uint32_t other = kNoLocalSlot;
-  TheHeap().left = 1;
   EXPECT_EQ(ZRLocalGetBuffer(&other, 100), nullptr);
   EXPECT_EQ(other, kNoLocalSlot);
-  EXPECT_EQ(TheHeap().blocks, 0);
+  EXPECT_EQ(test::BlocksLeft(), 0);
 }
 
 // Whoever comes first: one slot for the variable, one index for the thread-only slot.
@@ -226,9 +171,9 @@ TEST_F(LocalSlotsTest, AThreadSlotKnowsNoTasks) {
   EXPECT_EQ(slot.GetBuffer(10), block);
   slot.ReleaseBuffer();
   EXPECT_EQ(slot.Get(), 0u);
-  TheHeap().left = 0;
+  test::FailAllocation(0);
   EXPECT_EQ(slot.GetBuffer(10), nullptr);
-  EXPECT_EQ(TheHeap().blocks, 0);
+  EXPECT_EQ(test::BlocksLeft(), 0);
 }
 
 }  // namespace

@@ -1,53 +1,17 @@
 #include "tasks/lock_pool.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstdlib>
 #include <memory>
-#include <string>
 #include <thread>
 #include <vector>
 
-#include "app/debug_output.h"
-#include "base/hooks.h"
+#include "tests/tasks/kernel_fixture.h"
 
 namespace qv {
 namespace {
 
-// What the hooks of this file's tests count and catch.
-struct Outside {
-  std::atomic<int> blocks{0};  // allocated and not released
-  int allocations_left = 1000;
-  std::string console;
-};
-Outside& TheOutside() {
-  static Outside outside;
-  return outside;
-}
-
-class LockPoolTest : public testing::Test {
+class LockPoolTest : public test::KernelTest {
  protected:
-  LockPoolTest() {
-    TheOutside().allocations_left = 1000;
-    TheOutside().console.clear();
-    GlobalHooks().allocate = [](size_t size) -> void* {
-      if (TheOutside().allocations_left-- <= 0) return nullptr;
-      ++TheOutside().blocks;
-      return std::malloc(size);
-    };
-    GlobalHooks().release = [](void* block) {
-      if (block != nullptr) --TheOutside().blocks;
-      std::free(block);
-    };
-    blocks_before_ = TheOutside().blocks;
-  }
-  ~LockPoolTest() override { ResetHooksForTest(); }
-
-  static int Blocks() { return TheOutside().blocks - blocks_before_; }
-
- private:
-  static inline int blocks_before_ = 0;
+  LockPoolTest() { test::CountAllocations(); }
 };
 
 TEST_F(LockPoolTest, ASlotIsBoundOnceAndClearedByTheLastRelease) {
@@ -63,13 +27,13 @@ TEST_F(LockPoolTest, ASlotIsBoundOnceAndClearedByTheLastRelease) {
   ZRLockPoolRelease(pool, &slot);
   EXPECT_EQ(slot, nullptr);
   ZRLockPoolRelease(pool, &slot);
-  EXPECT_EQ(Blocks(), 3) << "the pool and two locks, kept";
+  EXPECT_EQ(test::BlocksLeft(), 3) << "the pool and two locks, kept";
   PooledLock* third = nullptr;
   EXPECT_EQ(ZRLockPoolAcquire(pool, &third), lock) << "taken again";
   ZRLockPoolRelease(pool, &third);
   ZRLockPoolRelease(pool, &other);
   delete pool;
-  EXPECT_EQ(Blocks(), 0);
+  EXPECT_EQ(test::BlocksLeft(), 0);
 }
 
 TEST_F(LockPoolTest, TheLockReturnedLastIsTakenFirst) {
@@ -99,21 +63,20 @@ TEST_F(LockPoolTest, ACopyOfASlotThatIsUnboundDoesNoHarm) {
 }
 
 TEST_F(LockPoolTest, WithoutMemoryNothingIsBound) {
-  TheOutside().allocations_left = 0;
+  test::FailAllocation(0);
   EXPECT_EQ(ZRLockPoolNew(), nullptr);
-  TheOutside().allocations_left = 1;
+  test::FailAllocation(1);
   LockPool* pool = ZRLockPoolNew();
   PooledLock* slot = nullptr;
   EXPECT_EQ(ZRLockPoolAcquire(pool, &slot), nullptr);
   EXPECT_EQ(slot, nullptr);
-  TheOutside().allocations_left = 1;
   EXPECT_NE(ZRLockPoolAcquire(pool, &slot), nullptr);
   ZRLockPoolRelease(pool, &slot);
   delete pool;
   ZRLockPoolRelease(nullptr, &slot);
   ZRLockPoolPrint(nullptr);
   EXPECT_EQ(ZRLockPoolAcquire(nullptr, &slot), nullptr);
-  EXPECT_EQ(Blocks(), 0);
+  EXPECT_EQ(test::BlocksLeft(), 0);
 }
 
 std::string Block(int number, const std::string& reads, const std::string& writes,
@@ -127,14 +90,9 @@ std::string Block(int number, const std::string& reads, const std::string& write
 }
 
 TEST_F(LockPoolTest, PrintsFreeAndUsedLocks) {
-  SetDebugFlag(1);
-  GlobalHooks().show_in_console = [](const char* text) {
-    TheOutside().console += text;
-    return true;
-  };
   LockPool pool;
   ZRLockPoolPrint(&pool);
-  EXPECT_EQ(TheOutside().console, "\n\nLock pool allocated 0 locks.\nFree list\n");
+  EXPECT_EQ(printed, "\n\nLock pool allocated 0 locks.\nFree list\n");
 
   PooledLock* slots[3] = {};
   for (PooledLock*& slot : slots) pool.Acquire(&slot);
@@ -146,13 +104,12 @@ TEST_F(LockPoolTest, PrintsFreeAndUsedLocks) {
   ZRLockUpgrade(slots[2]->lock);
   ZRLockUnlockWrite(slots[2]->lock);
   pool.Release(&slots[0]);
-  TheOutside().console.clear();
+  printed.clear();
   ZRLockPoolPrint(&pool);
-  EXPECT_EQ(TheOutside().console, "\n\nLock pool allocated 3 locks.\nFree list\n" +
-                                      Block(1, "3", "0", "3", "0") + "\nUsed list\n" +
-                                      Block(2, "1", "0", "1", "1") + Block(3, "0", "1", "0", "0"));
+  EXPECT_EQ(printed, "\n\nLock pool allocated 3 locks.\nFree list\n" +
+                         Block(1, "3", "0", "3", "0") + "\nUsed list\n" +
+                         Block(2, "1", "0", "1", "1") + Block(3, "0", "1", "0", "0"));
   for (PooledLock*& slot : slots) pool.Release(&slot);
-  SetDebugFlag(0);
 }
 
 // Borrows its lock from the pool as long as somebody holds it.
@@ -197,7 +154,7 @@ TEST_F(LockPoolTest, ObjectsShareThePoolBetweenThreads) {
   uint64_t writes = 0;
   for (const auto& object : objects) writes += object->first;
   EXPECT_EQ(writes, uint64_t{kThreads} * kRounds / 2);
-  EXPECT_LE(Blocks(), kObjects);
+  EXPECT_LE(test::BlocksLeft(), kObjects);
 }
 
 }  // namespace

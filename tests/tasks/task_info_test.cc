@@ -2,7 +2,6 @@
 #include <vector>
 
 #include "base/hooks.h"
-#include "memory/handles.h"
 #include "tasks/kernel_settings.h"
 #include "tasks/kernel_state.h"
 #include "tasks/local_slots.h"
@@ -75,24 +74,6 @@ TEST_F(TaskInfoTest, TheHostsVariableFollowsTheRunningTask) {
         0);
   });
   EXPECT_EQ(seen, (std::vector<uintptr_t>{7, 8, 107, 107, 108, 108, 0}));
-}
-
-TEST_F(TaskInfoTest, HandlesNameTheirOwners) {
-  Run([this] {
-    static ZRHandle handle;
-    Spawn("owner", [] {
-      handle = ZRNewHandle(10);
-      ZRLockHandle(handle);
-      ZRTaskYield();
-      ZRUnlockHandle(handle);
-      ZRDisposeHandle(&handle);
-    });
-    Spawn("other", [] { EXPECT_EQ(ZRSetHandleSize(handle, 20), ZRErrMemLocked); });
-    ZRTaskLeaveCritical();
-    ZRTaskYield();
-  });
-  EXPECT_NE(printed.find("Error: Attempt by other to resize a handle ("), std::string::npos);
-  EXPECT_NE(printed.find(") locked (1) by owner from 10 to 20.\n"), std::string::npos);
 }
 
 // Each task has values of its own; its blocks go with it, however it ends.

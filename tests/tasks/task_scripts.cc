@@ -1,5 +1,6 @@
 #include "tests/tasks/task_scripts.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "base/clock.h"
@@ -87,18 +88,19 @@ TaskId ScriptTest::Create(char name) {
   return tasks_[name] = Spawn(std::string(1, name), [this, name] { Play(steps_[name]); });
 }
 
-std::string ScriptTest::RunScripts(const std::vector<std::string>& scripts,
-                                   const std::function<void()>& begin) {
+std::string ScriptTest::RunScripts(std::string scripts, const std::function<void()>& begin) {
   steps_.clear();
   tasks_.clear();
   Run([&] {
     start_ = ZRMicroseconds(true);
     semaphore_ = ZRTaskNewSemaphore(1);
     begin();
-    for (const std::string& script : scripts) {
-      const char name = script[0];
-      steps_[name] = script.substr(2);
+    while (!scripts.empty()) {
+      const size_t end = std::min(scripts.find(" | "), scripts.size());
+      const char name = scripts[0];
+      steps_[name] = scripts.substr(2, end - 2);
       if (name >= 'a') Create(name);
+      scripts.erase(0, end + 3);
     }
     ZRTaskLeaveCritical();
     ZRTaskYield();

@@ -1,7 +1,7 @@
 // Tasks as short texts, so that a rule of the scheduler is a table of rows.
 //
-// A script is a name of one letter, a colon and steps. A name in capitals is not created at the
-// start. Steps; N is a number, T the name of a task:
+// A script is a name of one letter, a colon and steps; " | " parts those of several tasks. A name
+// in capitals is not created at the start. Steps; N is a number, T the name of a task:
 //   x     write the name            .     write the name and yield
 //   t     write name@milliseconds since the start of the run
 //   y     yield                     >T    yield to a task
@@ -16,7 +16,6 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "tasks/semaphores.h"
 #include "tests/tasks/kernel_fixture.h"
@@ -27,7 +26,7 @@ class ScriptTest : public KernelTest {
  protected:
   // What the tasks wrote, pieces separated by blanks. `begin` runs before they exist.
   std::string RunScripts(
-      const std::vector<std::string>& scripts, const std::function<void()>& begin = [] {});
+      std::string scripts, const std::function<void()>& begin = [] {});
 
   void Play(const std::string& steps);
   // A suite's own steps: reads the one at *at and what belongs to it. False for none of them.

@@ -13,7 +13,7 @@ constexpr uint64_t kStartBelow32Bits = 4294900000;
 
 struct TimedRow {
   const char* name;
-  std::vector<std::string> scripts;
+  const char* scripts;
   const char* order;
   int32_t friendliness = 1;
   const char* setting = "QVSetup/Sleep=-1";
@@ -62,68 +62,64 @@ class TimedRulesTest : public test::ScriptTest {
 
 TEST_F(TimedRulesTest, Wheel) {
   const TimedRow kRows[] = {
-      {"in the order of their times", {"a:s5000t", "b:s2000t", "c:s9000t"}, "b@2 a@5 c@9"},
-      {"one slot, first in, first out", {"a:s5900t", "b:s5100t"}, "a@6 b@6"},
-      {"a full turn away and more", {"a:s150000t", "b:s305000t", "c:s50000t"}, "c@50 a@150 b@305"},
+      {"in the order of their times", "a:s5000t | b:s2000t | c:s9000t", "b@2 a@5 c@9"},
+      {"one slot, first in, first out", "a:s5900t | b:s5100t", "a@6 b@6"},
+      {"a full turn away and more", "a:s150000t | b:s305000t | c:s50000t", "c@50 a@150 b@305"},
       {"after a long run all slots, in their order",
-       {"a:s150000t", "b:s120000t", "c:s199000t", "d:s301000t", "e:+250000x"},
+       "a:s150000t | b:s120000t | c:s199000t | d:s301000t | e:+250000x",
        "e b@250 a@250 c@250 d@301"},
       {"a turn later one slot; the others wait a turn more",
-       {"a:s99000t", "b:s1000t+100000t", "c:s100000t", "d:s101000t"},
-       "b@1 b@101 d@101 a@199 c@200"},
-      {"a little later all",
-       {"a:s99000t", "b:s1000t+101000t", "c:s100000t", "d:s101000t"},
+       "a:s99000t | b:s1000t+100000t | c:s100000t | d:s101000t", "b@1 b@101 d@101 a@199 c@200"},
+      {"a little later all", "a:s99000t | b:s1000t+101000t | c:s100000t | d:s101000t",
        "b@1 b@102 c@102 d@102 a@102"},
-      {"past the last slot",
-       {"a:s98000t", "b:s103000t", "c:s95000t+9000t"},
-       "c@95 c@104 a@104 b@104"},
-      {"hot, to the hot list", {"a:s2000t", "b:h-3s2000t"}, "b@2 a@2"},
-      {"superhot, before all", {"a:s2000t", "b:h-3s2000t", "s:^s2000t"}, "s@2 b@2 a@2"},
-      {"a signal ends it", {"a:s9000t", "b:s2000*at"}, "b@2 a@2"},
-      {"sleep at each loop end", {"a:tytyt"}, "a@7 a@14 a@21", 1, "QVSetup/Sleep=7"},
+      {"past the last slot", "a:s98000t | b:s103000t | c:s95000t+9000t", "c@95 c@104 a@104 b@104"},
+      {"hot, to the hot list", "a:s2000t | b:h-3s2000t", "b@2 a@2"},
+      {"superhot, before all", "a:s2000t | b:h-3s2000t | s:^s2000t", "s@2 b@2 a@2"},
+      {"a signal ends it", "a:s9000t | b:s2000*at", "b@2 a@2"},
+      {"sleep at each loop end", "a:tytyt", "a@7 a@14 a@21", 1, "QVSetup/Sleep=7"},
   };
   Check(kRows);
 }
 
 TEST_F(TimedRulesTest, EarlyWakes) {
   const TimedRow kRows[] = {
-      {"none while the idle task may sleep", {"a:e5000t"}, "a@5", 1},
-      {"for want of anything else", {"a:e5000t"}, "a@0", 0},
-      {"the first slot first", {"a:e5000t", "b:e3000t"}, "b@0 a@0", 0},
-      {"not while another is ready", {"a:e5000t", "b:.+1000.+1000.t"}, "b b b b@2 a@2", 0},
-      {"only heads of slots", {"a:s3000t", "b:e3900t"}, "a@3 b@3", 0},
-      {"hot ones too", {"a:h-3e5000t"}, "a@1", 0},
-      {"not when that was not asked for", {"a:s5000t"}, "a@5", 0},
+      {"none while the idle task may sleep", "a:e5000t", "a@5", 1},
+      {"for want of anything else", "a:e5000t", "a@0", 0},
+      {"the first slot first", "a:e5000t | b:e3000t", "b@0 a@0", 0},
+      {"not while another is ready", "a:e5000t | b:.+1000.+1000.t", "b b b b@2 a@2", 0},
+      {"only heads of slots", "a:s3000t | b:e3900t", "a@3 b@3", 0},
+      {"hot ones too", "a:h-3e5000t", "a@1", 0},
+      {"not when that was not asked for", "a:s5000t", "a@5", 0},
   };
   Check(kRows);
 }
 
 TEST_F(TimedRulesTest, IdleSleeps) {
   const TimedRow kRows[] = {
-      {"automatic: a millisecond", {"a:s1500t"}, "a@2", 1, "QVSetup/IdleSleep=-2"},
-      {"as set", {"a:s4000t"}, "a@6", 1, "QVSetup/IdleSleep=3"},
-      {"at most a second", {"a:s4000t"}, "a@1000", 1, "QVSetup/IdleSleep=5000"},
+      {"automatic: a millisecond", "a:s1500t", "a@2", 1, "QVSetup/IdleSleep=-2"},
+      {"as set", "a:s4000t", "a@6", 1, "QVSetup/IdleSleep=3"},
+      {"at most a second", "a:s4000t", "a@1000", 1, "QVSetup/IdleSleep=5000"},
   };
   Check(kRows);
   // Never, with the mode off and by setting: only the hook moves the clock.
   host::ResetCallCounts();
-  EXPECT_EQ(RunRow({"", {"a:s4000t"}, "", 0}, kStart), "a@4");
+  EXPECT_EQ(RunRow({"", "a:s4000t", "", 0}, kStart), "a@4");
   EXPECT_EQ(host::CallsMade("SleepEx"), 0u);
 }
 
 TEST_F(TimedRulesTest, ParkedLists) {
   const char* const kParked = "QVSetup/UseParkedTasks=1";
   const TimedRow kRows[] = {
-      {"behind the time", {"a:s1001t"}, "a@2", 1, kParked},
-      {"one at each check", {"a:s1001t", "b:s1001t", "c:s1001t"}, "a@2 b@3 c@4", 1, kParked},
-      {"all that are due, where early is allowed", {"a:e1001t", "b:e1001t"}, "a@2 b@2", 1, kParked},
-      {"the second limit is short", {"a:s100001t"}, "a@2", 1, kParked},
-      {"not where early is allowed", {"a:e100001t"}, "a@101", 1, kParked},
-      {"the third and the fourth", {"a:s500001t", "b:s1000001t"}, "a@501 b@1001", 1, kParked},
-      {"others go to the wheel", {"a:s1002t", "b:s5000t"}, "a@2 b@5", 1, kParked},
-      {"for want of anything else", {"a:e500001t", "b:e1001t"}, "b@0 a@0", 0, kParked},
-      {"the wheel's first", {"a:e1001t", "b:e7000t"}, "b@0 a@0", 0, kParked},
-      {"all, when the clock begins anew", {"a:s1000001t", "b:s30000~x"}, "b a@0", 1, kParked},
+      {"behind the time", "a:s1001t", "a@2", 1, kParked},
+      {"one at each check", "a:s1001t | b:s1001t | c:s1001t", "a@2 b@3 c@4", 1, kParked},
+      {"all that are due, where early is allowed", "a:e1001t | b:e1001t", "a@2 b@2", 1, kParked},
+      {"the second limit is short", "a:s100001t", "a@2", 1, kParked},
+      {"not where early is allowed", "a:e100001t", "a@101", 1, kParked},
+      {"the third and the fourth", "a:s500001t | b:s1000001t", "a@501 b@1001", 1, kParked},
+      {"others go to the wheel", "a:s1002t | b:s5000t", "a@2 b@5", 1, kParked},
+      {"for want of anything else", "a:e500001t | b:e1001t", "b@0 a@0", 0, kParked},
+      {"the wheel's first", "a:e1001t | b:e7000t", "b@0 a@0", 0, kParked},
+      {"all, when the clock begins anew", "a:s1000001t | b:s30000~x", "b a@0", 1, kParked},
   };
   Check(kRows);
 }

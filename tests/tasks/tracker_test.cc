@@ -39,6 +39,8 @@ class TrackerTest : public testing::Test {
     qv::ResetHooksForTest();
     qv::ResetSettingsForTest();
     qv::ResetTrackerForTest();
+    test::ReleaseClock();
+    qv::ResetClockForTest();
     test::EmptyFolder(test::TempFolder());
   }
   void SetLimit(const std::string& text) {
@@ -68,6 +70,33 @@ TEST_F(TrackerTest, ReportsWhatTookLongerThanTheLimit) {
   ZRTrackEnd(start, "slow");
   EXPECT_EQ(TheReport().messages.substr(0, 34), "Tracking limit exceeded for: slow\n");
   EXPECT_EQ(TheReport().tracebacks, 1);
+}
+
+TEST_F(TrackerTest, ReportsTheElapsedTime) {
+  if (test::OnWindows()) GTEST_SKIP() << "its clock runs";
+  SetLimit("1500");
+  const std::string head = "Tracking limit exceeded for: ";
+  const std::string time = "\nTracking operation took    : ";
+  const struct {
+    const char* name;
+    uint64_t elapsed;
+    std::string report;
+  } kRows[] = {
+      {"at the limit", 1500, ""},
+      {"reading", 1501, head + "reading" + time + "1501 \xC2\xB5s\n"},
+      {nullptr, 2000000, head + time + "2000000 \xC2\xB5s\n"},
+      {"100%s", 0x180000000, head + "100%s" + time + "2147483647 \xC2\xB5s\n"},
+  };
+  for (const auto& row : kRows) {
+    TheReport() = {};
+    test::StopClock(5000000);
+    qv::ResetClockForTest();
+    const uint64_t start = ZRTrackStart();
+    test::MoveClock(row.elapsed);
+    ZRTrackEnd(start, row.name);
+    EXPECT_EQ(TheReport().messages, row.report);
+    EXPECT_EQ(TheReport().tracebacks, row.report.empty() ? 0 : 1);
+  }
 }
 
 TEST_F(TrackerTest, IsSilentAboutWhatStayedWithinTheLimit) {

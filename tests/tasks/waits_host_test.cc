@@ -42,13 +42,10 @@ TEST_F(SleepsTest, LastAsLongAsAsked) {
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
-    RunTasks([&] {
-      Spawn("a", [&row] {
-        const uint64_t start = ZRMicroseconds(true);
-        row.sleep();
-        EXPECT_EQ((ZRMicroseconds(true) - start) / qv::kMicrosecondsPerMillisecond,
-                  row.milliseconds);
-      });
+    RunTask([&row] {
+      const uint64_t start = ZRMicroseconds(true);
+      row.sleep();
+      EXPECT_EQ((ZRMicroseconds(true) - start) / qv::kMicrosecondsPerMillisecond, row.milliseconds);
     });
   }
 }
@@ -97,14 +94,12 @@ TEST_F(SleepsTest, TheSelfTestOfSemaphoresSaysWhatFails) {
       {sizeof(TCB), true, "<error>Could not create 0th task.</error>"},
   };
   for (const auto& row : kRows) {
-    RunTasks([&] {
-      Spawn("check", [&row] {
-        test::TextReport report;
-        test::FailAllocation(0, row.failing_size);
-        EXPECT_EQ(ZRTaskSemaphoreCheck(&report), row.passes);
-        EXPECT_EQ(report.text,
-                  std::string("<testcase name=\"Semaphores\">") + row.report + "</testcase>");
-      });
+    RunTask([&row] {
+      test::TextReport report;
+      test::FailAllocation(0, row.failing_size);
+      EXPECT_EQ(ZRTaskSemaphoreCheck(&report), row.passes);
+      EXPECT_EQ(report.text,
+                std::string("<testcase name=\"Semaphores\">") + row.report + "</testcase>");
     });
   }
 }

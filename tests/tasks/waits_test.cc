@@ -2,7 +2,6 @@
 #include <thread>
 #include <vector>
 
-#include "tasks/semaphores.h"
 #include "tasks/task_messages.h"
 #include "tasks/worker_link.h"
 #include "tests/tasks/kernel_fixture.h"

@@ -56,6 +56,10 @@ class WorkersTest : public KernelTest {
     EXPECT_EQ(fibers_left, 0);
   }
 
+  void RunTaskWithWorkers(const std::function<void()>& body) {
+    RunWithWorkers([&] { Spawn("a", body); });
+  }
+
   void SetThreads(int disk, int dedicated) {
     Set("QVSetup/MaxWorkers=" + std::to_string(disk));
     Set("QVSetup/MaxDedicatedWorkers=" + std::to_string(dedicated));

@@ -6,7 +6,6 @@
 #include "app/settings.h"
 #include "base/clock.h"
 #include "base/errors.h"
-#include "tasks/worker_link.h"
 #include "tests/tasks/workers_fixture.h"
 #include "tests/test_platform.h"
 
@@ -49,25 +48,6 @@ TEST_F(WorkersTest, ThePoolsAreAsLargeAsSettingsAndDefaultsSay) {
   }
 }
 
-TEST_F(WorkersTest, OthersRunWhileATaskWaitsForItsJob) {
-  SetThreads(2, 0);
-  RunWithWorkers([this] {
-    Spawn("a", [this] {
-      GateJob job = NewJob(41, true);
-      EXPECT_EQ(ZRWorkerRun(&job, PassGate, true, true), 42u);
-      EXPECT_NE(job.thread, GetCurrentThreadId());
-      EXPECT_EQ(job.tag, -1);
-      LogName();
-    });
-    Spawn("b", [this] {
-      while (runs == 0) ZRTaskYield();
-      LogName();
-      gate = true;
-    });
-  });
-  EXPECT_EQ(log, "b a");
-}
-
 // Where a task cannot wait, the caller does the work itself: at once, with the same result.
 TEST_F(WorkersTest, JobsRunOnTheCallerWhereItCannotWait) {
   auto expect_inline = [this](const char* name, bool use_worker = true) {
@@ -98,6 +78,7 @@ TEST_F(WorkersTest, JobsRunOnTheCallerWhereItCannotWait) {
       GateJob job = NewJob();
       ZRWorkerRun(
           &job, [](ZRWorkerJob*) { return uint64_t{GetCurrentThreadId()}; }, true, true);
+      EXPECT_EQ(job.tag, -1);
       EXPECT_NE(job.result, GetCurrentThreadId()) << "a worker, where the task can wait";
       EXPECT_EQ(ZRWorkerRun(&job, nullptr, true, true), uint64_t{ZRErrParam});
     });
@@ -227,30 +208,28 @@ TEST_F(WorkersTest, JobsWithoutATaskOrAPoolAreReported) {
 TEST_F(WorkersTest, JobsWaitForALockThatAThreadHolds) {
   SetThreads(3, 0);
   Set("QVSetup/IdleSleep=1000");
-  RunWithWorkers([this] {
-    Spawn("a", [this] {
-      std::list<GateJob> jobs(3, NewJob(1, true));
-      std::atomic<bool> held{false}, release{false};
-      std::thread holder([&] {
-        qv::ScopedLock hold(qv::Workers().disk->Block().incoming);
-        held = true;
-        while (!release) Sleep(1);
-      });
-      while (!held) ZRThreadYield();
-      for (GateJob& job : jobs) ZRWorkerRun(&job, PassGate, true, false);
-      ZRTaskYield();
-      EXPECT_TRUE(qv::Workers().retry);
-      EXPECT_EQ(runs, 0);
-      release = true;
-      holder.join();
-      ZRTaskYield();  // the next decision
-      EXPECT_FALSE(qv::Workers().retry);
-      while (runs < 3) ZRTaskYield();
-      gate = true;
-      for (GateJob& job : jobs) {
-        while ((job.flags & qv::kJobFinished) == 0) ZRTaskYield();
-      }
+  RunTaskWithWorkers([this] {
+    std::list<GateJob> jobs(3, NewJob(1, true));
+    std::atomic<bool> held{false}, release{false};
+    std::thread holder([&] {
+      qv::ScopedLock hold(qv::Workers().disk->Block().incoming);
+      held = true;
+      while (!release) Sleep(1);
     });
+    while (!held) ZRThreadYield();
+    for (GateJob& job : jobs) ZRWorkerRun(&job, PassGate, true, false);
+    ZRTaskYield();
+    EXPECT_TRUE(qv::Workers().retry);
+    EXPECT_EQ(runs, 0);
+    release = true;
+    holder.join();
+    ZRTaskYield();  // the next decision
+    EXPECT_FALSE(qv::Workers().retry);
+    while (runs < 3) ZRTaskYield();
+    gate = true;
+    for (GateJob& job : jobs) {
+      while ((job.flags & qv::kJobFinished) == 0) ZRTaskYield();
+    }
   });
 }
 
@@ -286,11 +265,9 @@ TEST_F(WorkersTest, AnIdleKernelIsWoken) {
   SetThreads(1, 0);
   Set("QVSetup/IdleSleep=1000");
   const uint32_t start = ZRMilliseconds(true);
-  RunWithWorkers([this] {
-    Spawn("a", [this] {
-      GateJob job = NewJob();
-      for (int i = 0; i < 20; ++i) ZRWorkerRun(&job, Nap, true, true);
-    });
+  RunTaskWithWorkers([this] {
+    GateJob job = NewJob();
+    for (int i = 0; i < 20; ++i) ZRWorkerRun(&job, Nap, true, true);
   });
   EXPECT_LT(ZRMilliseconds(true) - start, 10000u);
 }
@@ -305,44 +282,38 @@ TEST_F(WorkersTest, QueuedCallsArriveAtLoopEndsOfAKernelThatNeverSleeps) {
   SetThreads(1, 0);
   Set("QVSetup/IdleSleep=-1");
   Calls() = 0;
-  RunWithWorkers([this] {
-    Spawn("a", [] {
-      EXPECT_NE(QueueUserAPC(CountCall, GetCurrentThread(), 0), 0u);
-      ZRTaskYield();
-      ZRTaskYield();
-      EXPECT_EQ(Calls(), 1);
-    });
+  RunTaskWithWorkers([] {
+    EXPECT_NE(QueueUserAPC(CountCall, GetCurrentThread(), 0), 0u);
+    ZRTaskYield();
+    ZRTaskYield();
+    EXPECT_EQ(Calls(), 1);
   });
 }
 
 TEST_F(WorkersTest, FiguresFollowTheJobs) {
   SetThreads(2, 0);
-  RunWithWorkers([this] {
-    Spawn("a", [this] {
-      GateJob slow = NewJob(), quick = NewJob();
-      ZRWorkerRun(&slow, Nap, true, true);
-      ZRWorkerRun(&quick, PassGate, true, true);
-      const qv::WorkerStatistics figures = qv::GetWorkerStatistics(true);
-      EXPECT_EQ(figures.most_in_flight, 1u);
-      EXPECT_GE(figures.longest_job_time, 4.0) << "20 less a tick of an old system's clock";
-      EXPECT_LT(figures.job_time, figures.longest_job_time);
-      EXPECT_GE(figures.longest_round_trip, figures.longest_job_time);
-      EXPECT_EQ(qv::GetWorkerStatistics(false).longest_job_time, 0.0);
-    });
+  RunTaskWithWorkers([this] {
+    GateJob slow = NewJob(), quick = NewJob();
+    ZRWorkerRun(&slow, Nap, true, true);
+    ZRWorkerRun(&quick, PassGate, true, true);
+    const qv::WorkerStatistics figures = qv::GetWorkerStatistics(true);
+    EXPECT_EQ(figures.most_in_flight, 1u);
+    EXPECT_GE(figures.longest_job_time, 4.0) << "20 less a tick of an old system's clock";
+    EXPECT_LT(figures.job_time, figures.longest_job_time);
+    EXPECT_GE(figures.longest_round_trip, figures.longest_job_time);
+    EXPECT_EQ(qv::GetWorkerStatistics(false).longest_job_time, 0.0);
   });
 }
 
 // What other components hand over through the hook runs on a worker as well.
 TEST_F(WorkersTest, TheHookRunsOnAWorker) {
   SetThreads(1, 0);
-  RunWithWorkers([this] {
-    Spawn("a", [] {
-      DWORD thread = 0;
-      qv::GlobalHooks().run_on_worker(
-          [](void* out) { *static_cast<DWORD*>(out) = GetCurrentThreadId(); }, &thread);
-      EXPECT_NE(thread, 0u);
-      EXPECT_NE(thread, GetCurrentThreadId());
-    });
+  RunTaskWithWorkers([] {
+    DWORD thread = 0;
+    qv::GlobalHooks().run_on_worker(
+        [](void* out) { *static_cast<DWORD*>(out) = GetCurrentThreadId(); }, &thread);
+    EXPECT_NE(thread, 0u);
+    EXPECT_NE(thread, GetCurrentThreadId());
   });
 }
 

@@ -21,8 +21,7 @@ TEST(NoSettingsTest, TheDefaultTextKeepsInsideTheBuffer) {
     const char* default_text;
     uint32_t size;
     const char* expected;
-  } kRows[] = {{"abcdef", 7, "abcdef"},
-               {"abcdef", 3, "ab"},
+  } kRows[] = {{"abcdef", 3, "ab"},
                {"abc", 1, ""},
                {"100%d", 9, "100%d"},
                {nullptr, 9, ""}};

@@ -1,7 +1,6 @@
 #include "app/ui/application_run.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>

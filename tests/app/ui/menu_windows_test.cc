@@ -2,59 +2,36 @@
 #include "app/ui/menu_builder.h"
 #include "app/ui/menu_descriptions.h"
 #include "tests/app/ui/menu_fixture.h"
+#include "tests/platform/frame_window.h"
 
 namespace {
 
+using platform_test::client;
+using platform_test::kFrameClass;
+using platform_test::OpenChild;
+using platform_test::Send;
 using qv::Menu;
 using test::DumpMenu;
 using test::LText;
-
-HINSTANCE Self() { return GetModuleHandleA(nullptr); }
-
-// The client of the one frame window that a test has.
-HWND& Client() {
-  static HWND client = nullptr;
-  return client;
-}
-
-LRESULT CALLBACK FrameProcedure(HWND window, UINT message, WPARAM w, LPARAM l) {
-  return DefFrameProcW(window, Client(), message, w, l);
-}
-
-void RegisterOnce(const WCHAR* name, WNDPROC procedure) {
-  WNDCLASSW window_class = {};
-  window_class.lpfnWndProc = procedure;
-  window_class.hInstance = Self();
-  window_class.lpszClassName = name;
-  RegisterClassW(&window_class);
-}
-
-constexpr WCHAR kFrameClass[] = {'Q', 'F', 0}, kChildClass[] = {'Q', 'C', 0};
-constexpr WCHAR kClientClass[] = {'M', 'D', 'I', 'C', 'L', 'I', 'E', 'N', 'T', 0};
 
 // A frame window with a multiple-document client, and a bar "File{New=1} Edit{Copy=2} Help{x=3}"
 // that the frame shows.
 class MenuWindowsTest : public test::MenuTest {
  protected:
   MenuWindowsTest() {
-    RegisterOnce(kFrameClass, FrameProcedure);
-    RegisterOnce(kChildClass, DefMDIChildProcW);
-    frame_ = CreateWindowExW(0, kFrameClass, kFrameClass, WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
-                             400, 300, nullptr, nullptr, Self(), nullptr);
+    platform_test::Register(kFrameClass, platform_test::FrameProcedure);
+    platform_test::Register(platform_test::kChildClass, DefMDIChildProcW);
+    frame_ = platform_test::CreateFrame(kFrameClass, nullptr);
     EXPECT_NE(frame_, nullptr);
     Build({"File", "Edit", "Help"});
     EXPECT_TRUE(bar_.AttachTo(frame_));
-    CLIENTCREATESTRUCT create = {};
-    create.idFirstChild = 5000;
-    Client() = CreateWindowExW(0, kClientClass, nullptr, WS_CHILD | WS_CLIPCHILDREN | WS_VISIBLE, 0,
-                               0, 300, 200, frame_, nullptr, Self(), &create);
-    EXPECT_NE(Client(), nullptr);
-    qv::ApplicationMenuAnswers().multiple_document_client = [](const Menu&) { return Client(); };
+    platform_test::CreateClient(frame_);
+    qv::ApplicationMenuAnswers().multiple_document_client = [](const Menu&) { return client; };
   }
   ~MenuWindowsTest() override {
     if (GetMenu(frame_) == bar_.handle()) bar_.DetachFrom(frame_);
     DestroyWindow(frame_);
-    Client() = nullptr;
+    client = nullptr;
   }
   void Build(const std::vector<std::string>& titles) {
     BeginMenu(bar_, 0);
@@ -63,18 +40,6 @@ class MenuWindowsTest : public test::MenuTest {
       AppendMenuItem(LText("x"), 0, 0, 0, title[0]);
       EndSubmenu();
     }
-  }
-  HWND OpenChild(bool maximised) {
-    MDICREATESTRUCTW create = {};
-    create.szClass = kChildClass;
-    create.szTitle = kChildClass;
-    create.hOwner = Self();
-    create.cx = create.cy = 100;
-    HWND child = reinterpret_cast<HWND>(
-        SendMessageW(Client(), WM_MDICREATE, 0, reinterpret_cast<LPARAM>(&create)));
-    EXPECT_NE(child, nullptr);
-    if (maximised) SendMessageW(Client(), WM_MDIMAXIMIZE, reinterpret_cast<WPARAM>(child), 0);
-    return child;
   }
   // The own items of the bar, without what a child has in it.
   std::string OwnItems() {
@@ -97,8 +62,7 @@ TEST_F(MenuWindowsTest, WindowsThatShowTheBarAreCounted) {
   EXPECT_EQ(GetMenu(frame_), bar_.handle());
   EXPECT_TRUE(bar_.AttachTo(frame_));
   EXPECT_EQ(bar_.use_count(), 1u);
-  HWND other = CreateWindowExW(0, kFrameClass, kFrameClass, WS_OVERLAPPEDWINDOW, 0, 0, 9, 9,
-                               nullptr, nullptr, Self(), nullptr);
+  HWND other = platform_test::CreateFrame(kFrameClass, nullptr);
   EXPECT_FALSE(bar_.DetachFrom(other));
   EXPECT_TRUE(bar_.AttachTo(other));
   EXPECT_EQ(bar_.use_count(), 2u);
@@ -121,10 +85,10 @@ TEST_F(MenuWindowsTest, TheRangeLeavesOutChildAndLastItem) {
     EXPECT_EQ(range.last, last);
   };
   expect_range(0, own - 2);
-  HWND child = OpenChild(false);
+  HWND child = OpenChild();
   expect_range(0, own - 2);
   EXPECT_EQ(bar_.MaximisedChildItems().front, 0);
-  SendMessageW(Client(), WM_MDIMAXIMIZE, reinterpret_cast<WPARAM>(child), 0);
+  Send(WM_MDIMAXIMIZE, child);
   const int count = GetMenuItemCount(bar_.handle());
   EXPECT_GT(count, own);
   expect_range(1, count - 5);
@@ -134,12 +98,12 @@ TEST_F(MenuWindowsTest, TheRangeLeavesOutChildAndLastItem) {
   // A popup has no part in it.
   Menu popup(Menu::Kind::kPopup);
   EXPECT_EQ(popup.MultipleDocumentRange().last, -2);
-  SendMessageW(Client(), WM_MDIRESTORE, reinterpret_cast<WPARAM>(child), 0);
+  Send(WM_MDIRESTORE, child);
   expect_range(0, own - 2);
 }
 
 TEST_F(MenuWindowsTest, WhatIsBuiltStandsBetweenTheItemsOfAMaximisedChild) {
-  OpenChild(true);
+  Send(WM_MDIMAXIMIZE, OpenChild());
   HMENU system = GetSubMenu(bar_.handle(), 0);
   const int child_items = GetMenuItemCount(bar_.handle()) - 3;
   Build({"Datei", "Hilfe"});
@@ -166,7 +130,7 @@ TEST_F(MenuWindowsTest, TheSystemMenuOfAChildOutlivesTheBar) {
     BeginSubmenu(LText("own"));
     own = GetSubMenu(bar.handle(), 0);
     EXPECT_TRUE(bar.AttachTo(frame_));
-    OpenChild(true);
+    Send(WM_MDIMAXIMIZE, OpenChild());
     system = GetSubMenu(bar.handle(), 0);
     EXPECT_NE(system, own);
     EXPECT_TRUE(bar.DetachFrom(frame_));

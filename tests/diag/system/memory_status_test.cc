@@ -23,9 +23,7 @@ TEST(MemoryStatusTest, TheRunningSystem) {
   EXPECT_EQ(full.usable_total, full.total_page_file);
   EXPECT_EQ(full.usable_available,
             std::min({full.available_page_file, full.total_physical, full.available_virtual}));
-}
 
-TEST(MemoryStatusTest, NothingToFill) {
   EXPECT_FALSE(ZRMemoryStatus(nullptr));
   EXPECT_FALSE(ZRMemoryStatusFull(nullptr));
 }

@@ -122,19 +122,13 @@ TEST(SystemTextTest, Servers) {
 }
 
 TEST(SystemTextTest, TheR2MetricNamesServersOf52Only) {
-  const NtRow server{"",
-                     5,
-                     2,
-                     3790,
-                     kServer,
-                     kDatacenter,
-                     "Windows Server 2003 R2 Datacenter Edition (Build 3790) SP"};
-  EXPECT_EQ(NtText(server, true), server.text);
-  const NtRow workstation{
-      "", 5, 2, 3790, kWorkstation, 0, "Windows XP Professional x64 Edition (Build 3790) SP"};
-  EXPECT_EQ(NtText(workstation, true), workstation.text);
-  const NtRow other{"", 5, 1, 2600, kWorkstation, 0, "Windows XP Professional (Build 2600) SP"};
-  EXPECT_EQ(NtText(other, true), other.text);
+  const NtRow kRows[] = {
+      {"server", 5, 2, 3790, kServer, kDatacenter,
+       "Windows Server 2003 R2 Datacenter Edition (Build 3790) SP"},
+      {"workstation", 5, 2, 3790, kWorkstation, 0,
+       "Windows XP Professional x64 Edition (Build 3790) SP"},
+      {"another", 5, 1, 2600, kWorkstation, 0, "Windows XP Professional (Build 2600) SP"}};
+  for (const NtRow& row : kRows) EXPECT_EQ(NtText(row, true), row.text) << row.name;
 }
 
 TEST(SystemTextTest, OtherFamiliesAndAnswers) {
@@ -189,6 +183,15 @@ TEST(SystemTextTest, Processors) {
   }
   EXPECT_EQ(qv::DescribeProcessors(12, 0, text, 5), 4u);
   EXPECT_STREQ(text, "12 p");
+}
+
+TEST(ProcessorSpeedTest, OnlyTheRegistrySpeedIsFilled) {
+  qv::ResetProcessorSpeedForTest();
+  EXPECT_EQ(ZRProcessorSpeed(kProcessorSpeedNominal, true), 0u);
+  EXPECT_EQ(ZRProcessorSpeed(kProcessorSpeedMeasured, true), 0u);
+  const uint32_t registry = ZRProcessorSpeed(kProcessorSpeedRegistry, false);
+  EXPECT_EQ(ZRProcessorSpeed(kProcessorSpeedBest, false), registry);
+  EXPECT_EQ(ZRProcessorSpeed(0xFFFFFFFF, false), registry);
 }
 
 // On the real system too: the texts are those of what it answers.

@@ -1,4 +1,5 @@
-// Started by the platform tests: one command and its arguments.
+// Started by the tests: one command and its arguments. A program that a hand-off starts gets none;
+// they are in the environment variable QV_TEST_CHILD then, and it ends by itself.
 //
 //   exit CODE                       ends with CODE
 //   arguments FILE ARGUMENT...      writes its arguments into FILE, one a line
@@ -8,14 +9,17 @@
 //   interrupt FILE                  waits for a console event and ends with 40 and its number
 //   serve SERVICE BEHAVIOUR FILE    a DDE server; writes FILE when it is ready, then appends what
 //                                   it is sent. accept | refuse | refuse-connect | slow |
-//                                   die-at-connect | die-at-execute
+//                                   die-at-connect | die-at-execute | silent (it just ends)
+//     [DELAY WAIT]                  milliseconds before it serves, before an execute is answered
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/native_files.h"
@@ -25,7 +29,8 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-constexpr DWORD kSlowMilliseconds = 1500;  // beyond the time-out that the tests give
+constexpr DWORD kSlowMilliseconds = 1500;   // beyond the time-out that the tests give
+constexpr DWORD kLifeMilliseconds = 15000;  // of one that nobody ends
 
 void Append(const std::string& path, const std::string& text) {
   std::ofstream(platform::NativePath(path), std::ios::binary | std::ios::app) << text;
@@ -99,7 +104,8 @@ int WaitForInterrupt(const Arguments& a) {
 
 struct Server {
   std::string behaviour, file;
-  DWORD instance = 0;
+  DWORD instance = 0, wait = 0;
+  bool serves_once = false, has_executed = false;
 };
 
 Server& ServerState() {
@@ -108,18 +114,24 @@ Server& ServerState() {
 }
 
 HDDEDATA CALLBACK Serve(UINT type, UINT, HCONV, HSZ, HSZ, HDDEDATA data, ULONG_PTR, ULONG_PTR) {
-  const Server& server = ServerState();
+  Server& server = ServerState();
   if (type == XTYP_CONNECT) {
     if (server.behaviour == "die-at-connect") Die();
     return reinterpret_cast<HDDEDATA>(ULONG_PTR{server.behaviour != "refuse-connect"});
   }
-  if (type == XTYP_DISCONNECT) Append(server.file, "end\n");
+  if (type == XTYP_DISCONNECT) {
+    Append(server.file, "end\n");
+    if (server.serves_once && server.has_executed) {
+      PostThreadMessageA(GetCurrentThreadId(), WM_QUIT, 0, 0);
+    }
+  }
   if (type != XTYP_EXECUTE) return nullptr;
-  if (server.behaviour == "die-at-execute") Die();
+  server.has_executed = true;
   std::string bytes(DdeGetData(data, nullptr, 0, 0), '\0');
   DdeGetData(data, reinterpret_cast<LPBYTE>(bytes.data()), static_cast<DWORD>(bytes.size()), 0);
   Append(server.file, std::to_string(bytes.size()) + ":" + bytes + "\n");
-  if (server.behaviour == "slow") Sleep(kSlowMilliseconds);
+  if (server.behaviour == "die-at-execute") Die();
+  Sleep(server.behaviour == "slow" ? kSlowMilliseconds : server.wait);
   return reinterpret_cast<HDDEDATA>(ULONG_PTR{server.behaviour == "refuse" ? 0u : DDE_FACK});
 }
 
@@ -127,11 +139,33 @@ int ServeDde(const Arguments& a) {
   Server& server = ServerState();
   server.behaviour = a[2];
   server.file = a[3];
+  if (a.size() > 5) {
+    Sleep(static_cast<DWORD>(std::atoi(a[4].c_str())));
+    server.wait = static_cast<DWORD>(std::atoi(a[5].c_str()));
+  }
+  if (server.behaviour == "silent") return 0;
   if (DdeInitializeA(&server.instance, Serve, APPCLASS_STANDARD, 0) != 0) return 1;
   HSZ service = DdeCreateStringHandleA(server.instance, a[1].c_str(), CP_WINANSI);
   if (!DdeNameService(server.instance, service, nullptr, DNS_REGISTER)) return 1;
   Append(server.file, "ready\n");
-  return RunMessageLoop();
+  RunMessageLoop();
+  DdeUninitialize(server.instance);
+  Append(server.file, "gone\n");
+  return 0;
+}
+
+Arguments EnvironmentArguments() {
+  std::thread([] {
+    Sleep(kLifeMilliseconds);
+    Die();
+  }).detach();
+  ServerState().serves_once = true;
+  char text[1000] = {};
+  GetEnvironmentVariableA("QV_TEST_CHILD", text, sizeof text);
+  std::istringstream words(text);
+  Arguments arguments;
+  for (std::string word; words >> word;) arguments.push_back(word);
+  return arguments;
 }
 
 }  // namespace
@@ -149,6 +183,7 @@ int main(int argc, char** argv) {
                                                    {"interrupt", {2, WaitForInterrupt}},
                                                    {"serve", {4, ServeDde}}};
   Arguments arguments = platform::Utf8Arguments(argc, argv);
+  if (arguments.empty()) arguments = EnvironmentArguments();
   auto command = commands.find(arguments.empty() ? "" : arguments[0]);
   if (command == commands.end() || arguments.size() < command->second.arguments) return 2;
   return command->second.run(arguments);
