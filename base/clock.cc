@@ -71,8 +71,8 @@ uint64_t RawReading(const ClockState& clock) {
   return static_cast<uint64_t>(counts / clock.counts_per_microsecond);
 }
 
-// Not in line: the room for its texts would lie on the stack of every reading, between its frame and
-// those of its calls, in lines of the cache that nothing else uses.
+// Not in line: the room for its texts would lie on the stack of every reading, between its frame
+// and those of its calls, in lines of the cache that nothing else uses.
 [[gnu::noinline]] void StartOnce(ClockState& clock) {
   ScopedLock hold(clock.lock);
   if (clock.started.load(std::memory_order_relaxed)) return;

@@ -21,10 +21,7 @@ TEST(NoSettingsTest, TheDefaultTextKeepsInsideTheBuffer) {
     const char* default_text;
     uint32_t size;
     const char* expected;
-  } kRows[] = {{"abcdef", 3, "ab"},
-               {"abc", 1, ""},
-               {"100%d", 9, "100%d"},
-               {nullptr, 9, ""}};
+  } kRows[] = {{"abcdef", 3, "ab"}, {"abc", 1, ""}, {"100%d", 9, "100%d"}, {nullptr, 9, ""}};
   for (const auto& row : kRows) {
     char text[16];
     std::memset(text, '#', sizeof text);
