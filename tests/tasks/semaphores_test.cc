@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "tasks/worker_link.h"
 #include "tests/tasks/kernel_fixture.h"
 #include "tests/tasks/text_report.h"
 
@@ -124,6 +125,51 @@ TEST_F(SemaphoresTest, WhatIsNoSemaphoreIsLeftAlone) {
   }
   EXPECT_FALSE(ZRTaskDisposeSemaphore(nullptr));
   EXPECT_EQ(foreign.count, 5);
+}
+
+// Where waiting is not possible the units are taken all the same, and that is said.
+TEST_F(SemaphoresTest, BlocksThatCannotBlockTakeTheUnits) {
+  static ZRSemaphore* taken;
+  static bool in_end_task;
+  in_end_task = false;
+  RunTasks([&] {
+    taken = ZRTaskNewSemaphore(0);
+    EXPECT_TRUE(ZRTaskGetSemaphore(taken, 1, true));  // no task
+    EXPECT_EQ(taken->count, -1);
+    Spawn("a", [] {
+      qv::CriticalRegion region;
+      EXPECT_TRUE(ZRTaskGetSemaphore(taken, 3, true));
+      EXPECT_EQ(taken->count, -4);
+      qv::TheWorkerLink().forget_task = [](TaskId) {
+        if (std::exchange(in_end_task, true)) return;
+        EXPECT_TRUE(ZRTaskGetSemaphore(taken, 2, true));
+        EXPECT_EQ(taken->count, -6);
+      };
+    });
+    Spawn("b", [] {
+      EXPECT_TRUE(in_end_task);
+      qv::TheWorkerLink().forget_task = nullptr;
+      ZRTaskDisposeSemaphore(&taken);
+    });
+  });
+}
+
+TEST_F(SemaphoresTest, AWaiterInTheWrongStateGoesOnWithoutUnits) {
+  RunTasks([&] {
+    semaphore = ZRTaskNewSemaphore(0);
+    const TaskId waiter = Spawn("waiter", [this] {
+      ZRTaskGetSemaphore(semaphore, 5, true);
+      Log("on");
+    });
+    Spawn("releaser", [&, waiter] {
+      ZRTaskFindTask(waiter)->state = qv::TaskState::kWaiting;
+      ZRTaskRelSemaphore(semaphore, 1);
+      EXPECT_EQ(semaphore->count, 1);
+      ZRTaskYield();
+      ZRTaskDisposeSemaphore(&semaphore);
+    });
+  });
+  EXPECT_EQ(log, "on");
 }
 
 // The self test with its thousand tasks, for five seconds of real time.
