@@ -1,9 +1,9 @@
 // A program's command line: described, parsed, and with --help, --version and wrong usage in one
 // way for all programs.
 //
-//   CommandLine line("qvsend", "Sends a message through the mail library.", kExample);
+//   const CommandLine line("qvsend", "Sends a message through the mail library.", kExample);
 //   std::string subject;
-//   line.Add("--subject", subject, "The subject").TakeLast().Type("TEXT");
+//   line.part().Add("--subject", subject, "The subject").TakeLast().Type("TEXT");
 //   if (auto end = line.Parse(arguments, reporter)) return *end;
 //
 // CLI11 does the work. It takes ten seconds to compile, so that no other source includes it.
@@ -84,6 +84,7 @@ class CommandLine {
   CommandLine(const char* program, const char* purpose, const std::string& example);
   ~CommandLine();
 
+  // What the program itself takes; its commands are added to it.
   CommandPart part() const { return CommandPart(app_.get()); }
 
   // Parses UTF-8 arguments (without the program's name). Returns the exit code when the program is
